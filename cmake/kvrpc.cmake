@@ -1,0 +1,108 @@
+# The build rules that every directory shares.
+
+add_library(kvrpc_flags INTERFACE)
+target_include_directories(kvrpc_flags INTERFACE ${CMAKE_SOURCE_DIR}/src)
+target_compile_options(kvrpc_flags INTERFACE
+  -Wall -Wextra -Wconversion -Wshadow -Werror -fno-exceptions -fno-rtti)
+if(KVRPC_SANITIZE)
+  target_compile_options(kvrpc_flags INTERFACE
+    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(kvrpc_flags INTERFACE -fsanitize=address,undefined)
+endif()
+if(KVRPC_COVERAGE)
+  target_compile_options(kvrpc_flags INTERFACE --coverage -fprofile-update=atomic)
+  target_link_options(kvrpc_flags INTERFACE --coverage)
+endif()
+
+# kvrpc_sources(VARIABLE DIRECTORY): the directory's sources for this platform.
+function(kvrpc_sources variable directory)
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${directory}/*.cpp)
+  if(WIN32)
+    list(FILTER sources EXCLUDE REGEX "_posix\\.cpp$")
+  else()
+    list(FILTER sources EXCLUDE REGEX "_win32\\.cpp$")
+  endif()
+  set(${variable} ${sources} PARENT_SCOPE)
+endfunction()
+
+# kvrpc_library(NAME [OTHER...]): src/NAME as the static library kvrpc_NAME over the others.
+function(kvrpc_library name)
+  kvrpc_sources(sources ${CMAKE_SOURCE_DIR}/src/${name})
+  if(NOT sources)
+    file(WRITE ${CMAKE_BINARY_DIR}/empty_${name}.cpp "")
+    set(sources ${CMAKE_BINARY_DIR}/empty_${name}.cpp)
+  endif()
+  add_library(kvrpc_${name} STATIC ${sources})
+  target_link_libraries(kvrpc_${name} PRIVATE kvrpc_flags)
+  foreach(other ${ARGN})
+    target_link_libraries(kvrpc_${name} PUBLIC kvrpc_${other})
+  endforeach()
+  if(WIN32 AND name STREQUAL "rpc")
+    target_link_libraries(kvrpc_rpc PUBLIC ws2_32)
+  endif()
+endfunction()
+
+# The allocation functions that tests/unit/support/failing_heap.h can make fail.
+set(KVRPC_WRAPPED_HEAP
+  -Wl,--wrap=malloc -Wl,--wrap=calloc -Wl,--wrap=realloc -Wl,--wrap=free)
+
+# kvrpc_unit_tests(NAME): tests/unit/NAME as one GoogleTest program over kvrpc_NAME.
+function(kvrpc_unit_tests name)
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/tests/unit/${name}/*.cpp)
+  if(NOT sources)
+    return()
+  endif()
+  find_package(GTest REQUIRED)
+  include(GoogleTest)
+  add_executable(${name}_test ${sources} ${CMAKE_SOURCE_DIR}/tests/unit/support/failing_heap.cpp)
+  target_include_directories(${name}_test PRIVATE ${CMAKE_SOURCE_DIR}/tests/unit)
+  target_link_libraries(${name}_test PRIVATE kvrpc_${name} kvrpc_flags GTest::gtest_main)
+  target_link_options(${name}_test PRIVATE ${KVRPC_WRAPPED_HEAP})
+  target_compile_definitions(${name}_test PRIVATE
+    KVRPC_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
+  gtest_discover_tests(${name}_test PROPERTIES TIMEOUT 120 DISCOVERY_TIMEOUT 60)
+endfunction()
+
+# kvrpc_module(): the extension module for KVRPC_PYTHON, importable from <build>/lib.
+function(kvrpc_module)
+  execute_process(
+    COMMAND ${KVRPC_PYTHON} -c "import sysconfig; print(sysconfig.get_path('include'), sysconfig.get_config_var('EXT_SUFFIX'), sep=';')"
+    OUTPUT_VARIABLE facts OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+  list(GET facts 0 include_dir)
+  list(GET facts 1 suffix)
+  kvrpc_sources(sources ${CMAKE_SOURCE_DIR}/src/module)
+  if(NOT sources)
+    return()
+  endif()
+  add_library(kvrpc MODULE ${sources})
+  target_include_directories(kvrpc SYSTEM PRIVATE ${include_dir})
+  target_link_libraries(kvrpc PRIVATE kvrpc_bridge kvrpc_directory kvrpc_flags)
+  set_target_properties(kvrpc PROPERTIES PREFIX "" SUFFIX "${suffix}"
+    LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+  if(NOT KVRPC_SANITIZE)
+    target_link_options(kvrpc PRIVATE -Wl,--exclude-libs,ALL)
+  endif()
+endfunction()
+
+# kvrpc_bench_programs(): bench/*.cpp, one program each, built only when asked for.
+function(kvrpc_bench_programs)
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/bench/*.cpp)
+  foreach(source ${sources})
+    get_filename_component(name ${source} NAME_WE)
+    add_executable(bench_${name} EXCLUDE_FROM_ALL ${source})
+    target_link_libraries(bench_${name} PRIVATE kvrpc_bridge kvrpc_directory kvrpc_flags)
+  endforeach()
+endfunction()
+
+# kvrpc_fuzz_targets(): fuzz/*.cpp, one libFuzzer program each.
+function(kvrpc_fuzz_targets)
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/fuzz/*.cpp)
+  foreach(source ${sources})
+    get_filename_component(name ${source} NAME_WE)
+    add_executable(fuzz_${name} ${source})
+    target_compile_options(fuzz_${name} PRIVATE -fsanitize=fuzzer)
+    target_link_options(fuzz_${name} PRIVATE -fsanitize=fuzzer)
+    target_include_directories(fuzz_${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests/unit)
+    target_link_libraries(fuzz_${name} PRIVATE kvrpc_bridge kvrpc_flags)
+  endforeach()
+endfunction()

@@ -1,0 +1,64 @@
+// A text that grows at its end, and the JSON forms of single values written to it.
+//
+// The buffer comes from the allocation hooks and doubles as it grows, so that appending costs time
+// linear in the bytes. An append that finds no memory returns false, leaves the text as it was and
+// marks the buffer failed; every later append fails as well, so that a writer may look once at the
+// end. release() hands the NUL-terminated text over; otherwise the destructor gives it back.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "json/json.h"
+
+namespace kvrpc {
+
+class text_buffer {
+ public:
+  text_buffer() = default;
+  ~text_buffer();
+  text_buffer(const text_buffer&) = delete;
+  text_buffer& operator=(const text_buffer&) = delete;
+
+  // The place for `count` bytes behind the text, or null; commit() makes them part of it.
+  char* reserve(std::size_t count) {
+    if (static_cast<std::size_t>(limit_ - end_) >= count) return end_;
+    return grow(count);
+  }
+  void commit(std::size_t count) { end_ += count; }
+
+  bool append(const char* bytes, std::size_t count) {
+    char* place = reserve(count);
+    if (place == nullptr) return false;
+    std::memcpy(place, bytes, count);
+    commit(count);
+    return true;
+  }
+  bool append(char byte) { return append(&byte, 1); }
+
+  std::size_t size() const { return static_cast<std::size_t>(end_ - begin_); }
+  const char* data() const { return begin_; }
+  bool failed() const { return failed_; }
+
+  // The NUL-terminated text, now the caller's, or null when the buffer has failed.
+  char* release();
+
+ private:
+  char* grow(std::size_t count);
+
+  char* begin_ = nullptr;
+  char* end_ = nullptr;
+  char* limit_ = nullptr;  // one byte for the terminating NUL lies behind it
+  bool failed_ = false;
+};
+
+// Decimal digits of `value`.
+bool json_write_integer(text_buffer& out, std::int64_t value);
+// A quoted string of `count` bytes: '"' and '\' and five control bytes escaped, the other control
+// bytes dropped, everything else as it stands.
+bool json_write_text(text_buffer& out, const char* bytes, std::size_t count);
+// The compact text of a tree.
+bool json_write(text_buffer& out, const json_node* node);
+
+}  // namespace kvrpc

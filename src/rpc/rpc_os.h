@@ -1,0 +1,99 @@
+// The one place that knows the operating system: start-up, locks, sockets and the wait for them,
+// the last socket error, the clock, and the environment.
+//
+// rpc_os_posix.cpp and rpc_os_win32.cpp implement it; rpc_os.cpp holds what both share. Socket
+// error numbers are Winsock's on both. An interrupted call is the value 4 on POSIX. SIGPIPE never
+// arises, sockets are close-on-exec, and no wait depends on how many files a process has open.
+// Addresses are 16 bytes as the socket calls take them: family, port and address in network order.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "rpc/clnt.h"
+
+namespace kvrpc {
+
+// ---- start-up and locks
+
+// Starts the socket layer and makes the process's locks, once. A failure ends the process with
+// exit code 1 after its message.
+void rpc_startup();
+void rpc_shutdown();
+
+// Guards name resolution; both do nothing before rpc_startup.
+void rpc_resolver_enter();
+void rpc_resolver_leave();
+
+// A recursive lock, or null with the reason in errno.
+rpc_lock_record* rpc_create_lock();
+void rpc_destroy_lock(rpc_lock_record* lock);
+void rpc_lock(rpc_lock_record* lock);
+void rpc_unlock(rpc_lock_record* lock);
+
+// ---- sockets
+
+#ifdef _WIN32
+using rpc_socket = std::intptr_t;
+#else
+using rpc_socket = std::int32_t;
+#endif
+
+// An IPv4 socket address in the form of the socket calls, 16 bytes.
+struct rpc_address {
+  std::uint16_t family;  // 2
+  std::uint16_t port;    // network order
+  std::uint32_t host;    // network order
+  std::uint8_t zero[8];
+};
+static_assert(sizeof(rpc_address) == 16, "the address of the socket calls");
+
+// Winsock's numbers, on every platform.
+enum rpc_socket_error : std::int32_t {
+  RPC_EINTR = 4,             // interrupted; the caller goes on
+  RPC_EINTERRUPTED = 10004,  // interrupted, and the interrupt hook ended the wait
+  RPC_EWOULDBLOCK = 10035,
+  RPC_ENOTSOCK = 10038,
+  RPC_EMSGSIZE = 10040,
+  RPC_EPROTONOSUPPORT = 10043,
+  RPC_EPFNOSUPPORT = 10046,
+  RPC_EAFNOSUPPORT = 10047,
+  RPC_ECONNRESET = 10054,
+};
+
+// The number of the last failed socket call of this thread.
+std::int32_t rpc_socket_errno();
+
+rpc_socket rpc_socket_open(std::int32_t type, std::int32_t protocol);  // IPv4; negative on failure
+std::int32_t rpc_socket_connect(rpc_socket sock, const rpc_address* address);  // 0 or -1
+std::int32_t rpc_socket_set_nonblocking(rpc_socket sock);                      // 0 or -1
+std::int32_t rpc_socket_close(rpc_socket sock);                                // 0 or -1
+// 1 when a read will not block, 0 when the time is over, -1 on failure.
+std::int32_t rpc_socket_wait(rpc_socket sock, rpc_timeval limit);
+std::int32_t rpc_socket_send(rpc_socket sock, const char* bytes, std::int32_t length);
+std::int32_t rpc_socket_recv(rpc_socket sock, char* bytes, std::int32_t length);
+std::int32_t rpc_socket_sendto(rpc_socket sock, const char* bytes, std::int32_t length,
+                               const rpc_address* address);
+// A datagram longer than `length` is a failure with RPC_EMSGSIZE on every platform.
+std::int32_t rpc_socket_recvfrom(rpc_socket sock, char* bytes, std::int32_t length,
+                                 rpc_address* address);
+
+// The script's say when a signal interrupts a socket call or a wait: a result other than zero ends
+// it with RPC_EINTERRUPTED. Null, the default, lets everything go on.
+void rpc_set_interrupt_hook(int (*hook)());
+
+// The address of `host`: 0, or the cf_stat of the failure (RPC_UNKNOWNHOST, or RPC_SYSTEMERROR for
+// a family other than IPv4). To be called between rpc_resolver_enter and rpc_resolver_leave.
+std::int32_t rpc_resolve(const char* host, rpc_address* address);
+// The number of the protocol `name`, or -1.
+std::int32_t rpc_protocol_number(const char* name);
+
+// ---- process
+
+// A copy of the environment variable as the script sees it at this moment, released with free;
+// null when it does not exist (or memory is out).
+char* rpc_environment(const char* name);
+std::uint32_t rpc_process_id();
+std::uint32_t rpc_time_seconds();
+
+}  // namespace kvrpc

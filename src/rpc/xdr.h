@@ -1,0 +1,123 @@
+// XDR (RFC 4506): the stream handle, the in-memory stream, and the routines for single items and
+// for everything that has a length or a pointer.
+//
+// Every item occupies a multiple of 4 bytes, most significant byte first. One routine per type
+// serves all three directions, selected by `x_op`: memory to stream, stream to memory, and the
+// release of what an earlier decode allocated. In XDR_FREE a routine never touches the stream.
+// A null pointer on decode means that the routine allocates (zero-filled, from the standard
+// runtime); a non-null one that the caller's block is used. Results are TRUE or FALSE; after a
+// decode that failed half way the caller runs xdr_free on what stands. A handle belongs to one
+// thread at a time.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace kvrpc {
+
+using bool_t = std::int32_t;
+using enum_t = std::int32_t;
+constexpr bool_t TRUE = 1;
+constexpr bool_t FALSE = 0;
+
+enum xdr_op : std::int32_t { XDR_ENCODE = 0, XDR_DECODE = 1, XDR_FREE = 2 };
+
+struct xdr_ops;
+
+struct XDR {
+  xdr_op x_op;           // direction; callers change it freely between operations
+  const xdr_ops* x_ops;  // the operations of this kind of stream
+  char* x_private;       // memory stream: the cursor; record stream: its RECSTREAM
+  char* x_base;          // memory stream: start of the buffer
+  std::int32_t x_handy;  // memory stream: bytes left, may go negative
+};
+
+struct xdr_ops {
+  bool_t (*x_getlong)(XDR* xdrs, std::int32_t* value);
+  bool_t (*x_putlong)(XDR* xdrs, const std::int32_t* value);
+  bool_t (*x_getbytes)(XDR* xdrs, char* destination, std::uint32_t length);
+  bool_t (*x_putbytes)(XDR* xdrs, const char* source, std::uint32_t length);
+  std::uint32_t (*x_getpostn)(XDR* xdrs);
+  bool_t (*x_setpostn)(XDR* xdrs, std::uint32_t position);
+  char* (*x_inline)(XDR* xdrs, std::int32_t length);  // a place in the buffer, or null
+  void (*x_destroy)(XDR* xdrs);                       // may be null
+};
+
+inline bool_t XDR_GETLONG(XDR* xdrs, std::int32_t* value) {
+  return xdrs->x_ops->x_getlong(xdrs, value);
+}
+inline bool_t XDR_PUTLONG(XDR* xdrs, const std::int32_t* value) {
+  return xdrs->x_ops->x_putlong(xdrs, value);
+}
+inline bool_t XDR_GETBYTES(XDR* xdrs, char* destination, std::uint32_t length) {
+  return xdrs->x_ops->x_getbytes(xdrs, destination, length);
+}
+inline bool_t XDR_PUTBYTES(XDR* xdrs, const char* source, std::uint32_t length) {
+  return xdrs->x_ops->x_putbytes(xdrs, source, length);
+}
+inline std::uint32_t XDR_GETPOS(XDR* xdrs) { return xdrs->x_ops->x_getpostn(xdrs); }
+inline bool_t XDR_SETPOS(XDR* xdrs, std::uint32_t position) {
+  return xdrs->x_ops->x_setpostn(xdrs, position);
+}
+inline char* XDR_INLINE(XDR* xdrs, std::int32_t length) {
+  return xdrs->x_ops->x_inline(xdrs, length);
+}
+inline void XDR_DESTROY(XDR* xdrs) {
+  if (xdrs->x_ops->x_destroy != nullptr) xdrs->x_ops->x_destroy(xdrs);
+}
+
+// No limit on a length or count.
+constexpr std::uint32_t LASTUNSIGNED = 0xFFFFFFFFu;
+
+// Every routine that can carry an element, an argument or a result. The limit is LASTUNSIGNED
+// where one is passed at all, so no routine stored as an xdrproc_t depends on it.
+using xdrproc_t = bool_t (*)(XDR* xdrs, void* object, std::uint32_t limit);
+
+// A stream over `size` bytes of the caller's `buffer`; nothing is allocated.
+void xdrmem_create(XDR* xdrs, char* buffer, std::uint32_t size, xdr_op op);
+
+// Single items, one 4-byte unit each (xdr_void: none). The object's type stands behind each.
+bool_t xdr_void(XDR* xdrs, void* object, std::uint32_t limit = LASTUNSIGNED);
+bool_t xdr_long(XDR* xdrs, void* object, std::uint32_t limit = LASTUNSIGNED);     // int32_t
+bool_t xdr_u_long(XDR* xdrs, void* object, std::uint32_t limit = LASTUNSIGNED);   // uint32_t
+bool_t xdr_int(XDR* xdrs, void* object, std::uint32_t limit = LASTUNSIGNED);      // int32_t
+bool_t xdr_u_int(XDR* xdrs, void* object, std::uint32_t limit = LASTUNSIGNED);    // uint32_t
+bool_t xdr_enum(XDR* xdrs, void* object, std::uint32_t limit = LASTUNSIGNED);     // enum_t
+bool_t xdr_short(XDR* xdrs, void* object, std::uint32_t limit = LASTUNSIGNED);    // int16_t
+bool_t xdr_u_short(XDR* xdrs, void* object, std::uint32_t limit = LASTUNSIGNED);  // uint16_t
+bool_t xdr_bool(XDR* xdrs, void* object, std::uint32_t limit = LASTUNSIGNED);     // bool_t
+bool_t xdr_char(XDR* xdrs, void* object, std::uint32_t limit = LASTUNSIGNED);     // char
+bool_t xdr_u_char(XDR* xdrs, void* object, std::uint32_t limit = LASTUNSIGNED);   // char
+
+// What has a length or a pointer. Pointers are addressed as `char**` whatever they point to, and
+// may stand at any address that is a multiple of 4.
+struct netobj {
+  std::uint32_t n_len;
+  char* n_bytes;
+};
+constexpr std::uint32_t MAX_NETOBJ_SZ = 1024;
+
+// One arm of a union; a table ends with an arm whose `proc` is null.
+struct xdr_discrim {
+  enum_t value;
+  xdrproc_t proc;
+};
+
+bool_t xdr_opaque(XDR* xdrs, char* data, std::uint32_t count);
+bool_t xdr_bytes(XDR* xdrs, char** data, std::uint32_t* size, std::uint32_t maximum);
+bool_t xdr_netobj(XDR* xdrs, void* object, std::uint32_t limit = LASTUNSIGNED);  // netobj
+bool_t xdr_string(XDR* xdrs, char** text, std::uint32_t maximum);
+bool_t xdr_wrapstring(XDR* xdrs, void* object, std::uint32_t limit = LASTUNSIGNED);  // char*
+bool_t xdr_union(XDR* xdrs, enum_t* discriminant, void* unit, const xdr_discrim* table,
+                 xdrproc_t fallback);
+bool_t xdr_array(XDR* xdrs, char** array, std::uint32_t* count, std::uint32_t maximum,
+                 std::uint32_t element_size, xdrproc_t element);
+bool_t xdr_vector(XDR* xdrs, char* array, std::uint32_t count, std::uint32_t element_size,
+                  xdrproc_t element);
+bool_t xdr_reference(XDR* xdrs, char** object, std::uint32_t size, xdrproc_t routine);
+bool_t xdr_pointer(XDR* xdrs, char** object, std::uint32_t size, xdrproc_t routine);
+
+// Releases what `routine` decoded into `object` and leaves its pointers null.
+void xdr_free(xdrproc_t routine, void* object);
+
+}  // namespace kvrpc
