@@ -1,0 +1,29 @@
+// Base64 for opaque data: the standard alphabet, `=` as padding, no line breaks written.
+//
+// Reading is lenient: bytes outside the alphabet are skipped, padding at the end may be missing,
+// and padded texts may follow one another. Only a `=` where none can stand fails, with a line on
+// standard error. What is returned comes from malloc and belongs to the caller.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace kvrpc {
+
+// The length of the text for `size` bytes, without a NUL.
+constexpr std::size_t base64_text_size(std::size_t size) {
+  return size / 3 * 4 + (size % 3 != 0 ? 4 : 0);
+}
+
+// Writes the text for `size` bytes to `out`, without a NUL, and returns its end.
+char* base64_encode_to(char* out, const void* bytes, std::size_t size);
+
+// The text with its NUL, or null when memory is out. `reserved_out` (may be null) receives the
+// size that was reserved, which is more than the text's length.
+char* base64_encode(const void* bytes, std::size_t size, std::size_t* reserved_out);
+
+// The bytes, their number in `length_out`; null when memory is out or the padding is wrong. Reads
+// `size` bytes of text, and the one behind them (its NUL) when the last is a `=`.
+std::uint8_t* base64_decode(const char* text, std::size_t size, std::size_t* length_out);
+
+}  // namespace kvrpc
