@@ -12,6 +12,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace kvrpc {
 
@@ -21,6 +22,20 @@ constexpr bool_t TRUE = 1;
 constexpr bool_t FALSE = 0;
 
 enum xdr_op : std::int32_t { XDR_ENCODE = 0, XDR_DECODE = 1, XDR_FREE = 2 };
+
+// One unit at `at`, which need not be aligned: for readers and writers that work in place.
+inline std::uint32_t xdr_load_unit(const char* at) {
+  unsigned char bytes[4];
+  std::memcpy(bytes, at, sizeof bytes);
+  return static_cast<std::uint32_t>(bytes[0]) << 24 | static_cast<std::uint32_t>(bytes[1]) << 16 |
+         static_cast<std::uint32_t>(bytes[2]) << 8 | static_cast<std::uint32_t>(bytes[3]);
+}
+inline void xdr_store_unit(char* at, std::uint32_t unit) {
+  const unsigned char bytes[4] = {
+      static_cast<unsigned char>(unit >> 24), static_cast<unsigned char>(unit >> 16),
+      static_cast<unsigned char>(unit >> 8), static_cast<unsigned char>(unit)};
+  std::memcpy(at, bytes, sizeof bytes);
+}
 
 struct xdr_ops;
 
@@ -103,6 +118,10 @@ struct xdr_discrim {
   xdrproc_t proc;
 };
 
+// A block that is allocated here has the exact size and one zero byte behind it, and grows as its
+// bytes or elements arrive: a length that the stream cannot fill costs little more than what came.
+// xdr_string sends a null text as an empty one. When xdr_array fails half way, `*count` is lowered
+// to the elements that the block holds, those that did not arrive being zero.
 bool_t xdr_opaque(XDR* xdrs, char* data, std::uint32_t count);
 bool_t xdr_bytes(XDR* xdrs, char** data, std::uint32_t* size, std::uint32_t maximum);
 bool_t xdr_netobj(XDR* xdrs, void* object, std::uint32_t limit = LASTUNSIGNED);  // netobj

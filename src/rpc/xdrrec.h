@@ -1,11 +1,10 @@
 // The record stream: an XDR handle over a byte stream without message boundaries (RFC 5531 record
 // marking). A record is a chain of fragments:
 //
-//   byte 0          1          2          3          4 ...
-//   +-+--------------------------------------------+------------------------+
-//   |L|  length of the data, 31 bits, big-endian   |  `length` data bytes   |  L: last of its
-//   record
-//   +-+--------------------------------------------+------------------------+
+//   byte 0    1    2    3     4 ...
+//   +-+---------------------+-------------------+
+//   |L|  length, 31 bits    |  `length` bytes   |   big-endian; L is set on the last fragment
+//   +-+---------------------+-------------------+
 //
 // Both directions are buffered in one block that belongs to the stream and is released by
 // XDR_DESTROY; the XDR handle itself is the caller's, who also sets x_op before each use. All

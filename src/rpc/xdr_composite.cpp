@@ -1,0 +1,251 @@
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "rpc/xdr.h"
+
+namespace kvrpc {
+namespace {
+
+constexpr std::uint32_t unit_bytes = 4;
+
+// Blocks start with this many bytes at most and double as their content arrives.
+constexpr std::uint64_t first_piece = 64 * 1024;
+
+// A record's pointers stand at multiples of 4, which may be less than a pointer's own alignment.
+char* load_pointer(char* const* place) {
+  char* pointer;
+  std::memcpy(&pointer, static_cast<const void*>(place), sizeof pointer);
+  return pointer;
+}
+
+void store_pointer(char** place, char* pointer) {
+  std::memcpy(static_cast<void*>(place), &pointer, sizeof pointer);
+}
+
+void release(char** place) {
+  std::free(load_pointer(place));
+  store_pointer(place, nullptr);
+}
+
+// Makes the block behind `place` `bytes` long, with one zero byte behind them; the first `held`
+// bytes stay, the others are zero. On failure the block stays as it was.
+bool resize(char** place, std::uint64_t held, std::uint64_t bytes) {
+  if (bytes >= SIZE_MAX) return false;
+  auto* block =
+      static_cast<char*>(std::realloc(load_pointer(place), static_cast<std::size_t>(bytes) + 1));
+  if (block == nullptr) return false;
+  std::memset(block + held, 0, static_cast<std::size_t>(bytes - held) + 1);
+  store_pointer(place, block);
+  return true;
+}
+
+bool_t out_of_memory(const char* routine) {
+  std::fprintf(stderr, "%s: out of memory\n", routine);
+  return FALSE;
+}
+
+// What a block grows to: twice what has arrived, at least `first`, and never beyond `all`.
+std::uint32_t next_room(std::uint64_t arrived, std::uint64_t first, std::uint32_t all) {
+  return static_cast<std::uint32_t>(std::min<std::uint64_t>(all, std::max(2 * arrived, first)));
+}
+
+// Decodes `size` bytes and their fill into a block of their own. Every piece but the last is a
+// whole number of units, so only the last has a fill.
+bool_t decode_block(XDR* xdrs, char** data, std::uint32_t size, const char* routine) {
+  std::uint32_t arrived = 0;
+  do {
+    const std::uint32_t room = next_room(arrived, first_piece, size);
+    if (!resize(data, arrived, room)) return out_of_memory(routine);
+    if (!xdr_opaque(xdrs, load_pointer(data) + arrived, room - arrived)) return FALSE;
+    arrived = room;
+  } while (arrived < size);
+  return TRUE;
+}
+
+// Elements `from` to `to` of the array; a null array has null elements.
+bool_t walk_elements(XDR* xdrs, char* array, std::uint32_t from, std::uint32_t to,
+                     std::size_t element_size, xdrproc_t element) {
+  for (std::uint32_t i = from; i < to; ++i) {
+    char* at = array == nullptr ? nullptr : array + i * element_size;
+    if (!element(xdrs, at, LASTUNSIGNED)) return FALSE;
+  }
+  return TRUE;
+}
+
+// Decodes `*count` elements into a block of their own, and lowers `*count` to what the block holds
+// where it could not be made whole: whoever releases the record walks that many.
+bool_t decode_elements(XDR* xdrs, char** array, std::uint32_t* count, std::uint64_t element_size,
+                       xdrproc_t element) {
+  const std::uint32_t wanted = *count;
+  const std::uint64_t first =
+      std::max<std::uint64_t>(1, first_piece / std::max<std::uint64_t>(1, element_size));
+  std::uint32_t arrived = 0;
+  while (arrived < wanted) {
+    const std::uint32_t room = next_room(arrived, first, wanted);
+    *count = arrived;
+    if (!resize(array, arrived * element_size, room * element_size)) {
+      return out_of_memory("xdr_array");
+    }
+    *count = room;
+    if (!walk_elements(xdrs, load_pointer(array), arrived, room,
+                       static_cast<std::size_t>(element_size), element)) {
+      return FALSE;
+    }
+    arrived = room;
+  }
+  return TRUE;
+}
+
+bool_t get_opaque(XDR* xdrs, char* data, std::uint32_t count, std::uint32_t fill) {
+  char scratch[unit_bytes];
+  if (!XDR_GETBYTES(xdrs, data, count)) return FALSE;
+  return fill == 0 ? TRUE : XDR_GETBYTES(xdrs, scratch, fill);
+}
+
+bool_t put_opaque(XDR* xdrs, const char* data, std::uint32_t count, std::uint32_t fill) {
+  constexpr char zeros[unit_bytes] = {};
+  if (!XDR_PUTBYTES(xdrs, data, count)) return FALSE;
+  return fill == 0 ? TRUE : XDR_PUTBYTES(xdrs, zeros, fill);
+}
+
+}  // namespace
+
+bool_t xdr_opaque(XDR* xdrs, char* data, std::uint32_t count) {
+  if (count == 0) return TRUE;
+  const std::uint32_t over = count % unit_bytes;
+  const std::uint32_t fill = over == 0 ? 0 : unit_bytes - over;
+  switch (xdrs->x_op) {
+    case XDR_ENCODE:
+      return put_opaque(xdrs, data, count, fill);
+    case XDR_DECODE:
+      return get_opaque(xdrs, data, count, fill);
+    case XDR_FREE:
+      return TRUE;
+  }
+  return FALSE;
+}
+
+bool_t xdr_bytes(XDR* xdrs, char** data, std::uint32_t* size, std::uint32_t maximum) {
+  char* block = load_pointer(data);
+  if (!xdr_u_int(xdrs, size)) return FALSE;
+  if (*size > maximum && xdrs->x_op != XDR_FREE) return FALSE;
+  switch (xdrs->x_op) {
+    case XDR_ENCODE:
+      return xdr_opaque(xdrs, block, *size);
+    case XDR_DECODE:
+      if (*size == 0) return TRUE;
+      if (block == nullptr) return decode_block(xdrs, data, *size, "xdr_bytes");
+      return xdr_opaque(xdrs, block, *size);
+    case XDR_FREE:
+      release(data);
+      return TRUE;
+  }
+  return FALSE;
+}
+
+bool_t xdr_netobj(XDR* xdrs, void* object, std::uint32_t) {
+  auto* netobject = static_cast<netobj*>(object);
+  return xdr_bytes(xdrs, &netobject->n_bytes, &netobject->n_len, MAX_NETOBJ_SZ);
+}
+
+namespace {
+
+bool_t decode_string(XDR* xdrs, char** text, std::uint32_t size) {
+  if (size == LASTUNSIGNED) return TRUE;  // with its terminator, its length would be 0
+  char* block = load_pointer(text);
+  if (block == nullptr) return decode_block(xdrs, text, size, "xdr_string");
+  block[size] = '\0';
+  return xdr_opaque(xdrs, block, size);
+}
+
+}  // namespace
+
+bool_t xdr_string(XDR* xdrs, char** text, std::uint32_t maximum) {
+  char* block = load_pointer(text);
+  if (xdrs->x_op == XDR_FREE && block == nullptr) return TRUE;
+  std::uint32_t size = 0;
+  if (xdrs->x_op != XDR_DECODE && block != nullptr) {
+    size = static_cast<std::uint32_t>(std::strlen(block));
+  }
+  if (!xdr_u_int(xdrs, &size)) return FALSE;
+  // In every direction: a text above the maximum is not released either.
+  if (size > maximum) return FALSE;
+  switch (xdrs->x_op) {
+    case XDR_ENCODE:
+      return xdr_opaque(xdrs, block, size);
+    case XDR_DECODE:
+      return decode_string(xdrs, text, size);
+    case XDR_FREE:
+      release(text);
+      return TRUE;
+  }
+  return FALSE;
+}
+
+bool_t xdr_wrapstring(XDR* xdrs, void* object, std::uint32_t) {
+  return xdr_string(xdrs, static_cast<char**>(object), LASTUNSIGNED) ? TRUE : FALSE;
+}
+
+bool_t xdr_union(XDR* xdrs, enum_t* discriminant, void* unit, const xdr_discrim* table,
+                 xdrproc_t fallback) {
+  if (!xdr_enum(xdrs, discriminant)) return FALSE;
+  for (const xdr_discrim* arm = table; arm->proc != nullptr; ++arm) {
+    if (arm->value == *discriminant) return arm->proc(xdrs, unit, LASTUNSIGNED);
+  }
+  return fallback == nullptr ? FALSE : fallback(xdrs, unit, LASTUNSIGNED);
+}
+
+bool_t xdr_array(XDR* xdrs, char** array, std::uint32_t* count, std::uint32_t maximum,
+                 std::uint32_t element_size, xdrproc_t element) {
+  char* block = load_pointer(array);
+  if (!xdr_u_int(xdrs, count)) return FALSE;
+  if (*count > maximum && xdrs->x_op != XDR_FREE) return FALSE;
+  if (block == nullptr) {
+    if (xdrs->x_op == XDR_FREE) return TRUE;
+    if (xdrs->x_op == XDR_DECODE) {
+      return decode_elements(xdrs, array, count, element_size, element);
+    }
+  }
+  const bool_t status = walk_elements(xdrs, block, 0, *count, element_size, element);
+  if (xdrs->x_op == XDR_FREE) release(array);
+  return status;
+}
+
+bool_t xdr_vector(XDR* xdrs, char* array, std::uint32_t count, std::uint32_t element_size,
+                  xdrproc_t element) {
+  return walk_elements(xdrs, array, 0, count, element_size, element);
+}
+
+bool_t xdr_reference(XDR* xdrs, char** object, std::uint32_t size, xdrproc_t routine) {
+  if (load_pointer(object) == nullptr) {
+    if (xdrs->x_op == XDR_FREE) return TRUE;
+    if (xdrs->x_op == XDR_DECODE && !resize(object, 0, size)) {
+      return out_of_memory("xdr_reference");
+    }
+  }
+  const bool_t status = routine(xdrs, load_pointer(object), LASTUNSIGNED);
+  if (xdrs->x_op == XDR_FREE) release(object);
+  return status;
+}
+
+bool_t xdr_pointer(XDR* xdrs, char** object, std::uint32_t size, xdrproc_t routine) {
+  bool_t present = load_pointer(object) != nullptr ? TRUE : FALSE;
+  if (!xdr_bool(xdrs, &present)) return FALSE;
+  if (!present) {
+    store_pointer(object, nullptr);
+    return TRUE;
+  }
+  return xdr_reference(xdrs, object, size, routine);
+}
+
+void xdr_free(xdrproc_t routine, void* object) {
+  XDR stream = {};
+  stream.x_op = XDR_FREE;
+  routine(&stream, object, LASTUNSIGNED);
+}
+
+}  // namespace kvrpc
