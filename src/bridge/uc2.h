@@ -24,12 +24,16 @@ enum iso_modifier : int {
   iso_bad_utf8 = 3  // bad UTF-8: the replacement stands for it
 };
 
-// The UTF-8 form of an ISO byte.
+// The UTF-8 form of an ISO byte, and those of all 256: iso_utf8[byte].
 struct utf8_form {
   char bytes[3];
   std::uint8_t size;
 };
-extern const utf8_form iso_utf8[256];
+struct utf8_forms {
+  utf8_form form[256];
+  constexpr const utf8_form& operator[](unsigned char iso) const { return form[iso]; }
+};
+extern const utf8_forms iso_utf8;
 
 // ---- one character; 1, or 0 when an address is null
 

@@ -1,0 +1,120 @@
+#include "bridge/base64.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace kvrpc {
+namespace {
+
+constexpr char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+constexpr std::uint8_t not_in_alphabet = 0xFF;
+
+struct value_table {
+  std::uint8_t value[256];
+};
+
+constexpr value_table make_values() {
+  value_table table{};
+  for (std::uint8_t& value : table.value) value = not_in_alphabet;
+  for (unsigned i = 0; i < 64; ++i) {
+    table.value[static_cast<unsigned char>(alphabet[i])] = static_cast<std::uint8_t>(i);
+  }
+  return table;
+}
+constexpr value_table values = make_values();
+
+// Four characters for the up to 24 bits of a group.
+char* put_group(char* out, std::uint32_t bits) {
+  for (int shift = 18; shift >= 0; shift -= 6) *out++ = alphabet[bits >> shift & 0x3F];
+  return out;
+}
+
+// Collects the bytes of a text that is read character by character.
+class quantum_reader {
+ public:
+  explicit quantum_reader(std::uint8_t* out) : out_(out) {}
+
+  std::uint8_t* end() const { return out_; }
+
+  void take(std::uint8_t value) {
+    switch (position_) {
+      case 0:
+        *out_ = static_cast<std::uint8_t>(value << 2);
+        break;
+      case 1:
+        split(value, 4, 4);
+        break;
+      case 2:
+        split(value, 2, 6);
+        break;
+      default:
+        *out_++ |= value;
+    }
+    position_ = (position_ + 1) % 4;
+  }
+
+  // A `=` with the byte that stands behind it.
+  bool pad(char following) {
+    if (position_ < 2 || (position_ == 2 && following != '=')) return false;
+    position_ = (position_ + 1) % 4;
+    return true;
+  }
+
+ private:
+  // The upper bits end one byte, the lower ones begin the next.
+  void split(std::uint8_t value, int right, int left) {
+    *out_++ |= static_cast<std::uint8_t>(value >> right);
+    *out_ = static_cast<std::uint8_t>(value << left);
+  }
+
+  std::uint8_t* out_;
+  int position_ = 0;
+};
+
+}  // namespace
+
+char* base64_encode_to(char* out, const void* bytes, std::size_t size) {
+  const std::uint8_t* in = static_cast<const std::uint8_t*>(bytes);
+  for (; size >= 3; size -= 3, in += 3) {
+    out = put_group(out, static_cast<std::uint32_t>(in[0] << 16 | in[1] << 8 | in[2]));
+  }
+  if (size == 0) return out;
+  const int second = size == 2 ? in[1] : 0;
+  out = put_group(out, static_cast<std::uint32_t>(in[0] << 16 | second << 8));
+  if (size == 1) out[-2] = '=';
+  out[-1] = '=';
+  return out;
+}
+
+char* base64_encode(const void* bytes, std::size_t size, std::size_t* reserved_out) {
+  if (size > SIZE_MAX / 2) return nullptr;
+  // As much as a text broken after each 60 characters would take.
+  const std::size_t length = base64_text_size(size);
+  const std::size_t reserved = length + length / 60 * 2 + 2;
+  char* text = static_cast<char*>(std::malloc(reserved + 1));
+  if (text == nullptr) return nullptr;
+  *base64_encode_to(text, bytes, size) = '\0';
+  if (reserved_out != nullptr) *reserved_out = reserved;
+  return text;
+}
+
+std::uint8_t* base64_decode(const char* text, std::size_t size, std::size_t* length_out) {
+  std::uint8_t* bytes =
+      static_cast<std::uint8_t*>(std::calloc(size / 4 * 3 + size % 4 * 3 / 4 + 4, 1));
+  if (bytes == nullptr) return nullptr;
+  quantum_reader reader(bytes);
+  for (std::size_t i = 0; i < size; ++i) {
+    const std::uint8_t value = values.value[static_cast<unsigned char>(text[i])];
+    if (value != not_in_alphabet) {
+      reader.take(value);
+    } else if (text[i] == '=' && !reader.pad(text[i + 1])) {
+      std::fputs("impossible quantum position.\n", stderr);
+      std::free(bytes);
+      return nullptr;
+    }
+  }
+  *length_out = static_cast<std::size_t>(reader.end() - bytes);
+  return bytes;
+}
+
+}  // namespace kvrpc
