@@ -3,13 +3,23 @@
 //
 // Nothing here is locked; the interpreter lock serialises its users. Two values are cached for the
 // life of the process: the program number offset, at the first creation of any client, and the
-// local host name, at the first creation that needs it.
+// local host name, at the first creation that needs it. Every other variable is read at the point
+// of use.
+//
+//   ALPHAHOST, OMEGAHOST   host of alpha and omega, if not empty; otherwise the local host name
+//   LOCALHOST              local host name, its first 35 characters; otherwise "localhost"
+//   ZOLMHOST               host of all others, also if empty; otherwise "localhost"
+//   KORVEXRPCOFFSET        added to every program number
+//   RPCTRANSPORT           transport, also if empty; otherwise "tcp"
+//
+// LAMBDAHOST, GAMMAHOST, THETAHOST and PIHOST are reserved and change nothing.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 
 #include "rpc/clnt.h"
+#include "rpc/rpc_os.h"
 
 namespace kvrpc {
 
@@ -28,5 +38,24 @@ CLIENT* server_clnt_create(const char* which, const char* host);
 void server_clnt_destroy(CLIENT* clnt);
 // The text of the last creation failure, in the shared buffer of the runtime; may be null.
 const char* server_clnt_create_error(const char* prefix);
+
+// The text of an environment variable, or a constant one in its place.
+class setting {
+ public:
+  explicit setting(const char* variable) : variable_(variable), text_(variable_.get()) {}
+  void replace(const char* constant) { text_ = constant; }
+  const char* text() const { return text_; }  // null when there is neither
+
+ private:
+  environment_text variable_;
+  const char* text_;
+};
+
+setting rpc_transport();
+setting default_host();
+setting alpha_host();
+setting omega_host();
+const char* local_host();  // never null and never empty
+std::uint32_t rpc_prog_number(std::uint32_t program);
 
 }  // namespace kvrpc

@@ -39,19 +39,26 @@ using rpc_socket = std::intptr_t;
 using rpc_socket = std::int32_t;
 #endif
 
+constexpr std::uint16_t RPC_IPV4 = 2;
+enum rpc_socket_type : std::int32_t { RPC_STREAM = 1, RPC_DATAGRAM = 2 };
+enum rpc_protocol : std::int32_t { RPC_IP = 0, RPC_TCP = 6, RPC_UDP = 17 };
+
 // An IPv4 socket address in the form of the socket calls, 16 bytes.
 struct rpc_address {
-  std::uint16_t family;  // 2
+  std::uint16_t family;  // RPC_IPV4
   std::uint16_t port;    // network order
   std::uint32_t host;    // network order
   std::uint8_t zero[8];
 };
 static_assert(sizeof(rpc_address) == 16, "the address of the socket calls");
 
-// Winsock's numbers, on every platform.
+// A port between the host's order and the network's; the same step both ways.
+std::uint16_t rpc_network_order(std::uint16_t port);
+
+// Winsock's numbers, on every platform. rpc_os_errors_posix.cpp has the whole table.
 enum rpc_socket_error : std::int32_t {
   RPC_EINTR = 4,             // interrupted; the caller goes on
-  RPC_EINTERRUPTED = 10004,  // interrupted, and the interrupt hook ended the wait
+  RPC_EINTERRUPTED = 10004,  // interrupted, and the interrupt hook ended the call
   RPC_EWOULDBLOCK = 10035,
   RPC_ENOTSOCK = 10038,
   RPC_EMSGSIZE = 10040,
@@ -64,12 +71,19 @@ enum rpc_socket_error : std::int32_t {
 // The number of the last failed socket call of this thread.
 std::int32_t rpc_socket_errno();
 
-rpc_socket rpc_socket_open(std::int32_t type, std::int32_t protocol);  // IPv4; negative on failure
-std::int32_t rpc_socket_connect(rpc_socket sock, const rpc_address* address);  // 0 or -1
-std::int32_t rpc_socket_set_nonblocking(rpc_socket sock);                      // 0 or -1
-std::int32_t rpc_socket_close(rpc_socket sock);                                // 0 or -1
-// 1 when a read will not block, 0 when the time is over, -1 on failure.
-std::int32_t rpc_socket_wait(rpc_socket sock, rpc_timeval limit);
+rpc_socket rpc_socket_open(rpc_socket_type type, rpc_protocol protocol);  // negative on failure
+// Blocks without a time limit of its own. 0 or -1.
+std::int32_t rpc_socket_connect(rpc_socket sock, const rpc_address* address);
+std::int32_t rpc_socket_set_nonblocking(rpc_socket sock);  // 0 or -1
+std::int32_t rpc_socket_close(rpc_socket sock);            // 0 or -1; closed in any case
+
+// 1 when a read will not block (it may fail), 0 when `deadline` has passed, -1 on failure. A
+// signal ends it early with RPC_EINTR; the caller then waits for the same deadline again.
+std::int32_t rpc_socket_wait(rpc_socket sock, std::int64_t deadline);
+// The same for a span of time that starts now, going on after RPC_EINTR.
+std::int32_t rpc_socket_await(rpc_socket sock, rpc_timeval span);
+
+// The bytes moved, or -1. send, recv and sendto go on after a signal, recvfrom reports RPC_EINTR.
 std::int32_t rpc_socket_send(rpc_socket sock, const char* bytes, std::int32_t length);
 std::int32_t rpc_socket_recv(rpc_socket sock, char* bytes, std::int32_t length);
 std::int32_t rpc_socket_sendto(rpc_socket sock, const char* bytes, std::int32_t length,
@@ -79,21 +93,42 @@ std::int32_t rpc_socket_recvfrom(rpc_socket sock, char* bytes, std::int32_t leng
                                  rpc_address* address);
 
 // The script's say when a signal interrupts a socket call or a wait: a result other than zero ends
-// it with RPC_EINTERRUPTED. Null, the default, lets everything go on.
+// it with RPC_EINTERRUPTED. Null, the default, lets everything go on. Windows, whose sockets no
+// signal interrupts, asks it twenty times a second during a wait.
 void rpc_set_interrupt_hook(int (*hook)());
 
-// The address of `host`: 0, or the cf_stat of the failure (RPC_UNKNOWNHOST, or RPC_SYSTEMERROR for
-// a family other than IPv4). To be called between rpc_resolver_enter and rpc_resolver_leave.
+// The address of `host` with port 0: 0, or the cf_stat of the failure (RPC_UNKNOWNHOST, or
+// RPC_SYSTEMERROR for a family other than IPv4). To be called between rpc_resolver_enter and
+// rpc_resolver_leave.
 std::int32_t rpc_resolve(const char* host, rpc_address* address);
 // The number of the protocol `name`, or -1.
 std::int32_t rpc_protocol_number(const char* name);
 
 // ---- process
 
-// A copy of the environment variable as the script sees it at this moment, released with free;
-// null when it does not exist (or memory is out).
+// A copy of the environment variable as the script sees it at this moment, ended by two NUL bytes
+// and released with free. Null with errno 0 when it does not exist, with ENOMEM without memory.
 char* rpc_environment(const char* name);
+
+// Such a copy for the length of a block.
+class environment_text {
+ public:
+  explicit environment_text(const char* name) : text_(rpc_environment(name)) {}
+  ~environment_text();
+  environment_text(environment_text&& other) noexcept : text_(other.text_) {
+    other.text_ = nullptr;
+  }
+  environment_text& operator=(environment_text&&) = delete;
+
+  char* get() const { return text_; }  // null when the variable does not exist
+
+ private:
+  char* text_;
+};
+
 std::uint32_t rpc_process_id();
 std::uint32_t rpc_time_seconds();
+// Microseconds of a clock that nobody sets.
+std::int64_t rpc_clock();
 
 }  // namespace kvrpc

@@ -1,0 +1,76 @@
+#include "rpc/clnt_common.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+
+#include "rpc/auth_none.h"
+#include "rpc/pmap.h"
+
+namespace kvrpc {
+
+void clnt_system_error(std::int32_t number) {
+  rpc_createerr.cf_stat = RPC_SYSTEMERROR;
+  rpc_createerr.cf_error.re_errno = number;
+}
+
+CLIENT* clnt_allocate(const char* creator, const clnt_ops* operations, std::size_t private_size) {
+  auto* clnt = static_cast<CLIENT*>(std::calloc(1, sizeof(CLIENT)));
+  if (clnt != nullptr) clnt->cl_lock = rpc_create_lock();
+  if (clnt != nullptr && clnt->cl_lock != nullptr) {
+    clnt->cl_private = std::calloc(1, private_size);
+  }
+  if (clnt == nullptr || clnt->cl_private == nullptr) {
+    const std::int32_t reason = errno;
+    std::fprintf(stderr, "%s: out of memory\n", creator);
+    if (clnt != nullptr) clnt_release(clnt);
+    clnt_system_error(reason);
+    return nullptr;
+  }
+  clnt->cl_ops = operations;
+  clnt->cl_auth = authnone_create();
+  return clnt;
+}
+
+void clnt_release(CLIENT* clnt) {
+  if (clnt->cl_lock != nullptr) rpc_destroy_lock(clnt->cl_lock);
+  std::free(clnt->cl_private);
+  std::free(clnt);
+}
+
+bool_t clnt_find_port(rpc_address* address, std::uint32_t program, std::uint32_t version,
+                      rpc_protocol protocol) {
+  if (address->port != 0) return TRUE;
+  const std::uint16_t port =
+      pmap_getport(address, program, version, static_cast<std::uint32_t>(protocol));
+  address->port = rpc_network_order(port);
+  return port != 0 ? TRUE : FALSE;
+}
+
+bool_t clnt_write_header(char* buffer, std::uint32_t size, std::uint32_t program,
+                         std::uint32_t version) {
+  rpc_msg message = {};
+  message.rm_xid = rpc_process_id() ^ rpc_time_seconds();
+  message.rm_call.cb_prog = program;
+  message.rm_call.cb_vers = version;
+  XDR stream;
+  xdrmem_create(&stream, buffer, size, XDR_ENCODE);
+  return xdr_callhdr(&stream, &message);
+}
+
+void clnt_expect_reply(rpc_msg* reply, xdrproc_t results, void* result_record) {
+  *reply = {};
+  reply->rm_reply = {};
+  reply->rm_reply.rp_acpt.ar_verf = _null_auth;
+  reply->rm_reply.rp_acpt.ar_results = {result_record, results};
+}
+
+// A denied reply lies where the verifier would be. A reply that did not get as far as its status
+// still has the one that clnt_expect_reply set, and the empty verifier.
+void clnt_release_verifier(rpc_msg* reply) {
+  if (reply->rm_reply.rp_stat == MSG_ACCEPTED) {
+    xdr_free(xdr_opaque_auth, &reply->rm_reply.rp_acpt.ar_verf);
+  }
+}
+
+}  // namespace kvrpc

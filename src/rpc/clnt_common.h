@@ -1,0 +1,40 @@
+// What the two transports share: making and releasing a handle with its private record, finding
+// the server's port, the call header, and the life of a reply's verifier. Nobody else includes
+// this.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "rpc/clnt.h"
+#include "rpc/rpc_msg.h"
+#include "rpc/rpc_os.h"
+
+namespace kvrpc {
+
+constexpr std::uint32_t CALL_HEADER_SIZE = 20;
+
+// Records a failed creation with an error number.
+void clnt_system_error(std::int32_t number);
+
+// A handle with its lock, the shared AUTH, and a zero-filled private record of `private_size`
+// bytes; or null, after "<creator>: out of memory" and with the reason in rpc_createerr.
+CLIENT* clnt_allocate(const char* creator, const clnt_ops* operations, std::size_t private_size);
+// Releases what clnt_allocate made.
+void clnt_release(CLIENT* clnt);
+
+// Asks the portmapper when the address has no port yet. FALSE leaves the reason in rpc_createerr.
+bool_t clnt_find_port(rpc_address* address, std::uint32_t program, std::uint32_t version,
+                      rpc_protocol protocol);
+
+// Writes the header of every call of a handle, CALL_HEADER_SIZE bytes, into `buffer`, with a new
+// handle's transaction id.
+bool_t clnt_write_header(char* buffer, std::uint32_t size, std::uint32_t program,
+                         std::uint32_t version);
+
+// Prepares a message for xdr_replymsg, which will run `results` on `result_record` for a success.
+void clnt_expect_reply(rpc_msg* reply, xdrproc_t results, void* result_record);
+// Releases the verifier that a decoded reply brought, also one that was decoded half way.
+void clnt_release_verifier(rpc_msg* reply);
+
+}  // namespace kvrpc

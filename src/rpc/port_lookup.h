@@ -1,0 +1,22 @@
+// The server's port as the environment decides it, read anew at each lookup.
+//
+// A server listens on a base port plus its slot, so that seven consecutive ports serve all of them.
+// KORVEXRPCPORT is the base port for every host, KORVEXRPCMAP gives one per host and wins:
+//
+//   map    entry { ";" entry } [ ";" ]
+//   entry  host ":" decimal number            blanks are dropped wherever they stand
+//
+// The map is split with ":" and ";" in turn and not parsed: separators in front of a token are
+// skipped, a name may contain ";", and what comes behind the matching entry is never looked at.
+// KORVEXRPCOFFSET is subtracted from the program number before its slot is looked up.
+#pragma once
+
+#include <cstdint>
+
+namespace kvrpc {
+
+// The port in the host's order, or 0 when the environment gives none. A faulty map is told on the
+// standard error stream, and the port found so far counts.
+std::uint16_t rpc_port_lookup(const char* host, std::uint32_t program, std::uint32_t version);
+
+}  // namespace kvrpc

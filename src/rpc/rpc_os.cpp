@@ -1,0 +1,85 @@
+#include "rpc/rpc_os.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "rpc/rpc_os_platform.h"
+
+namespace kvrpc {
+
+namespace {
+
+bool rpc_started = false;
+rpc_lock_record* rpc_resolver_lock = nullptr;
+rpc_lock_record* rpc_spare_lock = nullptr;  // never taken
+int (*interrupt_hook)() = nullptr;
+
+rpc_lock_record* startup_lock() {
+  rpc_lock_record* lock = rpc_create_lock();
+  if (lock == nullptr) {
+    char text[64];
+    std::snprintf(text, sizeof text, "rpc_create_lock() failed, error = %d\n", errno);
+    rpc_startup_failed(text);
+  }
+  return lock;
+}
+
+}  // namespace
+
+void rpc_startup_failed(const char* text) {
+  std::fprintf(stderr, "%s\n", text);
+  std::exit(1);
+}
+
+void rpc_startup() {
+  if (rpc_started) return;
+  rpc_started = true;
+  rpc_start_sockets();
+  rpc_resolver_lock = startup_lock();
+  rpc_spare_lock = startup_lock();
+}
+
+void rpc_shutdown() {
+  if (!rpc_started) return;
+  rpc_started = false;
+  rpc_destroy_lock(rpc_resolver_lock);
+  rpc_destroy_lock(rpc_spare_lock);
+  rpc_resolver_lock = nullptr;
+  rpc_spare_lock = nullptr;
+  rpc_stop_sockets();
+}
+
+void rpc_resolver_enter() {
+  if (rpc_resolver_lock != nullptr) rpc_lock(rpc_resolver_lock);
+}
+
+void rpc_resolver_leave() {
+  if (rpc_resolver_lock != nullptr) rpc_unlock(rpc_resolver_lock);
+}
+
+std::uint16_t rpc_network_order(std::uint16_t port) {
+  const std::uint8_t bytes[2] = {static_cast<std::uint8_t>(port >> 8),
+                                 static_cast<std::uint8_t>(port & 0xFF)};
+  std::uint16_t ordered;
+  std::memcpy(&ordered, bytes, sizeof ordered);
+  return ordered;
+}
+
+std::int32_t rpc_socket_await(rpc_socket sock, rpc_timeval span) {
+  const std::int64_t deadline = rpc_clock() + std::int64_t{span.tv_sec} * 1000000 + span.tv_usec;
+  std::int32_t ready;
+  do {
+    ready = rpc_socket_wait(sock, deadline);
+  } while (ready == -1 && rpc_socket_errno() == RPC_EINTR);
+  return ready;
+}
+
+void rpc_set_interrupt_hook(int (*hook)()) { interrupt_hook = hook; }
+
+bool rpc_interrupt_wanted() { return interrupt_hook != nullptr && interrupt_hook() != 0; }
+
+environment_text::~environment_text() { std::free(text_); }
+
+}  // namespace kvrpc

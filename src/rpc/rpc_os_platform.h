@@ -1,0 +1,23 @@
+// What rpc_os.cpp and the platform's source owe each other; nobody else includes this.
+#pragma once
+
+#include <cstdint>
+
+namespace kvrpc {
+
+// Platform: starts the socket layer, or ends the process after its message; and stops it.
+void rpc_start_sockets();
+void rpc_stop_sockets();
+
+// Writes a start-up failure on the standard error stream, followed by a line end, and ends the
+// process with exit code 1.
+[[noreturn]] void rpc_startup_failed(const char* text);
+
+// Whether the interrupt hook, if there is one, wants the interrupted call to end.
+bool rpc_interrupt_wanted();
+
+// POSIX: Winsock's number for an errno value.
+std::int32_t rpc_winsock_number(std::int32_t error);
+constexpr std::int32_t RPC_ESYSCALL = 10107;  // for an errno value that Winsock has no name for
+
+}  // namespace kvrpc
