@@ -1,0 +1,61 @@
+# The front door. `make help` lists what it opens; `make demo` and `make test` set a machine up first.
+SHELL := bash
+.SHELLFLAGS := -euo pipefail -c
+.DEFAULT_GOAL := build
+.PHONY: build test check demo bench fuzz clean help setup
+MAKEFLAGS += --no-print-directory
+
+PYTHON := .venv/bin/python
+FUZZ_SECONDS ?= 60
+
+# compile(PRESET): configures, which is quick when nothing changed, and builds into build/PRESET.
+compile = cmake --preset $(1) --log-level=WARNING -DKVRPC_PYTHON="$$(tools/find-python)" >/dev/null \
+          && cmake --build --preset $(1)
+
+help: ## this list
+	@awk -F ':.*## ' '/^[a-z-]+:.*## / {printf "  make %-12s %s\n", $$1, $$2}' $(MAKEFILE_LIST)
+
+setup:
+	@tools/setup build
+
+build: setup ## the module in build/lib, kvrpc-schema in build/bin
+	@$(call compile,release)
+	@mkdir -p build/lib build/bin
+	@cp -p build/release/lib/kvrpc.*.so build/release/kvrpc.pyi build/lib/
+	@cp -p build/release/kvrpc-schema build/bin/
+
+test: ## unit and end-to-end tests, debug and under the sanitizers
+	@tools/setup build peers
+	@$(call compile,debug)
+	@$(call compile,asan)
+	@tools/run-tests debug
+	@tools/run-tests asan
+
+test-clang: ## the same tests on clang's release build
+	@tools/setup build peers check
+	@$(call compile,clang)
+	@tools/run-tests clang
+
+test-newest: ## the same tests on the newest CPython of the machine
+	@tools/setup build peers newest
+	@KVRPC_PYTHON="$$(tools/find-python --newest)" && export KVRPC_PYTHON && $(call compile,newest)
+	@KVRPC_VENV=.venv-newest tools/run-tests newest
+
+check: ## formatting, lint, include direction, file lengths, mentions, the type stub
+	@tools/setup build check
+	@$(call compile,debug)
+	@tools/check
+
+demo: build ## starts the simulator, runs an example against it, ends by itself
+	@$(PYTHON) tools/demo.py examples/status.py
+
+bench: build ## measurements of the release build
+	@tools/bench
+
+fuzz: ## FUZZ_SECONDS (60) of each fuzz target
+	@tools/setup build check
+	@$(call compile,fuzz)
+	@tools/fuzz $(FUZZ_SECONDS)
+
+clean: ## removes what was built; the virtual environments stay
+	rm -rf build
