@@ -92,25 +92,26 @@ struct record_type {
   std::uint32_t field_count;
   std::uint32_t size;
   std::uint32_t align;
-  std::uint32_t wire_size;  // or variable_size
-  std::int32_t next_field;  // index of the list_next member, or -1
+  std::uint32_t wire_size;       // or variable_size
+  std::int32_t next_field;       // index of the list_next member, or -1
+  const record_field* selector;  // of a union: its discriminant as a field
 };
 
 // ---- types
 
 namespace wire {
 
-constexpr wire_type nothing{};
-constexpr wire_type long_{wire_kind::long_, 0, 4, 4, 4};
-constexpr wire_type int_{wire_kind::int_, 0, 4, 4, 4};
-constexpr wire_type u_long_{wire_kind::u_long_, 0, 4, 4, 4};
-constexpr wire_type short_{wire_kind::short_, 0, 2, 2, 4};
-constexpr wire_type bool_{wire_kind::bool_, 0, 4, 4, 4};
-constexpr wire_type text{wire_kind::text, 0, 4 + pointer_size, 4, variable_size};
-constexpr wire_type blob{wire_kind::blob, 0, 4 + pointer_size, 4, variable_size};
-constexpr wire_type string{wire_kind::string, 0, pointer_size, 4, variable_size};
-constexpr wire_type list_next{wire_kind::list_next, 0, pointer_size, 4, variable_size};
-constexpr wire_type unspecified{wire_kind::unspecified, 0, 0, 1, variable_size};
+inline constexpr wire_type nothing{};
+inline constexpr wire_type long_{wire_kind::long_, 0, 4, 4, 4};
+inline constexpr wire_type int_{wire_kind::int_, 0, 4, 4, 4};
+inline constexpr wire_type u_long_{wire_kind::u_long_, 0, 4, 4, 4};
+inline constexpr wire_type short_{wire_kind::short_, 0, 2, 2, 4};
+inline constexpr wire_type bool_{wire_kind::bool_, 0, 4, 4, 4};
+inline constexpr wire_type text{wire_kind::text, 0, 4 + pointer_size, 4, variable_size};
+inline constexpr wire_type blob{wire_kind::blob, 0, 4 + pointer_size, 4, variable_size};
+inline constexpr wire_type string{wire_kind::string, 0, pointer_size, 4, variable_size};
+inline constexpr wire_type list_next{wire_kind::list_next, 0, pointer_size, 4, variable_size};
+inline constexpr wire_type unspecified{wire_kind::unspecified, 0, 0, 1, variable_size};
 
 constexpr wire_type chars(std::uint32_t n) { return {wire_kind::chars, n, n, 1, 4 * n}; }
 constexpr wire_type schars(std::uint32_t n) { return {wire_kind::schars, n, n, 1, 4 * n}; }
@@ -157,7 +158,7 @@ struct structure : record_type {
   record_field table[N]{};
 
   constexpr structure(const char* record_name, const record_field (&rows)[N])
-      : record_type{record_name, false, nullptr, nullptr, N, 0, 1, 0, -1} {
+      : record_type{record_name, false, nullptr, nullptr, N, 0, 1, 0, -1, nullptr} {
     for (std::size_t i = 0; i < N; ++i) add(i, rows[i]);
     size = align_up(size, align);
     sum_runs();
@@ -211,9 +212,10 @@ struct arm {
 template <std::size_t N>
 struct choice : record_type {
   record_field table[N]{};
+  record_field discriminant_field{};
 
   constexpr choice(const char* record_name, const char* key, const arm (&rows)[N])
-      : record_type{record_name, true, key, nullptr, N, 4, 4, variable_size, -1} {
+      : record_type{record_name, true, key, nullptr, N, 4, 4, variable_size, -1, nullptr} {
     for (std::size_t i = 0; i < N; ++i) {
       table[i].key = rows[i].key;
       table[i].type = rows[i].type;
@@ -224,6 +226,10 @@ struct choice : record_type {
     }
     size = align_up(size, 4);
     fields = table;
+    discriminant_field.key = key;
+    discriminant_field.type = wire::int_;
+    structure<N>::set_label(discriminant_field);
+    selector = &discriminant_field;
   }
   choice(const choice&) = delete;
   choice& operator=(const choice&) = delete;
@@ -254,7 +260,7 @@ constexpr procedure_list list_of(const procedure (&rows)[N]) {
 // A server program: its procedures, family by family, in the order in which names are compared.
 struct program_table {
   const char* name;
-  const procedure_list* families;
+  const procedure_list* const* families;
   std::uint32_t family_count;
 };
 

@@ -1,0 +1,407 @@
+// Documents, pages and mailboxes: a user's documents, addressed by `userid`, `topf` and `faxid`,
+// their pages, logs and signatures, whole or block by block (`pos`, `lng`), and the message board.
+#include "schema/families.h"
+#include "schema/shared_records.h"
+
+namespace kvrpc::schema {
+
+using namespace wire;
+
+// clang-format off
+
+constexpr structure put_page_arg{"put_page_arg", {
+    {"userid",   chars(11)},
+    {"faxid",    long_},
+    {"seitennr", short_},
+    {"typ",      short_},
+    {"data",     text},
+}};
+
+constexpr structure cp_dok_arg{"cp_dok_arg", {
+    {"userid",      chars(11)},
+    {"sourcetopf",  short_},
+    {"sourcefaxid", long_},
+    {"destfaxid",   long_},
+}};
+
+constexpr structure del_dok_arg{"del_dok_arg", {
+    {"userid",   chars(11)},
+    {"topf",     short_},
+    {"faxid",    long_},
+    {"delentry", bool_},
+}};
+
+constexpr structure get_e_arg{"get_e_arg", {
+    {"loginid",   long_},
+    {"selection", short_},
+}};
+
+constexpr structure get_e_res_node{"get_e_res_node", {
+    {"data", inline_(get_e_rec_res)},
+    {"next", list_next},
+}};
+
+constexpr structure get_e_res{"get_e_res", {
+    {"anz",   long_},
+    {"first", pointer_to(get_e_res_node)},
+}};
+
+constexpr structure get_p_arg{"get_p_arg", {
+    {"loginid",   long_},
+    {"selection", short_},
+}};
+
+constexpr structure get_p_rec_res{"get_p_rec_res", {
+    {"faxid",   long_},
+    {"userid",  chars(11)},
+    {"public_", bool_},
+    {"status",  long_},
+    {"seiten",  short_},
+    {"comment", chars(31)},
+    {"crezeit", long_},
+}};
+
+constexpr structure get_p_res_node{"get_p_res_node", {
+    {"data", inline_(get_p_rec_res)},
+    {"next", list_next},
+}};
+
+constexpr structure get_p_res{"get_p_res", {
+    {"anz",   long_},
+    {"first", pointer_to(get_p_res_node)},
+}};
+
+constexpr structure get_s_arg{"get_s_arg", {
+    {"loginid",   long_},
+    {"selection", short_},
+}};
+
+constexpr structure get_s_res_node{"get_s_res_node", {
+    {"data", inline_(s_rec)},
+    {"next", list_next},
+}};
+
+constexpr structure get_s_res{"get_s_res", {
+    {"anz",   long_},
+    {"first", pointer_to(get_s_res_node)},
+}};
+
+constexpr structure bif_arg{"bif_arg", {
+    {"userid", chars(11)},
+    {"topf",   short_},
+}};
+
+constexpr structure get_page_arg{"get_page_arg", {
+    {"userid", chars(11)},
+    {"topf",   short_},
+    {"faxid",  long_},
+    {"page",   short_},
+    {"code",   short_},
+}};
+
+constexpr structure del_page_arg{"del_page_arg", {
+    {"userid", chars(11)},
+    {"faxid",  long_},
+    {"page",   short_},
+}};
+
+constexpr structure cp_page_arg{"cp_page_arg", {
+    {"userid",      chars(11)},
+    {"sourcetopf",  short_},
+    {"sourcefaxid", long_},
+    {"sourcepage",  short_},
+    {"destfaxid",   long_},
+    {"destpage",    short_},
+}};
+
+constexpr structure get_p_rec_arg{"get_p_rec_arg", {
+    {"userid", chars(11)},
+    {"faxid",  long_},
+}};
+
+constexpr structure get_inf_arg{"get_inf_arg", {
+    {"userid", chars(11)},
+    {"topf",   short_},
+    {"faxid",  long_},
+}};
+
+constexpr structure get_inf_res{"get_inf_res", {
+    {"laenge", long_},
+    {"data",   vector_of(long_, 1000)},
+}};
+
+constexpr structure get_log_arg{"get_log_arg", {
+    {"userid", chars(11)},
+    {"topf",   short_},
+    {"faxid",  long_},
+}};
+
+constexpr structure put_log_arg{"put_log_arg", {
+    {"userid", chars(11)},
+    {"topf",   short_},
+    {"faxid",  long_},
+    {"zeile",  text},
+}};
+
+constexpr structure put_comment_arg{"put_comment_arg", {
+    {"userid",  chars(11)},
+    {"topf",    short_},
+    {"faxid",   long_},
+    {"comment", chars(31)},
+}};
+
+constexpr structure put_public_arg{"put_public_arg", {
+    {"userid",  chars(11)},
+    {"faxid",   long_},
+    {"public_", bool_},
+}};
+
+constexpr structure ins_page_arg{"ins_page_arg", {
+    {"userid", chars(11)},
+    {"faxid",  long_},
+    {"page",   short_},
+}};
+
+constexpr structure put_sig_arg{"put_sig_arg", {
+    {"userid", chars(11)},
+    {"data",   text},
+}};
+
+constexpr structure put_bif_arg{"put_bif_arg", {
+    {"userid", chars(11)},
+    {"topf",   short_},
+    {"faxid",  long_},
+    {"bif",    bool_},
+}};
+
+constexpr structure put_scan_arg{"put_scan_arg", {
+    {"lineid",  chars(11)},
+    {"userid",  chars(11)},
+    {"res",     long_},
+    {"comment", chars(31)},
+}};
+
+constexpr structure forward_arg{"forward_arg", {
+    {"userid",     chars(11)},
+    {"sourcetopf", short_},
+    {"faxid",      long_},
+    {"desth",      chars(36)},
+    {"destu",      chars(11)},
+    {"groupid",    chars(11)},
+    {"desttopf",   short_},
+}};
+
+constexpr structure print_dok_arg{"print_dok_arg", {
+    {"userid",     chars(11)},
+    {"sourcetopf", short_},
+    {"faxid",      long_},
+    {"firstpage",  short_},
+    {"lastpage",   short_},
+    {"printid",    chars(11)},
+    {"copies",     short_},
+}};
+
+constexpr structure get_logb_arg{"get_logb_arg", {
+    {"userid", chars(11)},
+    {"topf",   short_},
+    {"faxid",  long_},
+    {"pos",    long_},
+    {"lng",    long_},
+}};
+
+constexpr structure get_logb_res{"get_logb_res", {
+    {"ok",   bool_},
+    {"lng",  long_},
+    {"data", text},
+}};
+
+constexpr structure get_pageb_arg{"get_pageb_arg", {
+    {"userid", chars(11)},
+    {"topf",   short_},
+    {"faxid",  long_},
+    {"page",   short_},
+    {"code",   short_},
+    {"pos",    long_},
+    {"lng",    long_},
+}};
+
+constexpr structure get_pageb_res{"get_pageb_res", {
+    {"ok",   bool_},
+    {"lng",  long_},
+    {"data", text},
+}};
+
+constexpr structure put_pageb_arg{"put_pageb_arg", {
+    {"userid",   chars(11)},
+    {"faxid",    long_},
+    {"seitennr", short_},
+    {"typ",      short_},
+    {"pos",      long_},
+    {"lng",      long_},
+    {"data",     text},
+}};
+
+constexpr structure get_sigb_arg{"get_sigb_arg", {
+    {"userid", chars(11)},
+    {"pos",    long_},
+    {"lng",    long_},
+}};
+
+constexpr structure get_sigb_res{"get_sigb_res", {
+    {"ok",   bool_},
+    {"lng",  long_},
+    {"data", text},
+}};
+
+constexpr structure put_sigb_arg{"put_sigb_arg", {
+    {"userid", chars(11)},
+    {"pos",    long_},
+    {"lng",    long_},
+    {"data",   text},
+}};
+
+constexpr structure get_logl_arg{"get_logl_arg", {
+    {"userid",              chars(11)},
+    {"topf",                short_},
+    {"faxid",               long_},
+    {"pos",                 long_},
+    {"lng",                 long_},
+    {"language_identifier", chars(31)},
+}};
+
+constexpr structure get_logl_res{"get_logl_res", {
+    {"ok",   bool_},
+    {"pos",  long_},
+    {"data", pointer_to(get_kzg_res_data)},
+}};
+
+constexpr structure exc_bif_arg{"exc_bif_arg", {
+    {"userid",  chars(11)},
+    {"topf",    short_},
+    {"faxid",   long_},
+    {"newflag", bool_},
+}};
+
+constexpr structure exc_bif_res{"exc_bif_res", {
+    {"ok",      bool_},
+    {"oldflag", bool_},
+}};
+
+constexpr structure get_pb_arg{"get_pb_arg", {
+    {"loginid",   long_},
+    {"selection", short_},
+    {"pos",       long_},
+    {"anz",       long_},
+}};
+
+constexpr structure get_sb_arg{"get_sb_arg", {
+    {"loginid",   long_},
+    {"selection", short_},
+    {"pos",       long_},
+    {"anz",       long_},
+}};
+
+constexpr structure exc_status_arg{"exc_status_arg", {
+    {"userid",  chars(11)},
+    {"topf",    short_},
+    {"faxid",   long_},
+    {"status",  short_},
+    {"newflag", bool_},
+}};
+
+constexpr structure exc_status_res{"exc_status_res", {
+    {"errcode", short_},
+    {"oldflag", bool_},
+}};
+
+constexpr structure bif_new_arg_v0{"bif_new_arg_v0", {
+    {"userid", chars(11)},
+    {"typ",    short_},
+    {"topf",   short_},
+}};
+
+constexpr choice bif_new_arg{"bif_new_arg", "vers", {
+    {0, "v0", inline_(bif_new_arg_v0)},
+}};
+
+constexpr structure bif_new_res_v0{"bif_new_res_v0", {
+    {"err", long_},
+    {"out", bool_},
+}};
+
+constexpr choice bif_new_res{"bif_new_res", "vers", {
+    {0, "v0", inline_(bif_new_res_v0)},
+}};
+
+constexpr structure put_board_arg{"put_board_arg", {
+    {"color", short_},
+    {"id",    chars(11)},
+    {"msg",   chars(81)},
+}};
+
+constexpr structure get_board_res_node{"get_board_res_node", {
+    {"next",   list_next},
+    {"id",     chars(11)},
+    {"msg",    chars(81)},
+    {"change", long_},
+}};
+
+constexpr structure get_board_res{"get_board_res", {
+    {"first",      pointer_to(get_board_res_node)},
+    {"lastchange", long_},
+}};
+
+constexpr structure get_boardl_arg{"get_boardl_arg", {
+    {"color",               short_},
+    {"oldchange",           long_},
+    {"language_identifier", chars(31)},
+}};
+
+constexpr procedure alpha_rows[] = {
+    //     name               argument                  result
+    {   3, "a_mk_dok_1",      chars(11),                long_},
+    {   4, "a_put_page_1",    inline_(put_page_arg),    bool_},
+    {   5, "a_cp_dok_1",      inline_(cp_dok_arg),      bool_},
+    {   6, "a_del_dok_1",     inline_(del_dok_arg),     bool_},
+    {   7, "a_get_e_1",       inline_(get_e_arg),       inline_(get_e_res)},
+    {   8, "a_get_p_1",       inline_(get_p_arg),       inline_(get_p_res)},
+    {   9, "a_get_s_1",       inline_(get_s_arg),       inline_(get_s_res)},
+    {  10, "a_bif_1",         inline_(bif_arg),         bool_},
+    {  14, "a_get_page_1",    inline_(get_page_arg),    text},
+    {  15, "a_del_page_1",    inline_(del_page_arg),    bool_},
+    {  16, "a_cp_page_1",     inline_(cp_page_arg),     bool_},
+    {  18, "a_get_p_rec_1",   inline_(get_p_rec_arg),   inline_(get_p_rec_res)},
+    {  20, "a_get_inf_1",     inline_(get_inf_arg),     inline_(get_inf_res)},
+    {  21, "a_get_log_1",     inline_(get_log_arg),     text},
+    {  22, "a_put_log_1",     inline_(put_log_arg),     bool_},
+    {  23, "a_put_comment_1", inline_(put_comment_arg), bool_},
+    {  24, "a_put_public_1",  inline_(put_public_arg),  bool_},
+    {  38, "a_ins_page_1",    inline_(ins_page_arg),    bool_},
+    {  40, "a_get_sig_1",     chars(11),                text},
+    {  41, "a_put_sig_1",     inline_(put_sig_arg),     bool_},
+    {  42, "a_put_bif_1",     inline_(put_bif_arg),     bool_},
+    {  48, "a_put_scan_1",    inline_(put_scan_arg),    bool_},
+    {  52, "a_forward_1",     inline_(forward_arg),     bool_},
+    {  53, "a_print_dok_1",   inline_(print_dok_arg),   bool_},
+    {  58, "a_get_logb_1",    inline_(get_logb_arg),    inline_(get_logb_res)},
+    {  59, "a_get_pageb_1",   inline_(get_pageb_arg),   inline_(get_pageb_res)},
+    {  60, "a_put_pageb_1",   inline_(put_pageb_arg),   bool_},
+    {  61, "a_get_sigb_1",    inline_(get_sigb_arg),    inline_(get_sigb_res)},
+    {  62, "a_put_sigb_1",    inline_(put_sigb_arg),    bool_},
+    {  72, "a_get_logl_1",    inline_(get_logl_arg),    inline_(get_logl_res)},
+    {  76, "a_exc_bif_1",     inline_(exc_bif_arg),     inline_(exc_bif_res)},
+    {  85, "a_get_eb_1",      inline_(get_eb_arg),      inline_(get_e_res)},
+    {  86, "a_get_pb_1",      inline_(get_pb_arg),      inline_(get_p_res)},
+    {  87, "a_get_sb_1",      inline_(get_sb_arg),      inline_(get_s_res)},
+    { 113, "a_exc_status_1",  inline_(exc_status_arg),  inline_(exc_status_res)},
+    { 135, "a_bif_new_1",     inline_(bif_new_arg),     inline_(bif_new_res)},
+    {1005, "a_put_board_1",   inline_(put_board_arg),   bool_},
+    {1006, "a_get_board_1",   short_,                   inline_(get_board_res)},
+    {1007, "a_get_boardl_1",  inline_(get_boardl_arg),  inline_(get_board_res)},
+};
+
+// clang-format on
+
+constexpr procedure_list alpha_documents = list_of(alpha_rows);
+
+}  // namespace kvrpc::schema

@@ -1,0 +1,26 @@
+// The procedures of the interface, family by family; programs.cpp joins them to programs.
+//
+// Each family's file holds its records and one list for each program that has procedures in it.
+// All lists are constant data, there before any code runs.
+#pragma once
+
+#include "schema/types.h"
+
+namespace kvrpc::schema {
+
+extern const procedure_list alpha_sessions;
+extern const procedure_list alpha_documents;
+extern const procedure_list alpha_jobs;
+extern const procedure_list alpha_directories;
+extern const procedure_list alpha_notifications;
+extern const procedure_list alpha_users;
+extern const procedure_list alpha_services;
+extern const procedure_list lambda_processes;
+extern const procedure_list nue_procedures;
+extern const procedure_list omega_users;
+extern const procedure_list omega_lines;
+extern const procedure_list sigma_pages;
+extern const procedure_list theta_jobs;
+extern const procedure_list theta_transmission;
+
+}  // namespace kvrpc::schema

@@ -1,0 +1,319 @@
+// Send and receive jobs: creating, changing, reading and ending send jobs, reading receive records.
+// The `_new` forms carry unions that select the short or the long form of a record.
+#include "schema/families.h"
+#include "schema/shared_records.h"
+
+namespace kvrpc::schema {
+
+using namespace wire;
+
+// clang-format off
+
+constexpr structure get_e_rec_arg{"get_e_rec_arg", {
+    {"userid", chars(11)},
+    {"faxid",  long_},
+}};
+
+constexpr structure get_s_rec_arg{"get_s_rec_arg", {
+    {"userid", chars(11)},
+    {"faxid",  long_},
+}};
+
+constexpr structure sende_arg{"sende_arg", {
+    {"userid",    chars(11)},
+    {"poolfaxid", long_},
+    {"s_record",  inline_(s_rec)},
+}};
+
+constexpr structure cancel_s_arg{"cancel_s_arg", {
+    {"userid", chars(11)},
+    {"faxid",  long_},
+}};
+
+constexpr structure restart_s_arg{"restart_s_arg", {
+    {"userid", chars(11)},
+    {"faxid",  long_},
+}};
+
+constexpr structure cha_s_rec_arg{"cha_s_rec_arg", {
+    {"faxid",    long_},
+    {"userid",   chars(11)},
+    {"prio",     short_},
+    {"comment",  chars(31)},
+    {"sollzeit", long_},
+    {"nachtkz",  bool_},
+    {"sollrepc", short_},
+    {"res",      long_},
+}};
+
+constexpr structure send_new_arg_v0{"send_new_arg_v0", {
+    {"userid",    chars(11)},
+    {"poolfaxid", long_},
+    {"s_record",  inline_(s_rec)},
+    {"headline",  chars(81)},
+    {"tsi",       chars(31)},
+    {"cpi",       chars(21)},
+    {"pincode",   chars(21)},
+}};
+
+constexpr structure s_rec_v1{"s_rec_v1", {
+    {"faxid",        long_},
+    {"userid",       chars(11)},
+    {"prio",         short_},
+    {"status",       long_},
+    {"seiten",       short_},
+    {"comment",      chars(31)},
+    {"crezeit",      long_},
+    {"sollzeit",     long_},
+    {"nachtkz",      bool_},
+    {"istzeit",      long_},
+    {"dauer",        short_},
+    {"seitenok",     short_},
+    {"nextzeit",     long_},
+    {"errstat",      short_},
+    {"sollrepc",     short_},
+    {"istrepc",      short_},
+    {"empftsi",      chars(21)},
+    {"empfnr",       chars(31)},
+    {"nettype",      short_},
+    {"res",          long_},
+    {"timeout",      long_},
+    {"ready",        bool_},
+    {"charge_unit",  chars(11)},
+    {"charge_value", long_},
+    {"gw_type",      chars(11)},
+    {"mailaddr",     chars(81)},
+    {"lineid_xmt",   chars(11)},
+    {"error_string", chars(81)},
+    {"alphaid_src",  chars(36)},
+    {"userid_src",   chars(11)},
+    {"costunit_src", chars(11)},
+    {"alphaid_xmt",  chars(36)},
+    {"costunit_xmt", chars(11)},
+}};
+
+constexpr structure send_new_arg_v1{"send_new_arg_v1", {
+    {"userid",    chars(11)},
+    {"poolfaxid", long_},
+    {"s_rec_v1",  inline_(s_rec_v1)},
+    {"headline",  chars(81)},
+    {"tsi",       chars(31)},
+    {"cpi",       chars(21)},
+    {"pincode",   chars(21)},
+}};
+
+constexpr choice send_new_arg{"send_new_arg", "selection", {
+    {0, "v0", inline_(send_new_arg_v0)},
+    {1, "v1", inline_(send_new_arg_v1)},
+}};
+
+constexpr structure send_new_res_v0{"send_new_res_v0", {
+    {"faxid",   long_},
+    {"errcode", short_},
+}};
+
+constexpr choice send_new_res{"send_new_res", "selection", {
+    {0, "v0", inline_(send_new_res_v0)},
+}};
+
+constexpr structure get_s_rec_new_arg_v1{"get_s_rec_new_arg_v1", {
+    {"userid", chars(11)},
+    {"faxid",  long_},
+}};
+
+constexpr choice get_s_rec_new_arg{"get_s_rec_new_arg", "selection", {
+    {1, "v1", inline_(get_s_rec_new_arg_v1)},
+}};
+
+constexpr choice s_rec_new{"s_rec_new", "selection", {
+    {0, "v0", inline_(s_rec)},
+    {1, "v1", inline_(s_rec_v1)},
+}};
+
+constexpr structure get_s_rec_new_res{"get_s_rec_new_res", {
+    {"errcode",   short_},
+    {"s_rec_new", inline_(s_rec_new)},
+}};
+
+constexpr structure cha_s_rec_new_arg_v1{"cha_s_rec_new_arg_v1", {
+    {"faxid",    long_},
+    {"userid",   chars(11)},
+    {"prio",     short_},
+    {"comment",  chars(31)},
+    {"sollzeit", long_},
+    {"nachtkz",  bool_},
+    {"sollrepc", short_},
+    {"res",      long_},
+    {"timeout",  long_},
+}};
+
+constexpr choice cha_s_rec_new_arg{"cha_s_rec_new_arg", "selection", {
+    {1, "v1", inline_(cha_s_rec_new_arg_v1)},
+}};
+
+constexpr structure get_s_rec_new_ll_arg_v1{"get_s_rec_new_ll_arg_v1", {
+    {"loginid",   long_},
+    {"selection", short_},
+    {"gw_type",   chars(11)},
+    {"mailaddr",  chars(81)},
+    {"pos",       long_},
+    {"anz",       long_},
+}};
+
+constexpr choice get_s_rec_new_ll_arg{"get_s_rec_new_ll_arg", "selection", {
+    {1, "v1", inline_(get_s_rec_new_ll_arg_v1)},
+}};
+
+constexpr structure get_s_rec_new_ll_res_node{"get_s_rec_new_ll_res_node", {
+    {"next", list_next},
+    {"data", inline_(s_rec_new)},
+}};
+
+constexpr structure get_s_rec_new_ll_res{"get_s_rec_new_ll_res", {
+    {"errcode", short_},
+    {"anz",     long_},
+    {"first",   pointer_to(get_s_rec_new_ll_res_node)},
+}};
+
+constexpr structure e_rec_new_v1{"e_rec_new_v1", {
+    {"faxid",    long_},
+    {"userid",   chars(11)},
+    {"status",   long_},
+    {"errstat",  short_},
+    {"seiten",   short_},
+    {"comment",  chars(31)},
+    {"absender", chars(21)},
+    {"empfzeit", long_},
+    {"dauer",    short_},
+    {"lineid",   chars(21)},
+    {"abscomm",  chars(31)},
+}};
+
+constexpr choice e_rec_new{"e_rec_new", "selection", {
+    {1, "v1", inline_(e_rec_new_v1)},
+}};
+
+constexpr structure get_e_rec_new_res{"get_e_rec_new_res", {
+    {"errcode",   short_},
+    {"e_rec_new", inline_(e_rec_new)},
+}};
+
+constexpr structure get_e_rec_new_ll_res_node{"get_e_rec_new_ll_res_node", {
+    {"next", list_next},
+    {"data", inline_(e_rec_new)},
+}};
+
+constexpr structure get_e_rec_new_ll_res{"get_e_rec_new_ll_res", {
+    {"errcode", short_},
+    {"anz",     long_},
+    {"first",   pointer_to(get_e_rec_new_ll_res_node)},
+}};
+
+constexpr structure put_s_stat_arg{"put_s_stat_arg", {
+    {"faxid",    long_},
+    {"status",   long_},
+    {"istzeit",  long_},
+    {"dauer",    short_},
+    {"seitenok", short_},
+    {"errstat",  short_},
+    {"istrepc",  short_},
+    {"empftsi",  chars(21)},
+}};
+
+constexpr structure get_nue_nr_res{"get_nue_nr_res", {
+    {"nue_nr",  long_},
+    {"errcode", short_},
+}};
+
+constexpr structure get_sendjob_ll_arg_v0{"get_sendjob_ll_arg_v0", {
+    {"nettype", short_},
+    {"anz",     long_},
+    {"request", short_},
+    {"action",  long_},
+    {"lineid",  chars(11)},
+}};
+
+constexpr choice get_sendjob_ll_arg{"get_sendjob_ll_arg", "selection", {
+    {0, "v0", inline_(get_sendjob_ll_arg_v0)},
+}};
+
+constexpr structure get_sendjob_ll_res_node_data_v0{"get_sendjob_ll_res_node_data_v0", {
+    {"s_rec",    inline_(s_rec)},
+    {"alphaid",  chars(36)},
+    {"tsi",      chars(31)},
+    {"headline", chars(81)},
+    {"cpi",      chars(21)},
+    {"pincode",  chars(31)},
+}};
+
+constexpr structure get_sendjob_ll_res_node_data_v1{"get_sendjob_ll_res_node_data_v1", {
+    {"vorix_command", chars(81)},
+}};
+
+constexpr choice get_sendjob_ll_res_node_data{"get_sendjob_ll_res_node_data", "selection", {
+    {0, "v0", inline_(get_sendjob_ll_res_node_data_v0)},
+    {1, "v1", inline_(get_sendjob_ll_res_node_data_v1)},
+}};
+
+constexpr structure get_sendjob_ll_res_node{"get_sendjob_ll_res_node", {
+    {"next", list_next},
+    {"data", inline_(get_sendjob_ll_res_node_data)},
+}};
+
+constexpr structure get_sendjob_ll_res{"get_sendjob_ll_res", {
+    {"first",   pointer_to(get_sendjob_ll_res_node)},
+    {"anz",     long_},
+    {"errcode", short_},
+}};
+
+constexpr structure put_s_stat_new_arg_v1{"put_s_stat_new_arg_v1", {
+    {"faxid",        long_},
+    {"status",       long_},
+    {"istzeit",      long_},
+    {"dauer",        short_},
+    {"seitenok",     short_},
+    {"errstat",      short_},
+    {"istrepc",      short_},
+    {"empftsi",      chars(21)},
+    {"charge_unit",  chars(11)},
+    {"charge_value", long_},
+    {"error_string", chars(81)},
+    {"job_alive",    bool_},
+}};
+
+constexpr choice put_s_stat_new_arg{"put_s_stat_new_arg", "selection", {
+    {1, "v1", inline_(put_s_stat_new_arg_v1)},
+}};
+
+constexpr procedure alpha_rows[] = {
+    //     name                    argument                       result
+    {  17, "a_get_e_rec_1",        inline_(get_e_rec_arg),        inline_(get_e_rec_res)},
+    {  19, "a_get_s_rec_1",        inline_(get_s_rec_arg),        inline_(s_rec)},
+    {  25, "a_sende_1",            inline_(sende_arg),            long_},
+    {  36, "a_cancel_s_1",         inline_(cancel_s_arg),         bool_},
+    {  37, "a_restart_s_1",        inline_(restart_s_arg),        bool_},
+    {  54, "a_cha_s_rec_1",        inline_(cha_s_rec_arg),        bool_},
+    { 132, "a_send_new_1",         inline_(send_new_arg),         inline_(send_new_res)},
+    { 137, "a_get_s_rec_new_1",    inline_(get_s_rec_new_arg),    inline_(get_s_rec_new_res)},
+    { 138, "a_cha_s_rec_new_1",    inline_(cha_s_rec_new_arg),    short_},
+    { 139, "a_get_s_rec_new_ll_1", inline_(get_s_rec_new_ll_arg), inline_(get_s_rec_new_ll_res)},
+    { 140, "a_dump_job_list_1",    long_,                         nothing},
+    { 141, "a_get_e_rec_new_1",    inline_(get_e_rec_arg),        inline_(get_e_rec_new_res)},
+    { 142, "a_get_e_rec_new_ll_1", inline_(get_eb_arg),           inline_(get_e_rec_new_ll_res)},
+    {1004, "a_put_s_stat_1",       inline_(put_s_stat_arg),       bool_},
+    {1008, "a_get_nue_nr_1",       nothing,                       inline_(get_nue_nr_res)},
+    {1009, "a_get_sendjob_ll_1",   inline_(get_sendjob_ll_arg),   inline_(get_sendjob_ll_res)},
+    {1010, "a_put_s_stat_new_1",   inline_(put_s_stat_new_arg),   short_},
+};
+
+constexpr procedure theta_rows[] = {
+    //   name                  argument                     result
+    {15, "t_get_sendjob_ll_1", inline_(get_sendjob_ll_arg), inline_(get_sendjob_ll_res)},
+};
+
+// clang-format on
+
+constexpr procedure_list alpha_jobs = list_of(alpha_rows);
+constexpr procedure_list theta_jobs = list_of(theta_rows);
+
+}  // namespace kvrpc::schema

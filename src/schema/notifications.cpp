@@ -1,0 +1,61 @@
+// Notifications: registering and ending the interest in an event. Nothing here brings one back.
+#include "schema/families.h"
+
+namespace kvrpc::schema {
+
+using namespace wire;
+
+// clang-format off
+
+constexpr structure topf_change{"topf_change", {
+    {"topf", short_},
+}};
+
+constexpr structure doc_change{"doc_change", {
+    {"topf",  short_},
+    {"faxid", long_},
+}};
+
+constexpr structure board_change{"board_change", {
+    {"color", short_},
+}};
+
+constexpr structure logout_msg{"logout_msg", {
+    {"userid", chars(11)},
+}};
+
+constexpr choice subscribe_arg_trigger{"subscribe_arg_trigger", "selection", {
+    {0, "errcode",      short_},
+    {1, "topf_change",  inline_(topf_change)},
+    {2, "doc_change",   inline_(doc_change)},
+    {3, "board_change", inline_(board_change)},
+    {4, "logout_msg",   inline_(logout_msg)},
+}};
+
+constexpr structure subscribe_arg{"subscribe_arg", {
+    {"loginid",      long_},
+    {"ip_address",   long_},
+    {"port",         short_},
+    {"notification", short_},
+    {"trigger",      inline_(subscribe_arg_trigger)},
+}};
+
+constexpr structure unsubscribe_arg{"unsubscribe_arg", {
+    {"loginid",    long_},
+    {"ip_address", long_},
+    {"port",       short_},
+    {"all",        bool_},
+    {"trigger",    inline_(subscribe_arg_trigger)},
+}};
+
+constexpr procedure alpha_rows[] = {
+    //    name               argument                  result
+    {114, "a_subscribe_1",   inline_(subscribe_arg),   short_},
+    {115, "a_unsubscribe_1", inline_(unsubscribe_arg), short_},
+};
+
+// clang-format on
+
+constexpr procedure_list alpha_notifications = list_of(alpha_rows);
+
+}  // namespace kvrpc::schema

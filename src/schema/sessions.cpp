@@ -1,0 +1,90 @@
+// Sessions and passwords: opening and ending a user's session, and what identifies or authorises
+// a user. Later calls that work on a session carry the `loginid` that a login returns.
+#include "schema/families.h"
+#include "schema/shared_records.h"
+
+namespace kvrpc::schema {
+
+using namespace wire;
+
+// clang-format off
+
+constexpr structure login_arg{"login_arg", {
+    {"userid",  chars(11)},
+    {"passwor", chars(21)},
+}};
+
+constexpr structure login_res{"login_res", {
+    {"loginid", long_},
+    {"err",     long_},
+}};
+
+constexpr structure logout_arg{"logout_arg", {
+    {"userid",  chars(11)},
+    {"loginid", long_},
+}};
+
+constexpr structure cha_pw_arg{"cha_pw_arg", {
+    {"userid", chars(11)},
+    {"adm",    bool_},
+    {"oldpw",  chars(21)},
+    {"newpw",  chars(21)},
+}};
+
+constexpr structure put_u_perm_arg{"put_u_perm_arg", {
+    {"userid", chars(11)},
+    {"admpw",  chars(21)},
+    {"allow",  long_},
+    {"deny",   long_},
+}};
+
+constexpr structure mult_login_arg{"mult_login_arg", {
+    {"userid",   chars(11)},
+    {"passwor",  chars(21)},
+    {"useold",   bool_},
+    {"forceold", bool_},
+}};
+
+constexpr structure mult_login_res{"mult_login_res", {
+    {"loginid", long_},
+    {"err",     long_},
+}};
+
+constexpr structure cha_userid_arg_v0{"cha_userid_arg_v0", {
+    {"loginid", long_},
+    {"userid",  chars(11)},
+}};
+
+constexpr choice cha_userid_arg{"cha_userid_arg", "selection", {
+    {0, "v0", inline_(cha_userid_arg_v0)},
+}};
+
+constexpr structure init_arg_v0{"init_arg_v0", {
+    {"runlevel",    short_},
+    {"graceperiod", long_},
+}};
+
+constexpr choice init_arg{"init_arg", "selection", {
+    {0, "v0", inline_(init_arg_v0)},
+}};
+
+constexpr procedure alpha_rows[] = {
+    //     name               argument                 result
+    {   1, "a_exit_1",        nothing,                 nothing},
+    {  11, "a_login_1",       inline_(login_arg),      inline_(login_res)},
+    {  12, "a_logout_1",      inline_(logout_arg),     nothing},
+    {  55, "a_check_login_1", long_,                   bool_},
+    {  70, "a_cha_pw_1",      inline_(cha_pw_arg),     long_},
+    {  71, "a_put_u_perm_1",  inline_(put_u_perm_arg), long_},
+    {  75, "a_get_compat_1",  nothing,                 inline_(get_compat_res)},
+    {  91, "a_check_perm_1",  inline_(check_perm_arg), bool_},
+    { 108, "a_mult_login_1",  inline_(mult_login_arg), inline_(mult_login_res)},
+    { 136, "a_cha_userid_1",  inline_(cha_userid_arg), short_},
+    {1011, "a_init_1",        inline_(init_arg),       short_},
+};
+
+// clang-format on
+
+constexpr procedure_list alpha_sessions = list_of(alpha_rows);
+
+}  // namespace kvrpc::schema
