@@ -1,0 +1,158 @@
+#include "module/rpc_client.h"
+
+#include "directory/directory.h"
+#include "module/arguments.h"
+#include "module/exceptions.h"
+#include "module/names.h"
+#include "module/running_call.h"
+
+namespace kvrpc {
+
+namespace {
+
+rpc_client* client_of(PyObject* self) { return reinterpret_cast<rpc_client*>(self); }
+
+// ---- methods
+
+// Whether `host` counts as none; -1 with an exception pending.
+int is_none(PyObject* host) {
+  ref equal(PyObject_RichCompare(host, Py_None, Py_EQ));
+  return equal ? PyObject_IsTrue(equal.get()) : -1;
+}
+
+bool connect(rpc_client* client) {
+  const int no_host = is_none(client->host);
+  if (no_host < 0) return false;
+  ref host;
+  if (no_host == 0) {
+    host = encode_utf_8(client->host);
+    if (!host) return false;
+  }
+  ref which = encode_utf_8(client->which);
+  if (!which) return false;
+  replace_handle(client, server_clnt_create(PyBytes_AS_STRING(which.get()),
+                                            host ? PyBytes_AS_STRING(host.get()) : nullptr));
+  return true;
+}
+
+PyObject* create(PyObject* self, PyObject*) {
+  rpc_client* client = client_of(self);
+  if (client->clnt != nullptr) Py_RETURN_NONE;
+  if (!connect(client)) return nullptr;
+  // A signal handler of the script may have raised while the connection was made.
+  if (PyErr_Occurred()) return nullptr;
+  if (client->clnt == nullptr) {
+    raise_clnt_create_error();
+    return nullptr;
+  }
+  Py_RETURN_NONE;
+}
+
+PyObject* close(PyObject* self, PyObject*) {
+  replace_handle(client_of(self), nullptr);
+  Py_RETURN_NONE;
+}
+
+PyObject* refuse_pickling(PyObject*, PyObject*) {
+  PyErr_SetString(PyExc_TypeError, "no default __reduce__ due to non-trivial __cinit__");
+  return nullptr;
+}
+
+PyCFunction with_keywords(PyObject* (*function)(PyObject*, PyObject*, PyObject*)) {
+  return reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(function));
+}
+
+PyMethodDef methods[] = {
+    {"create", create, METH_NOARGS,
+     "create($self, /)\n--\n\nConnect, unless connected. Raises ClntCreateError."},
+    {"close", close, METH_NOARGS,
+     "close($self, /)\n--\n\nDestroy the connection, if there is one."},
+    {"call", with_keywords(rpc_client_call), METH_VARARGS | METH_KEYWORDS,
+     "call($self, /, str, obj)\n--\n\n"
+     "Run the call text str, vetted by obj.verify_call(name); returns the reply text as bytes."},
+    {"__reduce__", refuse_pickling, METH_NOARGS, "__reduce__($self, /)\n--\n\nRaises TypeError."},
+    {"__setstate__", refuse_pickling, METH_O,
+     "__setstate__($self, state, /)\n--\n\nRaises TypeError."},
+    {nullptr, nullptr, 0, nullptr},
+};
+
+// ---- life
+
+// An object with `which` and `host` and no connection. Goes through `object`, which refuses
+// abstract subclasses.
+ref allocate(PyTypeObject* type, PyObject* which, PyObject* host) {
+  ref no_arguments(PyTuple_New(0));
+  if (!no_arguments) return ref();
+  ref self(PyBaseObject_Type.tp_new(type, no_arguments.get(), nullptr));
+  if (!self) return ref();
+  rpc_client* client = client_of(self.get());
+  client->which = ref::borrowed(which).release();
+  client->host = ref::borrowed(host).release();
+  return self;
+}
+
+// The whole construction, so that a subclass is free to have an `__init__` of its own.
+PyObject* construct(PyTypeObject* type, PyObject* arguments, PyObject* keywords) {
+  static const signature constructor = {"__cinit__", {"which", "host"}, 1};
+  PyObject* values[most_parameters];
+  if (!unpack_arguments(constructor, arguments, keywords, values)) return nullptr;
+  ref self = allocate(type, values[0], values[1] != nullptr ? values[1] : Py_None);
+  if (!self) return nullptr;
+  ref created(PyObject_CallMethodObjArgs(self.get(), names.create, nullptr));
+  return created ? self.release() : nullptr;
+}
+
+int traverse(PyObject* self, visitproc visit, void* arg) {
+  rpc_client* client = client_of(self);
+  Py_VISIT(client->which);
+  Py_VISIT(client->host);
+  return 0;
+}
+
+int clear(PyObject* self) {
+  rpc_client* client = client_of(self);
+  ref which(client->which);
+  ref host(client->host);
+  client->which = ref::borrowed(Py_None).release();
+  client->host = ref::borrowed(Py_None).release();
+  return 0;
+}
+
+void deallocate(PyObject* self) {
+  PyTypeObject* type = Py_TYPE(self);
+  if (type->tp_finalize != nullptr && PyObject_CallFinalizerFromDealloc(self) != 0) return;
+  PyObject_GC_UnTrack(self);
+  rpc_client* client = client_of(self);
+  Py_CLEAR(client->which);
+  Py_CLEAR(client->host);
+  type->tp_free(self);
+}
+
+}  // namespace
+
+void replace_handle(rpc_client* client, CLIENT* clnt) {
+  CLIENT* old = client->clnt;
+  client->clnt = clnt;
+  if (old != nullptr && !running_call::close_handle(client->calls, old)) server_clnt_destroy(old);
+}
+
+PyTypeObject* rpc_client_type() {
+  static PyTypeObject type;
+  if ((type.tp_flags & Py_TPFLAGS_READY) != 0) return &type;
+  static const PyVarObject head = {PyObject_HEAD_INIT(nullptr) 0};
+  type.ob_base = head;
+  type.tp_name = "kvrpc.RpcClient";
+  type.tp_basicsize = sizeof(rpc_client);
+  type.tp_flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE | Py_TPFLAGS_HAVE_GC;
+  type.tp_doc =
+      "RpcClient(which, host=None)\n--\n\n"
+      "A connection to the server program which, on host or where the environment says.";
+  type.tp_methods = methods;
+  type.tp_new = construct;
+  type.tp_traverse = traverse;
+  type.tp_clear = clear;
+  type.tp_dealloc = deallocate;
+  return PyType_Ready(&type) < 0 ? nullptr : &type;
+}
+
+}  // namespace kvrpc

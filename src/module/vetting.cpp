@@ -1,0 +1,83 @@
+#include "module/vetting.h"
+
+#include <climits>
+#include <cstring>
+
+#include "module/names.h"
+#include "module/running_call.h"
+
+namespace kvrpc {
+
+namespace {
+
+// An integer as it is, anything else by its `__int__` alone: neither texts nor `__index__` count.
+ref as_integer(PyObject* object) {
+  if (PyLong_Check(object)) return ref::borrowed(object);
+  const PyNumberMethods* number = Py_TYPE(object)->tp_as_number;
+  if (number != nullptr && number->nb_int != nullptr) return ref(PyNumber_Long(object));
+  PyErr_SetString(PyExc_TypeError, "an integer is required");
+  return ref();
+}
+
+// False with an exception pending when the object is no integer or does not fit.
+bool to_int(PyObject* object, int* value) {
+  ref integer = as_integer(object);
+  if (!integer) return false;
+  int overflow = 0;
+  const long long wide = PyLong_AsLongLongAndOverflow(integer.get(), &overflow);
+  if (overflow != 0 || wide < INT_MIN || wide > INT_MAX) {
+    PyErr_SetString(PyExc_OverflowError, "value too large to convert to int");
+    return false;
+  }
+  *value = static_cast<int>(wide);
+  return true;
+}
+
+bool verify(const char* name, PyObject* verifier, int* verdict) {
+  ref method(PyObject_GetAttr(verifier, names.verify_call));
+  if (!method) return false;
+  ref text(PyUnicode_DecodeUTF8(name, static_cast<Py_ssize_t>(std::strlen(name)), "strict"));
+  if (!text) return false;
+  ref result(PyObject_CallFunctionObjArgs(method.get(), text.get(), nullptr));
+  return result && to_int(result.get(), verdict);
+}
+
+// Lets the traceback of the pending exception begin at the script's own line, as it would if the
+// exception went on to the script: one that is raised right here has none otherwise.
+void add_calling_line() {
+  ref frame(reinterpret_cast<PyObject*>(PyThreadState_GetFrame(PyThreadState_Get())));
+  if (frame) PyTraceBack_Here(reinterpret_cast<PyFrameObject*>(frame.get()));
+}
+
+// Prints the pending exception with its traceback, then reports it once more as one that nobody
+// can catch. Printing takes the exception away, so it is held for the report.
+void report_failure() {
+  add_calling_line();
+  PyObject* type = nullptr;
+  PyObject* value = nullptr;
+  PyObject* traceback = nullptr;
+  PyErr_Fetch(&type, &value, &traceback);
+  PyErr_Restore(ref::borrowed(type).release(), ref::borrowed(value).release(),
+                ref::borrowed(traceback).release());
+  PyErr_PrintEx(1);
+  ref context(PyUnicode_FromString("kvrpc.eval_verify"));
+  PyErr_Restore(type, value, traceback);
+  PyErr_WriteUnraisable(context.get());
+}
+
+}  // namespace
+
+int eval_verify(const char* name, void* context) {
+  auto* call = static_cast<running_call*>(context);
+  ref verifier = ref::borrowed(call->verifier());
+  int verdict = 0;
+  call->set_vetting(true);
+  if (!verify(name, verifier.get(), &verdict)) {
+    report_failure();
+    verdict = 0;
+  }
+  call->set_vetting(false);
+  return verdict;
+}
+
+}  // namespace kvrpc
