@@ -1,0 +1,120 @@
+// JSON to record: the converters that read a node and fill a field.
+//
+// Each returns 1 on success and 0 on failure, with no message but the three fixed texts on standard
+// error. The type tests are exact and nothing is tested for its range: a store takes the low bits.
+// With `raw_text` 0 the text of a string node is UTF-8 and crosses to the record's ISO code, a "?"
+// standing for what that code lacks; otherwise its bytes pass as they stand.
+//
+// What a converter allocates belongs to the record, whether or not the record was filled to its
+// end, and is released with record_free. A field that is filled twice keeps the later value and
+// releases the earlier one.
+#pragma once
+
+#include <cstdint>
+
+#include "bridge/field_memory.h"
+#include "json/json.h"
+#include "schema/types.h"
+
+namespace kvrpc {
+
+// ---- by table
+
+// Fills a field of the given type: the one place that knows which converter serves which type.
+int json_encode(const json_node* node, int raw_text, void* field, const wire_type& type);
+// Fills a structure, a union, or the first node of a list with the nodes behind it.
+int json_encode_record(const json_node* node, int raw_text, void* base, const record_type& record);
+
+// ---- scalars
+
+int json_encode_void(const json_node* node, int raw_text, void* field);
+int json_encode_int(const json_node* node, int raw_text, void* field);      // int32_t
+int json_encode_u_int(const json_node* node, int raw_text, void* field);    // uint32_t
+int json_encode_long(const json_node* node, int raw_text, void* field);     // int32_t
+int json_encode_u_long(const json_node* node, int raw_text, void* field);   // uint32_t
+int json_encode_short(const json_node* node, int raw_text, void* field);    // int16_t
+int json_encode_u_short(const json_node* node, int raw_text, void* field);  // uint16_t
+int json_encode_float(const json_node* node, int raw_text, void* field);    // float
+int json_encode_double(const json_node* node, int raw_text, void* field);   // double
+int json_encode_bool(const json_node* node, int raw_text, void* field);     // int32_t, 0 or 1
+int json_encode_enum(const json_node* node, int raw_text, void* field);     // int32_t
+
+// A single character is refused, with a line on standard error. json_encode_vector recognises the
+// two by their addresses and takes a text for the whole vector.
+int json_encode_char(const json_node* node, int raw_text, void* field);
+int json_encode_u_char(const json_node* node, int raw_text, void* field);
+
+// ---- texts and bytes; `block` is a 32-bit count and a pointer
+
+int json_encode_string(const json_node* node, int raw_text, void* field, std::uint32_t cap);
+int json_encode_counted_text(const json_node* node, int raw_text, void* block, std::uint32_t cap);
+int json_encode_text_block(const json_node* node, int raw_text, void* block);
+int json_encode_fixed_text(const json_node* node, int raw_text, char* buffer, std::uint32_t cap);
+int json_encode_char_vector(const json_node* node, int raw_text, char* base, std::uint32_t count);
+int json_encode_bytes(const json_node* node, int raw_text, void* block);
+int json_encode_opaque(const json_node* node, int raw_text, char* buffer, std::uint32_t size);
+
+// ---- composites; `elem(node, raw_text, field)` is the converter of one element
+
+using json_encoder = int (*)(const json_node* node, int raw_text, void* field);
+
+inline bool is_char_encoder(json_encoder elem) {
+  return elem == json_encode_char || elem == json_encode_u_char;
+}
+template <class Elem>
+bool is_char_encoder(const Elem&) {
+  return false;
+}
+
+void warn_of_char_array();
+
+// Exactly `count` elements of `size` bytes each; a text when `elem` is a char converter.
+template <class Elem>
+int json_encode_vector(const json_node* node, int raw_text, char* base, std::uint32_t count,
+                       std::uint32_t size, Elem elem) {
+  if (is_char_encoder(elem)) return json_encode_char_vector(node, raw_text, base, count);
+  if (node->type != JSON_ARRAY || json_child_count(node) != count) return 0;
+  for (const json_node* child = node->child; child != nullptr; child = child->next) {
+    if (!elem(child, raw_text, base)) return 0;
+    base += size;
+  }
+  return 1;
+}
+
+// A counted array. The elements converted so far stay with the record when a later one fails.
+template <class Elem>
+int json_encode_array(const json_node* node, int raw_text, void* block, std::uint32_t maximum,
+                      std::uint32_t size, Elem elem) {
+  if (is_char_encoder(elem)) warn_of_char_array();
+  if (node->type != JSON_ARRAY) return 0;
+  const std::uint32_t count = json_child_count(node);
+  if (count > maximum) return 0;
+  char* element = new_block(std::uint64_t{count} * size);
+  if (element == nullptr) return 0;
+  store_block(block, count, element);
+  for (const json_node* child = node->child; child != nullptr; child = child->next) {
+    if (!elem(child, raw_text, element)) return 0;
+    element += size;
+  }
+  return 1;
+}
+
+// A target of `size` bytes, allocated.
+template <class Elem>
+int json_encode_reference(const json_node* node, int raw_text, void* field, std::uint32_t size,
+                          Elem elem) {
+  char* target = new_block(size);
+  if (target == nullptr) return 0;
+  store(field, target);
+  return elem(node, raw_text, target);
+}
+
+// The same for an optional target: null leaves the field as it was.
+template <class Elem>
+int json_encode_pointer(const json_node* node, int raw_text, void* field, std::uint32_t size,
+                        Elem elem) {
+  if (node->type == JSON_NULL) return 1;
+  return json_encode_reference(node, raw_text, field, size, elem);
+}
+
+}  // namespace kvrpc

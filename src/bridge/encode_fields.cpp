@@ -1,0 +1,171 @@
+#include <cstdio>
+
+#include "bridge/base64.h"
+#include "bridge/encode.h"
+#include "bridge/uc2.h"
+
+namespace kvrpc {
+
+namespace {
+
+template <class Integer>
+int encode_integer(const json_node* node, void* field) {
+  if (node->type != JSON_NUMBER) return 0;
+  store(field, static_cast<Integer>(static_cast<std::uint64_t>(node->integer)));
+  return 1;
+}
+
+// The text of a string node in the form the record holds it.
+class source_text {
+ public:
+  source_text(const json_node* node, int raw_text) {
+    if (node->type != JSON_STRING || node->text == nullptr) return;
+    if (raw_text == 0) converted_ = text_in(node->text);
+    bytes_ = raw_text == 0 ? converted_ : node->text;
+    if (bytes_ != nullptr) length_ = std::strlen(bytes_);
+  }
+  ~source_text() { std::free(converted_); }
+  source_text(const source_text&) = delete;
+  source_text& operator=(const source_text&) = delete;
+
+  const char* bytes() const { return bytes_; }  // null for another type or when memory is out
+  std::size_t length() const { return length_; }
+
+ private:
+  static char* text_in(const char* text) {
+    char replacement[] = "?";
+    return utf8string_to_iso_alloc(text, replacement);
+  }
+
+  char* converted_ = nullptr;
+  const char* bytes_ = nullptr;
+  std::size_t length_ = 0;
+};
+
+// The size of a text with its NUL, cut down to `cap`.
+std::uint32_t capped_size(const source_text& source, std::uint32_t cap) {
+  const std::uint64_t size = std::uint64_t{source.length()} + 1;
+  return size > cap ? cap : static_cast<std::uint32_t>(size);
+}
+
+char* copy_of(const source_text& source, std::uint32_t size) {
+  char* copy = new_block(size);
+  if (copy != nullptr) std::memcpy(copy, source.bytes(), size);
+  return copy;
+}
+
+}  // namespace
+
+int json_encode_void(const json_node*, int, void*) { return 1; }
+
+int json_encode_int(const json_node* node, int, void* field) {
+  return encode_integer<std::int32_t>(node, field);
+}
+int json_encode_u_int(const json_node* node, int, void* field) {
+  return encode_integer<std::uint32_t>(node, field);
+}
+int json_encode_long(const json_node* node, int, void* field) {
+  return encode_integer<std::int32_t>(node, field);
+}
+int json_encode_u_long(const json_node* node, int, void* field) {
+  return encode_integer<std::uint32_t>(node, field);
+}
+int json_encode_short(const json_node* node, int, void* field) {
+  return encode_integer<std::int16_t>(node, field);
+}
+int json_encode_u_short(const json_node* node, int, void* field) {
+  return encode_integer<std::uint16_t>(node, field);
+}
+int json_encode_enum(const json_node* node, int, void* field) {
+  return encode_integer<std::int32_t>(node, field);
+}
+
+int json_encode_float(const json_node* node, int, void* field) {
+  if (node->type != JSON_NUMBER) return 0;
+  store(field, static_cast<float>(node->number));
+  return 1;
+}
+
+int json_encode_double(const json_node* node, int, void* field) {
+  if (node->type != JSON_NUMBER) return 0;
+  store(field, node->number);
+  return 1;
+}
+
+int json_encode_bool(const json_node* node, int, void* field) {
+  if (node->type != JSON_TRUE && node->type != JSON_FALSE) return 0;
+  store<std::int32_t>(field, node->type == JSON_TRUE ? 1 : 0);
+  return 1;
+}
+
+int json_encode_char(const json_node*, int, void*) {
+  std::fputs("error:  <future feature> json_encode_char called.\n", stderr);
+  return 0;
+}
+
+int json_encode_u_char(const json_node* node, int raw_text, void* field) {
+  return json_encode_char(node, raw_text, field);
+}
+
+void warn_of_char_array() { std::fputs("jsonxdr warning: char array\n", stderr); }
+
+int json_encode_string(const json_node* node, int raw_text, void* field, std::uint32_t cap) {
+  const source_text source(node, raw_text);
+  if (source.bytes() == nullptr) return 0;
+  char* copy = copy_of(source, capped_size(source, cap));
+  if (copy == nullptr) return 0;
+  std::free(load<char*>(field));
+  store(field, copy);
+  return 1;
+}
+
+int json_encode_counted_text(const json_node* node, int raw_text, void* block, std::uint32_t cap) {
+  const source_text source(node, raw_text);
+  if (source.bytes() == nullptr) return 0;
+  const std::uint32_t size = capped_size(source, cap);
+  char* copy = copy_of(source, size);
+  if (copy == nullptr) return 0;
+  std::free(load_block_pointer(block));
+  store_block(block, size, copy);
+  return 1;
+}
+
+int json_encode_text_block(const json_node* node, int raw_text, void* block) {
+  return json_encode_counted_text(node, raw_text, block, UINT32_MAX);
+}
+
+int json_encode_fixed_text(const json_node* node, int raw_text, char* buffer, std::uint32_t cap) {
+  const source_text source(node, raw_text);
+  if (source.bytes() == nullptr) return 0;
+  std::memcpy(buffer, source.bytes(), capped_size(source, cap));
+  return 1;
+}
+
+// A text too long for the field is dropped without a word and the field keeps what it had.
+int json_encode_char_vector(const json_node* node, int raw_text, char* base, std::uint32_t count) {
+  const source_text source(node, raw_text);
+  if (source.bytes() == nullptr) return 0;
+  if (source.length() < count) std::memcpy(base, source.bytes(), source.length() + 1);
+  return 1;
+}
+
+int json_encode_bytes(const json_node* node, int, void* block) {
+  if (node->type != JSON_STRING || node->text == nullptr) return 0;
+  std::size_t length = 0;
+  std::uint8_t* bytes = base64_decode(node->text, std::strlen(node->text), &length);
+  if (bytes == nullptr) return 0;
+  std::free(load_block_pointer(block));
+  store_block(block, static_cast<std::uint32_t>(length), reinterpret_cast<char*>(bytes));
+  return 1;
+}
+
+int json_encode_opaque(const json_node* node, int, char* buffer, std::uint32_t size) {
+  if (node->type != JSON_STRING || node->text == nullptr) return 0;
+  std::size_t length = 0;
+  const owned_block bytes(base64_decode(node->text, std::strlen(node->text), &length));
+  if (bytes.get() == nullptr || length != size) return 0;
+  std::memcpy(buffer, bytes.get(), size);
+  return 1;
+}
+
+}  // namespace kvrpc

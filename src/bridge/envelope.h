@@ -1,0 +1,23 @@
+// The envelope of a reply: {"status":S,"rpc_err":{...},"message":"...","result":...}.
+//
+//   re_status             further member of rpc_err
+//   3, 4                  "re_errno": system error number
+//   6, 9                  "re_vers": {"low":L,"high":H}, unsigned
+//   7                     "re_why": authentication failure code
+//   above 17, negative    "re_lb": {"s1":A,"s2":B}, the failure's two words as they are
+//   anything else         none
+#pragma once
+
+#include "bridge/text_sink.h"
+#include "rpc/clnt.h"
+
+namespace kvrpc {
+
+// Appends the whole envelope to `root`; non-zero on success. `result` is the JSON text of the
+// result and counts with status 0 alone.
+int fill_envelope(CLIENT* clnt, int status, const text_buffer& result, text_buffer& root);
+
+// Appends the member `rpc_err` for the last failure of `clnt`; non-zero on success.
+int add_rpc_err(CLIENT* clnt, text_sink& root);
+
+}  // namespace kvrpc

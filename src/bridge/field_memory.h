@@ -1,0 +1,64 @@
+// Reading and writing the members of a record in memory.
+//
+// A record is laid out by its table, so a pointer or an integer may stand at any multiple of 4 and
+// is moved with memcpy. Blocks that records own come zero-filled from the standard runtime, with
+// at least one zero byte behind what was asked for, so that a text read to its NUL always ends.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+namespace kvrpc {
+
+template <class T>
+T load(const void* place) {
+  T value;
+  std::memcpy(&value, place, sizeof value);
+  return value;
+}
+
+template <class T>
+void store(void* place, T value) {
+  std::memcpy(place, &value, sizeof value);
+}
+
+// Count and pointer of a counted block: 32-bit count, then the pointer.
+constexpr std::size_t block_pointer_offset = 4;
+
+inline std::uint32_t load_block_count(const void* block) { return load<std::uint32_t>(block); }
+inline char* load_block_pointer(const void* block) {
+  return load<char*>(static_cast<const char*>(block) + block_pointer_offset);
+}
+inline void store_block(void* block, std::uint32_t count, char* bytes) {
+  store(block, count);
+  store(static_cast<char*>(block) + block_pointer_offset, bytes);
+}
+
+// A zero-filled block of `size` bytes and one more, or null.
+inline char* new_block(std::uint64_t size) {
+  if (size >= SIZE_MAX) return nullptr;
+  return static_cast<char*>(std::calloc(1, static_cast<std::size_t>(size) + 1));
+}
+
+// Releases a block from malloc or calloc at the end of its scope.
+class owned_block {
+ public:
+  explicit owned_block(void* block) : block_(static_cast<char*>(block)) {}
+  ~owned_block() { std::free(block_); }
+  owned_block(const owned_block&) = delete;
+  owned_block& operator=(const owned_block&) = delete;
+
+  char* get() const { return block_; }
+  char* release() {
+    char* block = block_;
+    block_ = nullptr;
+    return block;
+  }
+
+ private:
+  char* block_;
+};
+
+}  // namespace kvrpc

@@ -1,0 +1,49 @@
+// The places to come back to while a walker follows a linked list: what recursion would keep on
+// the stack, kept in one growing block instead, so that a list of any length is walked.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <type_traits>
+
+namespace kvrpc {
+
+template <class Place>
+class resume_stack {
+  static_assert(std::is_trivially_copyable<Place>::value, "moved by realloc");
+
+ public:
+  resume_stack() = default;
+  ~resume_stack() { std::free(places_); }
+  resume_stack(const resume_stack&) = delete;
+  resume_stack& operator=(const resume_stack&) = delete;
+
+  bool empty() const { return count_ == 0; }
+
+  // False when memory is out; the stack is then as it was.
+  bool push(const Place& place) {
+    if (count_ == capacity_ && !grow()) return false;
+    places_[count_++] = place;
+    return true;
+  }
+
+  Place pop() { return places_[--count_]; }
+
+ private:
+  bool grow() {
+    const std::size_t capacity = capacity_ == 0 ? 64 : 2 * capacity_;
+    if (capacity > SIZE_MAX / sizeof(Place)) return false;
+    void* moved = std::realloc(places_, capacity * sizeof(Place));
+    if (moved == nullptr) return false;
+    places_ = static_cast<Place*>(moved);
+    capacity_ = capacity;
+    return true;
+  }
+
+  Place* places_ = nullptr;
+  std::size_t count_ = 0;
+  std::size_t capacity_ = 0;
+};
+
+}  // namespace kvrpc

@@ -1,0 +1,62 @@
+#include "bridge/server_call.h"
+
+#include "bridge/envelope.h"
+#include "bridge/stub.h"
+
+namespace kvrpc {
+
+namespace {
+
+class owned_tree {
+ public:
+  explicit owned_tree(json_node* root) : root_(root) {}
+  ~owned_tree() { json_delete(root_); }
+  owned_tree(const owned_tree&) = delete;
+  owned_tree& operator=(const owned_tree&) = delete;
+
+  const json_node* get() const { return root_; }
+
+ private:
+  json_node* root_;
+};
+
+// Parses, vets and runs one call; the call status. `result` receives the result's text.
+int run_call(const program_table& program, CLIENT* clnt, const char* text, verify_function verify,
+             void* context, text_buffer& result) {
+  const owned_tree tree(json_parse(text));
+  if (tree.get() == nullptr) return CALL_UNPARSABLE;
+  const json_node* node = tree.get()->child;
+  if (tree.get()->type != JSON_OBJECT || node == nullptr) return CALL_MALFORMED;
+  if (verify != nullptr && verify(node->key, context) == 0) return CALL_REFUSED;
+  const procedure* target = find_procedure(program, node->key);
+  return target != nullptr ? run_stub(clnt, *target, node, result) : CALL_UNKNOWN;
+}
+
+// The dispatcher of all six programs, which differ in their tables alone. The reply text, or null
+// with status 7. The envelope has its memory before anything is sent.
+char* dispatch(const program_table& program, CLIENT* clnt, const char* text, int* status,
+               verify_function verify, void* context) {
+  constexpr std::size_t common_reply = 256;
+  text_buffer root;
+  text_buffer result;
+  if (root.reserve(common_reply) != nullptr) {
+    *status = run_call(program, clnt, text, verify, context, result);
+    if (fill_envelope(clnt, *status, result, root)) {
+      char* reply = root.release();
+      if (reply != nullptr) return reply;
+    }
+  }
+  *status = CALL_NO_MEMORY;
+  return nullptr;
+}
+
+}  // namespace
+
+char* server_call(CLIENT* clnt, const char* which, const char* text, int* status,
+                  verify_function verify, void* context) {
+  const program_table* program = find_program(which);
+  if (program == nullptr) return nullptr;
+  return dispatch(*program, clnt, text, status, verify, context);
+}
+
+}  // namespace kvrpc

@@ -1,0 +1,73 @@
+// Where a converted record goes as JSON text: the sink of every reply.
+//
+// A sink takes one value after the other, in the order of the text, and keeps the punctuation. It
+// has these operations, each 1 on success and 0 when memory is out:
+//
+//   null, boolean, integer, number       scalars
+//   iso_text                             a text in the record's ISO code
+//   plain_text                           a text that is UTF-8 already
+//   base64                               bytes
+//   begin_object, key, end_object        a key stands before each member's value
+//   begin_array, item, end_array         an item mark stands before each element
+//
+// text_sink appends to the caller's buffer exactly what printing the tree of tree_sink gives.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "json/text_buffer.h"
+#include "schema/types.h"
+
+namespace kvrpc {
+
+class text_sink {
+ public:
+  explicit text_sink(text_buffer& out) : out_(out) {}
+
+  int null() { return out_.append("null", 4); }
+  int boolean(bool value) { return value ? out_.append("true", 4) : out_.append("false", 5); }
+  int integer(std::int64_t value) { return json_write_integer(out_, value); }
+  int number(double value);
+  int iso_text(const char* bytes, std::size_t size);
+  int plain_text(const char* bytes, std::size_t size) { return json_write_text(out_, bytes, size); }
+  int base64(const void* bytes, std::size_t size);
+
+  int begin_object() { return begin('{'); }
+  int key(const record_field& field) { return label(field.label, field.label_size); }
+  // The label is the key in quotes and a colon.
+  int label(const char* bytes, std::size_t size) {
+    char* place = out_.reserve(size + 1);
+    if (place == nullptr) return 0;
+    const std::size_t comma = first_ ? 0 : 1;
+    place[0] = ',';
+    std::memcpy(place + comma, bytes, size);
+    out_.commit(comma + size);
+    first_ = false;
+    return 1;
+  }
+  int end_object() { return end('}'); }
+
+  int begin_array() { return begin('['); }
+  int item() {
+    const bool separate = !first_;
+    first_ = false;
+    return separate ? out_.append(", ", 2) : 1;
+  }
+  int end_array() { return end(']'); }
+
+ private:
+  int begin(char bracket) {
+    first_ = true;
+    return out_.append(bracket);
+  }
+  int end(char bracket) {
+    first_ = false;
+    return out_.append(bracket);
+  }
+
+  text_buffer& out_;
+  bool first_ = true;  // whether the open container is still empty
+};
+
+}  // namespace kvrpc
