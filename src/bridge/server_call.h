@@ -13,15 +13,15 @@ namespace kvrpc {
 
 enum call_status : int {
   CALL_OK = 0,
-  CALL_CANNOT_ENCODE = 1,   // the argument does not fit its record
-  CALL_CANNOT_DECODE = 2,   // the result record does not convert
+  CALL_CANNOT_ENCODE = 1,  // the argument does not fit its record
+  CALL_CANNOT_DECODE = 2,  // the result record does not convert
   CALL_RPC_FAILED = 3,
-  CALL_UNKNOWN = 4,         // no such procedure in this server
-  CALL_MALFORMED = 5,       // not an object with a member
+  CALL_UNKNOWN = 4,    // no such procedure in this server
+  CALL_MALFORMED = 5,  // not an object with a member
   CALL_UNPARSABLE = 6,
   CALL_NO_MEMORY = 7,
   CALL_UNUSED = 8,
-  CALL_REFUSED = 9,         // by the vetting function
+  CALL_REFUSED = 9,  // by the vetting function
 };
 
 // Vets a call by its procedure name; 0 refuses it.

@@ -109,6 +109,13 @@ struct CLIENT {
   void* cl_private;
 };
 
+// The outcome of the handle's last call; RPC_FAILED for a null handle, on which every call fails so.
+inline void clnt_geterr(CLIENT* clnt, rpc_err* error) {
+  *error = {};
+  error->re_status = RPC_FAILED;
+  if (clnt != nullptr) clnt->cl_ops->geterr(clnt, error);
+}
+
 // Runs one call under the handle's lock. A null handle gives RPC_FAILED.
 std::int32_t clnt_call(CLIENT* clnt, std::uint32_t procedure, xdrproc_t arguments,
                        void* argument_record, xdrproc_t results, void* result_record,

@@ -150,7 +150,7 @@ const char* clnt_sperror(CLIENT* clnt, const char* prefix) {
   error_text text;
   if (!text) return nullptr;
   rpc_err error = {};
-  clnt->cl_ops->geterr(clnt, &error);
+  clnt_geterr(clnt, &error);
   text.append("%s: ", prefix);
   text.append("%s", clnt_sperrno(error.re_status));
   append_detail(&text, error);
