@@ -1,0 +1,76 @@
+#include "rpc/auth_none.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+#include "rpc/xdr_support.h"
+#include "support/failing_heap.h"
+
+namespace kvrpc::test {
+namespace {
+
+TEST(AuthNone, IsOneForTheWholeProcess) {
+  AUTH* first = authnone_create();
+  ASSERT_NE(first, nullptr);
+  failing_heap heap(-1);
+  EXPECT_EQ(authnone_create(), first);
+  EXPECT_EQ(heap.allocations(), 0);
+}
+
+TEST(AuthNone, MarshalsSixteenZeroBytes) {
+  encoding stream;
+  EXPECT_EQ(AUTH_MARSHALL(authnone_create(), &stream.xdrs), TRUE);
+  EXPECT_EQ(stream.written(), bytes(16));
+  EXPECT_EQ(AUTH_MARSHALL(authnone_create(), &stream.xdrs), TRUE);
+  EXPECT_EQ(stream.written(), bytes(32));
+  encoding small(15);
+  EXPECT_EQ(AUTH_MARSHALL(authnone_create(), &small.xdrs), FALSE);
+}
+
+TEST(AuthNone, TakesAnyVerifierAndNeverRefreshes) {
+  char eight[8] = {};
+  const opaque_auth verifier = {1, eight, 8};
+  EXPECT_EQ(AUTH_VALIDATE(authnone_create(), &verifier), TRUE);
+  EXPECT_EQ(AUTH_REFRESH(authnone_create()), FALSE);
+}
+
+TEST(AuthNone, HasEverySlotOfItsTable) {
+  AUTH* auth = authnone_create();
+  auth->ah_ops->ah_nextverf(auth);
+  auth->ah_ops->ah_destroy(auth);
+  EXPECT_EQ(authnone_create(), auth);
+  EXPECT_EQ(auth->ah_cred.oa_flavor, AUTH_NONE);
+  EXPECT_EQ(auth->ah_cred.oa_length, 0u);
+  EXPECT_EQ(auth->ah_verf.oa_base, nullptr);
+}
+
+TEST(AuthNone, ThatIsNullFailsEveryOperation) {
+  encoding stream;
+  EXPECT_EQ(AUTH_MARSHALL(nullptr, &stream.xdrs), FALSE);
+  EXPECT_EQ(stream.written(), bytes());
+  EXPECT_EQ(AUTH_VALIDATE(nullptr, &_null_auth), FALSE);
+  EXPECT_EQ(AUTH_REFRESH(nullptr), FALSE);
+}
+
+// In a process of its own, where none was made yet: 0 when all is as it should be.
+int create_without_memory() {
+  AUTH* without = nullptr;
+  {
+    failing_heap heap(0);
+    without = authnone_create();
+    if (!heap.failed()) return 2;
+  }
+  if (without != nullptr) return 3;
+  return authnone_create() == nullptr ? 4 : 0;
+}
+
+TEST(AuthNoneDeathTest, WithoutMemoryIsNullUntilThereIsSome) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  EXPECT_EXIT(std::exit(create_without_memory()), testing::ExitedWithCode(0), "");
+}
+
+}  // namespace
+}  // namespace kvrpc::test
