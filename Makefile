@@ -7,6 +7,7 @@ MAKEFLAGS += --no-print-directory
 
 PYTHON := .venv/bin/python
 FUZZ_SECONDS ?= 60
+DEMO ?= examples/status.py
 
 # compile(PRESET): configures, which is quick when nothing changed, and builds into build/PRESET.
 compile = cmake --preset $(1) --log-level=WARNING -DKVRPC_PYTHON="$$(tools/find-python)" >/dev/null \
@@ -46,8 +47,8 @@ check: ## formatting, lint, include direction, file lengths, mentions, the type 
 	@$(call compile,debug)
 	@tools/check
 
-demo: build ## starts the simulator, runs an example against it, ends by itself
-	@$(PYTHON) tools/demo.py examples/status.py
+demo: build ## an example against the simulator, over real sockets; ends by itself
+	PYTHONPATH=build/lib timeout 60 $(PYTHON) -u -m simulator --run $(DEMO)
 
 bench: build ## measurements of the release build
 	@tools/bench

@@ -1,0 +1,129 @@
+"""Each check of `make check` finds what it is for, and nothing in a tree that is in order."""
+import subprocess
+import sys
+from pathlib import Path
+
+import pytest
+
+TOOLS = Path(__file__).resolve().parents[2] / "tools"
+
+
+def run(check, root):
+    return subprocess.run([sys.executable, str(TOOLS / check), str(root)],
+                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+
+
+def write(root, name, text):
+    path = root / name
+    path.parent.mkdir(parents=True, exist_ok=True)
+    path.write_text(text, encoding="utf-8")
+    return path
+
+
+def git(root, *arguments):
+    subprocess.run(["git", "-C", str(root), "-c", "user.name=n", "-c", "user.email=e@localhost",
+                    *arguments], check=True, stdout=subprocess.DEVNULL)
+
+
+@pytest.fixture
+def tree(tmp_path):
+    """A source tree in order: one file of each directory, each including what it may."""
+    write(tmp_path, "src/json/json.h", "#include <cstdint>\n")
+    write(tmp_path, "src/schema/types.h", "")
+    write(tmp_path, "src/rpc/xdr.h", "")
+    write(tmp_path, "src/rpc/rpc_os_posix.cpp", '#include "rpc/xdr.h"\n#include <sys/socket.h>\n')
+    write(tmp_path, "src/directory/directory.h", '#include "rpc/xdr.h"\n')
+    write(tmp_path, "src/bridge/uc2.h", "")
+    write(tmp_path, "src/bridge/uc2.cpp", '#include "bridge/uc2.h"\n')
+    write(tmp_path, "src/bridge/call.h",
+          '#include "json/json.h"\n#include "schema/types.h"\n#include "rpc/xdr.h"\n')
+    write(tmp_path, "src/module/module.cpp",
+          '#include <Python.h>\n#include "bridge/call.h"\n#include "directory/directory.h"\n')
+    git(tmp_path, "init", "-q")
+    git(tmp_path, "add", ".")
+    git(tmp_path, "commit", "-q", "-m", "Begin")
+    return tmp_path
+
+
+@pytest.mark.parametrize("check", ["check-includes", "check-lengths", "check-mentions"])
+def test_a_tree_in_order_passes(tree, check):
+    result = run(check, tree)
+    assert (result.returncode, result.stdout) == (0, "")
+
+
+@pytest.mark.parametrize("name, include", [
+    ("src/json/print.cpp", '"rpc/xdr.h"'),
+    ("src/schema/alpha.cpp", '"json/json.h"'),
+    ("src/rpc/clnt.cpp", '"bridge/call.h"'),
+    ("src/directory/names.cpp", '"json/json.h"'),
+    ("src/bridge/stub.cpp", '"directory/directory.h"'),
+    ("src/bridge/stub.cpp", '"module/module.h"'),
+    ("src/bridge/uc2.cpp", '"json/json.h"'),
+    ("src/bridge/base64.cpp", '"bridge/uc2.h"'),
+    ("src/bridge/stub.cpp", "<Python.h>"),
+    ("src/rpc/clnt_tcp.cpp", "<sys/socket.h>"),
+    ("src/rpc/clnt_tcp.cpp", "<winsock2.h>"),
+    ("src/module/module.cpp", "<unistd.h>"),
+    ("src/json/print.cpp", "<string>"),
+    ("src/json/print.cpp", '"json.h"'),
+    ("src/extra/print.cpp", '"json/json.h"'),
+])
+def test_an_include_against_the_arrows_is_found(tree, name, include):
+    write(tree, "src/module/module.h", "")
+    write(tree, name, f"\n#  include {include}\n")
+    result = run("check-includes", tree)
+    assert result.returncode == 1
+    assert f"{name}:2: {include[1:-1]}: " in result.stdout
+
+
+def test_a_tree_without_includes_counts_as_unchecked(tmp_path):
+    assert run("check-includes", tmp_path).returncode == 1
+
+
+@pytest.mark.parametrize("name", ["src/json/long.cpp", "tests/e2e/test_long.py", "tools/long"])
+def test_a_source_of_501_lines_is_found(tree, name):
+    write(tree, name, "\n" * 500)
+    assert run("check-lengths", tree).returncode == 0
+    write(tree, name, "\n" * 501)
+    result = run("check-lengths", tree)
+    assert (result.returncode, result.stdout) == (1, f"{name}: 501 lines, 500 at most\n")
+
+
+def test_interface_tables_may_be_long(tree):
+    write(tree, "src/schema/alpha.cpp", "\n" * 2000)
+    assert run("check-lengths", tree).returncode == 0
+
+
+PAPER = "spec" + "ification"
+MENTIONS = ["as Part" + " 3.1 tells", "see spec" + ".md", "what The Spec" + " wants",
+            f"the {PAPER} wants it", f"a {PAPER} says"]
+PLACES = ["/" + "work/x", "/" + "root/x", "/" + "home/me/x", "https://pypi" + ".org/simple",
+          "deb." + "debian.org", "repo1." + "maven.org", "proxy" + ".golang.org"]
+
+
+@pytest.mark.parametrize("text", MENTIONS + PLACES)
+def test_a_mention_in_a_file_is_found(tree, text):
+    write(tree, "src/json/json.h", f"// fine\n// {text}\n")
+    result = run("check-mentions", tree)
+    assert result.returncode == 1
+    assert result.stdout == f"src/json/json.h:2: // {text}\n"
+
+
+def test_a_file_not_yet_added_is_read_as_well(tree):
+    write(tree, "notes.txt", MENTIONS[0])
+    assert run("check-mentions", tree).returncode == 1
+
+
+@pytest.mark.parametrize("text", MENTIONS)
+def test_a_mention_in_a_commit_message_is_found(tree, text):
+    git(tree, "commit", "-q", "--allow-empty", "-m", "Fine", "-m", text)
+    result = run("check-mentions", tree)
+    assert result.returncode == 1
+    assert "commit messages:" in result.stdout
+
+
+@pytest.mark.parametrize("text", ["RFC 4506, Part 4", "a special case", "part of the network",
+                                  "a specific text"])
+def test_other_words_are_left_alone(tree, text):
+    write(tree, "notes.txt", text)
+    assert run("check-mentions", tree).returncode == 0
