@@ -1,0 +1,239 @@
+#include "rpc/rpc_os.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <thread>
+
+#include "rpc/rpc_os_platform.h"
+#include "support/failing_heap.h"
+#include "support/loopback_peer.h"
+
+namespace kvrpc::test {
+namespace {
+
+// ---- error numbers
+
+TEST(error_numbers, every_name_that_winsock_has_keeps_its_number) {
+  const std::int32_t table[][2] = {
+      {EINTR, 4},
+      {EACCES, 10013},
+      {EFAULT, 10014},
+      {EINVAL, 10022},
+      {EMFILE, 10024},
+      {EWOULDBLOCK, 10035},
+      {EINPROGRESS, 10036},
+      {EALREADY, 10037},
+      {ENOTSOCK, 10038},
+      {EDESTADDRREQ, 10039},
+      {EMSGSIZE, 10040},
+      {EPROTOTYPE, 10041},
+      {ENOPROTOOPT, 10042},
+      {EPROTONOSUPPORT, 10043},
+      {ESOCKTNOSUPPORT, 10044},
+      {EOPNOTSUPP, 10045},
+      {EPFNOSUPPORT, 10046},
+      {EAFNOSUPPORT, 10047},
+      {EADDRINUSE, 10048},
+      {EADDRNOTAVAIL, 10049},
+      {ENETDOWN, 10050},
+      {ENETUNREACH, 10051},
+      {ENETRESET, 10052},
+      {ECONNABORTED, 10053},
+      {ECONNRESET, 10054},
+      {ENOBUFS, 10055},
+      {EISCONN, 10056},
+      {ENOTCONN, 10057},
+      {ESHUTDOWN, 10058},
+      {ETOOMANYREFS, 10059},
+      {ETIMEDOUT, 10060},
+      {ECONNREFUSED, 10061},
+      {ELOOP, 10062},
+      {ENAMETOOLONG, 10063},
+      {EHOSTDOWN, 10064},
+      {EHOSTUNREACH, 10065},
+      {ENOTEMPTY, 10066},
+      {EUSERS, 10068},
+      {EDQUOT, 10069},
+      {ESTALE, 10070},
+      {EREMOTE, 10071},
+  };
+  for (const auto& row : table) EXPECT_EQ(rpc_winsock_number(row[0]), row[1]) << row[0];
+}
+
+TEST(error_numbers, names_that_winsock_has_not_take_the_nearest_number) {
+  EXPECT_EQ(rpc_winsock_number(EPIPE), 10054);
+  EXPECT_EQ(rpc_winsock_number(EBADF), 10038);
+  EXPECT_EQ(rpc_winsock_number(EPERM), 10013);
+  EXPECT_EQ(rpc_winsock_number(ENFILE), 10024);
+  EXPECT_EQ(rpc_winsock_number(ENOMEM), 10055);
+  EXPECT_EQ(rpc_winsock_number(EIO), 10107);
+  EXPECT_EQ(rpc_winsock_number(12345), 10107);
+}
+
+// ---- start-up and locks
+
+TEST(lock, may_be_taken_again_by_its_holder) {
+  rpc_lock_record* lock = rpc_create_lock();
+  ASSERT_NE(lock, nullptr);
+  rpc_lock(lock);
+  rpc_lock(lock);
+  rpc_unlock(lock);
+  rpc_unlock(lock);
+  rpc_destroy_lock(lock);
+}
+
+TEST(lock, keeps_others_out_until_its_last_release) {
+  rpc_lock_record* lock = rpc_create_lock();
+  int order = 0;
+  int other_saw = -1;
+  rpc_lock(lock);
+  rpc_lock(lock);
+  std::thread other([&] {
+    rpc_lock(lock);
+    other_saw = order;
+    rpc_unlock(lock);
+  });
+  sleep_milliseconds(30);
+  order = 1;
+  rpc_unlock(lock);
+  sleep_milliseconds(30);
+  order = 2;
+  rpc_unlock(lock);
+  other.join();
+  EXPECT_EQ(other_saw, 2);
+  rpc_destroy_lock(lock);
+}
+
+TEST(lock, is_null_without_memory) {
+  failing_heap heap(0);
+  EXPECT_EQ(rpc_create_lock(), nullptr);
+  EXPECT_EQ(heap.live_blocks(), 0);
+}
+
+void expect_lock_failure(std::int64_t number) {
+  EXPECT_EXIT(
+      {
+        failing_heap heap(number);
+        errno = ENOMEM;
+        rpc_startup();
+        std::_Exit(0);
+      },
+      testing::ExitedWithCode(1), "^rpc_create_lock\\(\\) failed, error = 12\n\n$");
+}
+
+TEST(startup, ends_the_process_when_the_first_lock_cannot_be_made) { expect_lock_failure(0); }
+TEST(startup, ends_the_process_when_the_second_lock_cannot_be_made) { expect_lock_failure(1); }
+
+TEST(startup, runs_once_until_a_shutdown) {
+  EXPECT_EXIT(
+      {
+        failing_heap heap(-1);
+        rpc_startup();
+        rpc_startup();
+        const bool once = heap.live_blocks() == 2;
+        rpc_shutdown();
+        rpc_shutdown();
+        const bool released = heap.live_blocks() == 0;
+        rpc_startup();
+        std::_Exit(once && released && heap.live_blocks() == 2 ? 0 : 1);
+      },
+      testing::ExitedWithCode(0), "");
+}
+
+// Whether a second thread gets in while this one holds the resolver.
+bool resolver_admits_two() {
+  rpc_resolver_enter();
+  bool inside = false;
+  std::thread other([&] {
+    rpc_resolver_enter();
+    inside = true;
+    rpc_resolver_leave();
+  });
+  sleep_milliseconds(50);
+  const bool admitted = inside;
+  rpc_resolver_leave();
+  other.join();
+  return admitted;
+}
+
+TEST(resolver_lock, does_nothing_before_the_start) {
+  EXPECT_EXIT(std::_Exit(resolver_admits_two() ? 0 : 1), testing::ExitedWithCode(0), "");
+}
+
+TEST(resolver_lock, keeps_a_second_thread_out_after_the_start) {
+  EXPECT_EXIT(
+      {
+        rpc_startup();
+        std::_Exit(resolver_admits_two() ? 1 : 0);
+      },
+      testing::ExitedWithCode(0), "");
+}
+
+// ---- names
+
+TEST(resolve, gives_the_address_with_no_port) {
+  rpc_address address;
+  std::memset(&address, 0xFF, sizeof address);
+  EXPECT_EQ(rpc_resolve("127.0.0.9", &address), 0);
+  const rpc_address expected = loopback(0, "127.0.0.9");
+  EXPECT_EQ(std::memcmp(&address, &expected, sizeof address), 0);
+}
+
+TEST(resolve, knows_the_local_host) {
+  rpc_address address;
+  EXPECT_EQ(rpc_resolve("localhost", &address), 0);
+  EXPECT_EQ(ntohl(address.host) >> 24, 127u);
+}
+
+TEST(resolve, refuses_what_can_be_no_name) {
+  rpc_address address;
+  EXPECT_EQ(rpc_resolve("", &address), RPC_UNKNOWNHOST);
+  EXPECT_EQ(rpc_resolve(std::string(300, 'x').c_str(), &address), RPC_UNKNOWNHOST);
+}
+
+TEST(protocol_number, is_negative_for_an_unknown_name) {
+  EXPECT_EQ(rpc_protocol_number("no such protocol"), -1);
+  EXPECT_EQ(rpc_protocol_number(""), -1);
+}
+
+TEST(network_order, puts_the_high_byte_first) {
+  const std::uint16_t ordered = rpc_network_order(0x1234);
+  EXPECT_EQ(std::memcmp(&ordered, "\x12\x34", 2), 0);
+  EXPECT_EQ(rpc_network_order(ordered), 0x1234);
+}
+
+// ---- environment
+
+TEST(environment, is_read_as_it_stands_at_that_moment) {
+  const environment_guard guard("KVRPC_TEST", "first");
+  const environment_text first("KVRPC_TEST");
+  setenv("KVRPC_TEST", "second", 1);
+  const environment_text second("KVRPC_TEST");
+  EXPECT_STREQ(first.get(), "first");
+  EXPECT_STREQ(second.get(), "second");
+}
+
+TEST(environment, tells_an_empty_variable_from_a_missing_one) {
+  const environment_guard guard("KVRPC_TEST", "");
+  const environment_text empty("KVRPC_TEST");
+  ASSERT_NE(empty.get(), nullptr);
+  EXPECT_EQ(std::memcmp(empty.get(), "\0\0", 2), 0);
+  unsetenv("KVRPC_TEST");
+  errno = EINVAL;
+  EXPECT_EQ(rpc_environment("KVRPC_TEST"), nullptr);
+  EXPECT_EQ(errno, 0);
+}
+
+TEST(environment, tells_missing_memory_from_a_missing_variable) {
+  const environment_guard guard("KVRPC_TEST", "value");
+  failing_heap heap(0);
+  EXPECT_EQ(rpc_environment("KVRPC_TEST"), nullptr);
+  EXPECT_EQ(errno, ENOMEM);
+}
+
+}  // namespace
+}  // namespace kvrpc::test

@@ -1,0 +1,308 @@
+// Scripted servers on loopback for the transports' tests: raw sockets on ephemeral ports, one
+// thread each, and the words of RPC messages. Every wait of a peer ends after ten seconds, and the
+// peer's thread takes no signals, so that timers of a test hit the client.
+#pragma once
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <pthread.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <initializer_list>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "rpc/rpc_os.h"
+
+namespace kvrpc::test {
+
+// ---- bytes
+
+inline std::string words(std::initializer_list<std::uint32_t> values) {
+  std::string bytes;
+  for (const std::uint32_t value : values) {
+    for (int shift = 24; shift >= 0; shift -= 8) bytes += static_cast<char>(value >> shift & 0xFF);
+  }
+  return bytes;
+}
+
+inline std::uint32_t word_at(const std::string& bytes, std::size_t offset) {
+  if (offset + 4 > bytes.size()) return 0;
+  std::uint32_t value = 0;
+  for (std::size_t i = 0; i < 4; ++i) {
+    value = value << 8 | static_cast<unsigned char>(bytes[offset + i]);
+  }
+  return value;
+}
+
+// A reply that carries `results` to the call with these first bytes.
+inline std::string success(const std::string& call, const std::string& results) {
+  return call.substr(0, 4) + words({1, 0, 0, 0, 0}) + results;
+}
+
+inline std::string fragment(const std::string& data, bool last) {
+  const auto length = static_cast<std::uint32_t>(data.size());
+  return words({last ? length | 0x80000000u : length}) + data;
+}
+
+// ---- sockets
+
+class descriptor {
+ public:
+  explicit descriptor(int number = -1) : number_(number) {}
+  ~descriptor() { close(); }
+  descriptor(descriptor&& other) noexcept : number_(other.number_) { other.number_ = -1; }
+  descriptor& operator=(descriptor&& other) noexcept {
+    std::swap(number_, other.number_);
+    return *this;
+  }
+  int get() const { return number_; }
+  void close() {
+    if (number_ >= 0) ::close(number_);
+    number_ = -1;
+  }
+  // Closes with a reset instead of an orderly end.
+  void reset() {
+    const linger at_once = {1, 0};
+    setsockopt(number_, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
+    close();
+  }
+
+ private:
+  int number_;
+};
+
+inline void limit_waits(int sock) {
+  const timeval ten_seconds = {10, 0};
+  setsockopt(sock, SOL_SOCKET, SO_RCVTIMEO, &ten_seconds, sizeof ten_seconds);
+  setsockopt(sock, SOL_SOCKET, SO_SNDTIMEO, &ten_seconds, sizeof ten_seconds);
+}
+
+inline rpc_address loopback(std::uint16_t port, const char* host = "127.0.0.1") {
+  rpc_address address = {};
+  address.family = RPC_IPV4;
+  address.port = rpc_network_order(port);
+  address.host = inet_addr(host);
+  return address;
+}
+
+// A socket bound to `port` of `host`, 0 for any; -1 when the address is not to be had.
+inline int bound_socket(int type, std::uint16_t port = 0, const char* host = "127.0.0.1") {
+  const int sock = socket(AF_INET, type, 0);
+  const int on = 1;
+  if (type == SOCK_STREAM) setsockopt(sock, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+  const rpc_address address = loopback(port, host);
+  limit_waits(sock);
+  if (bind(sock, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
+      (type != SOCK_STREAM || listen(sock, 16) == 0)) {
+    return sock;
+  }
+  ::close(sock);
+  return -1;
+}
+
+inline std::uint16_t port_of(int sock) {
+  sockaddr_in address = {};
+  socklen_t size = sizeof address;
+  getsockname(sock, reinterpret_cast<sockaddr*>(&address), &size);
+  return ntohs(address.sin_port);
+}
+
+inline bool read_exactly(int sock, char* bytes, std::size_t length) {
+  while (length > 0) {
+    const ssize_t got = recv(sock, bytes, length, 0);
+    if (got <= 0) return false;
+    bytes += got;
+    length -= static_cast<std::size_t>(got);
+  }
+  return true;
+}
+
+// The data of the next record; empty at the end of the stream. The fragments' lengths go to
+// `lengths`.
+inline std::string read_record(int sock, std::vector<std::uint32_t>* lengths = nullptr) {
+  std::string record;
+  for (bool last = false; !last;) {
+    std::string mark(4, '\0');
+    if (!read_exactly(sock, mark.data(), 4)) return "";
+    last = (word_at(mark, 0) & 0x80000000u) != 0;
+    const std::uint32_t length = word_at(mark, 0) & 0x7FFFFFFFu;
+    if (lengths != nullptr) lengths->push_back(length);
+    std::string data(length, '\0');
+    if (!read_exactly(sock, data.data(), length)) return "";
+    record += data;
+  }
+  return record;
+}
+
+inline void write_bytes(int sock, const std::string& bytes) {
+  send(sock, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+}
+
+inline void write_record(int sock, const std::string& data) {
+  write_bytes(sock, fragment(data, true));
+}
+
+inline bool is_open(int number) {
+  socklen_t size = sizeof(int);
+  int type;
+  return getsockopt(number, SOL_SOCKET, SO_TYPE, &type, &size) == 0;
+}
+
+inline void sleep_milliseconds(int milliseconds) {
+  std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
+
+// ---- peers
+
+// Runs a script in a thread that takes no signals; the destructor waits for its end.
+class script_thread {
+ public:
+  explicit script_thread(std::function<void()> script) {
+    sigset_t all, before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before);
+    thread_ = std::thread(std::move(script));
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  }
+  ~script_thread() { join(); }
+  void join() {
+    if (thread_.joinable()) thread_.join();
+  }
+
+ private:
+  std::thread thread_;
+};
+
+// Accepts one connection and hands it to the script.
+class tcp_peer {
+ public:
+  explicit tcp_peer(std::function<void(descriptor&)> script, const char* host = "127.0.0.1",
+                    std::uint16_t port = 0)
+      : listener_(bound_socket(SOCK_STREAM, port, host)), thread_([this, script] {
+          descriptor connection(accept(listener_.get(), nullptr, nullptr));
+          if (connection.get() < 0) return;
+          limit_waits(connection.get());
+          script(connection);
+        }) {}
+  std::uint16_t port() const { return port_of(listener_.get()); }
+  void join() { thread_.join(); }
+
+ private:
+  descriptor listener_;
+  script_thread thread_;
+};
+
+struct datagram {
+  std::string data;
+  sockaddr_in sender;
+};
+
+// A datagram socket for the script, which gets it bound.
+class udp_peer {
+ public:
+  explicit udp_peer(std::function<void(int sock)> script, std::uint16_t port = 0)
+      : socket_(bound_socket(SOCK_DGRAM, port)),
+        thread_([this, script] { script(socket_.get()); }) {}
+  std::uint16_t port() const { return port_of(socket_.get()); }
+  void join() { thread_.join(); }
+
+ private:
+  descriptor socket_;
+  script_thread thread_;
+};
+
+// The next datagram, empty when none comes within the time.
+inline datagram receive(int sock, int milliseconds = 10000) {
+  datagram got = {std::string(65536, '\0'), {}};
+  pollfd entry = {sock, POLLIN, 0};
+  if (poll(&entry, 1, milliseconds) <= 0) return {"", {}};
+  socklen_t size = sizeof got.sender;
+  const ssize_t length = recvfrom(sock, got.data.data(), got.data.size(), 0,
+                                  reinterpret_cast<sockaddr*>(&got.sender), &size);
+  got.data.resize(length < 0 ? 0 : static_cast<std::size_t>(length));
+  return got;
+}
+
+inline void answer(int sock, const datagram& to, const std::string& data) {
+  sendto(sock, data.data(), data.size(), 0, reinterpret_cast<const sockaddr*>(&to.sender),
+         sizeof to.sender);
+}
+
+// ---- the process around the client
+
+// Sets an environment variable, or removes it, for the length of a block.
+class environment_guard {
+ public:
+  environment_guard(const char* name, const char* value) : name_(name) {
+    const char* before = getenv(name);
+    existed_ = before != nullptr;
+    if (existed_) before_ = before;
+    value != nullptr ? setenv(name, value, 1) : unsetenv(name);
+  }
+  ~environment_guard() { existed_ ? setenv(name_, before_.c_str(), 1) : unsetenv(name_); }
+  environment_guard(const environment_guard&) = delete;
+  environment_guard& operator=(const environment_guard&) = delete;
+
+ private:
+  const char* name_;
+  bool existed_;
+  std::string before_;
+};
+
+// Sends this process a signal every five milliseconds; counts those that arrived.
+class signal_storm {
+ public:
+  signal_storm() {
+    arrived() = 0;
+    struct sigaction action = {};
+    action.sa_handler = [](int) { arrived() = arrived() + 1; };
+    sigaction(SIGALRM, &action, &before_);
+    const itimerval every = {{0, 5000}, {0, 5000}};
+    setitimer(ITIMER_REAL, &every, nullptr);
+  }
+  ~signal_storm() {
+    const itimerval never = {{0, 0}, {0, 0}};
+    setitimer(ITIMER_REAL, &never, nullptr);
+    sigaction(SIGALRM, &before_, nullptr);
+  }
+  signal_storm(const signal_storm&) = delete;
+  signal_storm& operator=(const signal_storm&) = delete;
+  static volatile sig_atomic_t& arrived() {
+    static volatile sig_atomic_t count = 0;
+    return count;
+  }
+
+ private:
+  struct sigaction before_;
+};
+
+// Installs an interrupt hook for the length of a block.
+class hook_guard {
+ public:
+  explicit hook_guard(int (*hook)()) { rpc_set_interrupt_hook(hook); }
+  ~hook_guard() { rpc_set_interrupt_hook(nullptr); }
+  hook_guard(const hook_guard&) = delete;
+  hook_guard& operator=(const hook_guard&) = delete;
+};
+
+class stopwatch {
+ public:
+  std::int64_t milliseconds() const { return (rpc_clock() - start_) / 1000; }
+
+ private:
+  std::int64_t start_ = rpc_clock();
+};
+
+}  // namespace kvrpc::test
