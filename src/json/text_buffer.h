@@ -23,7 +23,7 @@ class text_buffer {
 
   // The place for `count` bytes behind the text, or null; commit() makes them part of it.
   char* reserve(std::size_t count) {
-    if (static_cast<std::size_t>(limit_ - end_) >= count) return end_;
+    if (count < static_cast<std::size_t>(limit_ - end_)) return end_;
     return grow(count);
   }
   void commit(std::size_t count) { end_ += count; }
@@ -41,6 +41,9 @@ class text_buffer {
   const char* data() const { return begin_; }
   bool failed() const { return failed_; }
 
+  // Marks the buffer failed, for a writer that has no text for its value; false.
+  bool fail();
+
   // The NUL-terminated text, now the caller's, or null when the buffer has failed.
   char* release();
 
@@ -49,7 +52,7 @@ class text_buffer {
 
   char* begin_ = nullptr;
   char* end_ = nullptr;
-  char* limit_ = nullptr;  // one byte for the terminating NUL lies behind it
+  char* limit_ = nullptr;  // behind the block; the text always ends before it, for the NUL
   bool failed_ = false;
 };
 

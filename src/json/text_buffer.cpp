@@ -1,0 +1,52 @@
+#include "json/text_buffer.h"
+
+#include <algorithm>
+#include <cstdint>
+
+namespace kvrpc {
+
+namespace {
+
+constexpr std::size_t smallest_block = 256;
+constexpr std::size_t largest_block = PTRDIFF_MAX;
+
+}  // namespace
+
+text_buffer::~text_buffer() {
+  if (begin_ != nullptr) json_hooks().release(begin_);
+}
+
+bool text_buffer::fail() {
+  failed_ = true;
+  limit_ = end_;  // sends every later reserve() to grow()
+  return false;
+}
+
+char* text_buffer::grow(std::size_t count) {
+  const std::size_t used = size();
+  if (failed_ || count >= largest_block - used) {
+    fail();
+    return nullptr;
+  }
+  const std::size_t doubled = used > largest_block / 2 ? largest_block : used * 2;
+  const std::size_t block = std::max({used + count + 1, doubled, smallest_block});
+  auto* moved = static_cast<char*>(json_hooks().resize(begin_, block));
+  if (moved == nullptr) {
+    fail();
+    return nullptr;
+  }
+  begin_ = moved;
+  end_ = moved + used;
+  limit_ = moved + block;
+  return end_;
+}
+
+char* text_buffer::release() {
+  if (reserve(0) == nullptr || failed_) return nullptr;
+  *end_ = '\0';
+  char* text = begin_;
+  begin_ = end_ = limit_ = nullptr;
+  return text;
+}
+
+}  // namespace kvrpc

@@ -1,0 +1,60 @@
+#include "json/tree.h"
+
+#include <cstdint>
+
+namespace kvrpc {
+
+json_tree::~json_tree() {
+  while (open_ != nullptr) close();
+  json_delete(root_);
+}
+
+bool json_tree::append(json_node* node) {
+  if (node == nullptr) return false;
+  if (open_ == nullptr) {
+    root_ = node;
+  } else if (last_ == nullptr) {
+    open_->child = node;
+  } else {
+    json_link(last_, node);
+  }
+  last_ = node;
+  return true;
+}
+
+void json_tree::open() {
+  last_->next = open_;
+  open_ = last_;
+  last_ = nullptr;
+}
+
+void json_tree::close() {
+  last_ = open_;
+  open_ = last_->next;
+  last_->next = nullptr;
+}
+
+json_node* json_tree::release() {
+  json_node* root = root_;
+  root_ = last_ = nullptr;
+  return root;
+}
+
+json_path::~json_path() {
+  if (containers_ != nullptr) json_hooks().release(containers_);
+}
+
+bool json_path::push(const json_node* container) {
+  if (depth_ == capacity_) {
+    if (capacity_ > SIZE_MAX / 2 / sizeof *containers_) return false;
+    const std::size_t capacity = capacity_ == 0 ? 16 : capacity_ * 2;
+    void* moved = json_hooks().resize(containers_, capacity * sizeof *containers_);
+    if (moved == nullptr) return false;
+    containers_ = static_cast<const json_node**>(moved);
+    capacity_ = capacity;
+  }
+  containers_[depth_++] = container;
+  return true;
+}
+
+}  // namespace kvrpc

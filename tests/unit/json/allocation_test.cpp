@@ -1,0 +1,112 @@
+#include <gtest/gtest.h>
+
+#include "json_support.h"
+#include "support/failing_heap.h"
+
+namespace kvrpc::test {
+namespace {
+
+const char rich_text[] =
+    R"({"a":[1,2.5,"x\u00e9",{"k":"v","n":null}],"b":{"c":{"d":[[[[[[[[[[[[[[[[[[1]]]]]]]]]]]]]]]]]]}},)"
+    R"("long":"0123456789012345678901234567890123456789012345678901234567890123456789012345678901)"
+    R"(2345678901234567890123456789012345678901234567890123456789012345678901234567890123456789"})";
+
+// Runs `make`, which gives something that `drop` releases or null, with each allocation failing in
+// turn: each failure must show as null and leave nothing behind. The number of failing runs.
+template <class Make, class Drop>
+std::int64_t fail_each(Make make, Drop drop) {
+  return fail_each_allocation([&](std::int64_t number) {
+    const counting_hooks hooks(number);
+    auto* made = make();
+    EXPECT_EQ(made == nullptr, hooks.failed()) << "allocation " << number;
+    if (made != nullptr) drop(made);
+    EXPECT_EQ(hooks.live_blocks(), 0) << "allocation " << number;
+    return hooks.failed();
+  });
+}
+
+std::int64_t fail_each_node(json_node* (*make)()) { return fail_each(make, json_delete); }
+
+template <class Make>
+std::int64_t fail_each_text(Make make) {
+  return fail_each(make, [](char* text) { json_hooks().release(text); });
+}
+
+TEST(FailingAllocation, FailsAParseWithoutALeak) {
+  EXPECT_EQ(fail_each_node([] { return json_parse(rich_text); }), 40);
+}
+
+TEST(FailingAllocation, FailsADuplicateWithoutALeak) {
+  const tree_ptr tree = parse(rich_text);
+  const auto duplicate = [&] { return json_duplicate(tree.get()); };
+  // The path to the deepest node takes one block and one resize of it.
+  EXPECT_EQ(fail_each(duplicate, json_delete), 40 + 2);
+}
+
+TEST(FailingAllocation, FailsAPrintWithoutALeak) {
+  const tree_ptr tree = parse(rich_text);
+  // Two blocks for the path and three for the text as it grows.
+  EXPECT_EQ(fail_each_text([&] { return json_print(tree.get()); }), 5);
+  EXPECT_GE(fail_each_text([&] { return json_print_pretty(tree.get()); }), 4);
+}
+
+TEST(FailingAllocation, FailsEveryConstructorWithoutALeak) {
+  EXPECT_EQ(fail_each_node(json_new_node), 1);
+  EXPECT_EQ(fail_each_node(json_new_null), 1);
+  EXPECT_EQ(fail_each_node(json_new_true), 1);
+  EXPECT_EQ(fail_each_node(json_new_false), 1);
+  EXPECT_EQ(fail_each_node(json_new_array), 1);
+  EXPECT_EQ(fail_each_node(json_new_object), 1);
+  EXPECT_EQ(fail_each_node([] { return json_new_double(1.5); }), 1);
+  EXPECT_EQ(fail_each_node([] { return json_new_integer(1); }), 1);
+  EXPECT_EQ(fail_each_node([] { return json_new_string("text"); }), 2);
+  EXPECT_EQ(fail_each_text([] { return json_strdup("text"); }), 1);
+}
+
+TEST(FailingAllocation, FailsEveryArrayConstructorWithoutALeak) {
+  static const std::int64_t integers[] = {1, 2, 3};
+  static const float floats[] = {1, 2, 3};
+  static const double doubles[] = {1, 2, 3};
+  static const char* const texts[] = {"a", "b", "c"};
+  EXPECT_EQ(fail_each_node([] { return json_new_integer_array(integers, 3); }), 4);
+  EXPECT_EQ(fail_each_node([] { return json_new_float_array(floats, 3); }), 4);
+  EXPECT_EQ(fail_each_node([] { return json_new_double_array(doubles, 3); }), 4);
+  EXPECT_EQ(fail_each_node([] { return json_new_string_array(texts, 3); }), 7);
+}
+
+TEST(FailingAllocation, FailsAnAddAndAReplaceWithoutALeak) {
+  const std::int64_t failures = fail_each_node([]() -> json_node* {
+    tree_ptr tree(json_new_object());
+    if (tree == nullptr) return nullptr;
+    for (int i = 0; i < 2; ++i) {
+      tree_ptr item(json_new_integer(i));
+      if (json_replace_member(tree.get(), "a", item.get()) == 0) return nullptr;
+      item.release();
+    }
+    return tree.release();
+  });
+  EXPECT_EQ(failures, 5);
+}
+
+// The same with the standard functions behind the hooks, as the product runs.
+TEST(FailingAllocation, ShowsAsNullWithTheStandardFunctions) {
+  const std::int64_t failures = fail_each_allocation([](std::int64_t number) {
+    const failing_heap heap(number);
+    const tree_ptr tree(json_parse(rich_text));
+    const tree_ptr copy(json_duplicate(tree.get()));
+    const text_ptr text(copy == nullptr ? nullptr : json_print(copy.get()));
+    EXPECT_EQ(text == nullptr, heap.failed());
+    return heap.failed();
+  });
+  EXPECT_EQ(failures, 40 + 42 + 5);
+  const failing_heap heap(-1);
+  {
+    const tree_ptr tree(json_parse(rich_text));
+    const text_ptr text(json_print(tree.get()));
+    EXPECT_EQ(heap.live_blocks(), 40 + 1);
+  }
+  EXPECT_EQ(heap.live_blocks(), 0);
+}
+
+}  // namespace
+}  // namespace kvrpc::test

@@ -1,0 +1,33 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "json_support.h"
+
+namespace kvrpc::test {
+namespace {
+
+// The fuzzer's seeds hold what it checks, also where no fuzzer runs.
+TEST(Corpus, PrintsAndReparsesToItself) {
+  int files = 0;
+  int parsed = 0;
+  const auto folder = std::filesystem::path(KVRPC_SOURCE_DIR) / "fuzz" / "corpus" / "json_parse";
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    std::ostringstream bytes;
+    bytes << std::ifstream(entry.path(), std::ios::binary).rdbuf();
+    ++files;
+    const tree_ptr tree = parse(bytes.str());
+    if (tree == nullptr) continue;
+    ++parsed;
+    const std::string second = print(parse(print(tree.get())).get());
+    EXPECT_EQ(print(parse(second).get()), second) << entry.path();
+    EXPECT_EQ(print(parse(pretty(tree.get())).get()), second) << entry.path();
+  }
+  EXPECT_GE(files, 20);
+  EXPECT_GE(parsed, 15);
+}
+
+}  // namespace
+}  // namespace kvrpc::test

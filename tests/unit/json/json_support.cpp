@@ -1,0 +1,188 @@
+#include "json_support.h"
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace kvrpc::test {
+
+namespace {
+
+struct {
+  std::int64_t fail_at;
+  std::int64_t live_blocks;
+  std::int64_t allocations;
+  std::int64_t resizes;
+  bool failed;
+} counts;
+
+bool must_fail() {
+  const bool fails = counts.allocations + counts.resizes == counts.fail_at;
+  counts.failed = counts.failed || fails;
+  return fails;
+}
+
+void* counted_allocate(std::size_t size) {
+  const bool fails = must_fail();
+  ++counts.allocations;
+  if (fails) return nullptr;
+  ++counts.live_blocks;
+  return std::malloc(size);
+}
+
+void* counted_resize(void* block, std::size_t size) {
+  const bool fails = must_fail();
+  ++counts.resizes;
+  if (fails) return nullptr;
+  if (block == nullptr) ++counts.live_blocks;
+  return std::realloc(block, size);
+}
+
+void counted_release(void* block) {
+  EXPECT_NE(block, nullptr);
+  --counts.live_blocks;
+  std::free(block);
+}
+
+std::string quoted(const char* text) {
+  std::string out = "'";
+  for (; *text != '\0'; ++text) {
+    const auto byte = static_cast<unsigned char>(*text);
+    char hex[8];
+    std::snprintf(hex, sizeof hex, "\\x%02X", static_cast<unsigned>(byte));
+    if (byte < 0x20 || byte > 0x7E || byte == '\'' || byte == '\\') {
+      out += hex;
+    } else {
+      out += *text;
+    }
+  }
+  return out + "'";
+}
+
+std::string describe_number(const json_node& node) {
+  if (node.is_integer == 1) {
+    const bool both = node.number == static_cast<double>(node.integer);
+    return std::to_string(node.integer) + (both ? "" : "!");
+  }
+  char out[32];
+  const std::uint64_t bits = bits_of(node.number);
+  std::snprintf(out, sizeof out, "g%08X", static_cast<unsigned>(bits & 0xFFFFFFFF));
+  const bool narrow = bits >> 32 == 0 && node.is_integer == 0 && node.integer == 0;
+  return std::string(out) + (narrow ? "" : "!");
+}
+
+std::string describe_word(const json_node& node, const char* word, std::int64_t integer,
+                          std::int32_t is_integer) {
+  const bool right = node.integer == integer && node.is_integer == is_integer && node.number == 0.0;
+  return std::string(word) + (right ? "" : "!");
+}
+
+std::string describe_value(const json_node& node);
+
+std::string describe_children(const json_node& node) {
+  std::string out = node.type == JSON_ARRAY ? "[" : "{";
+  const json_node* earlier = nullptr;
+  for (const json_node* child = node.child; child != nullptr; child = child->next) {
+    if (earlier != nullptr) out += ' ';
+    if (child->prev != earlier) out += '!';
+    if ((child->key == nullptr) != (node.type == JSON_ARRAY)) out += '!';
+    if (child->key != nullptr) out += quoted(child->key) + ":";
+    out += describe_value(*child);
+    earlier = child;
+  }
+  return out + (node.type == JSON_ARRAY ? "]" : "}");
+}
+
+std::string describe_value(const json_node& node) {
+  std::string flaw;
+  if ((node.text == nullptr) == (node.type == JSON_STRING)) flaw += '!';
+  if (node.child != nullptr && node.type < JSON_ARRAY) flaw += '!';
+  if (node.type >= JSON_STRING && (node.integer != 0 || node.is_integer != 0)) flaw += '!';
+  switch (node.type) {
+    case JSON_FALSE:
+      return describe_word(node, "false", 0, 1) + flaw;
+    case JSON_TRUE:
+      return describe_word(node, "true", 1, 1) + flaw;
+    case JSON_NULL:
+      return describe_word(node, "null", 0, 0) + flaw;
+    case JSON_NUMBER:
+      return describe_number(node) + flaw;
+    case JSON_STRING:
+      return quoted(node.text) + flaw;
+    default:
+      return describe_children(node) + flaw;
+  }
+}
+
+std::string taken(char* text) {
+  const text_ptr owner(text);
+  return text == nullptr ? "(null)" : text;
+}
+
+void* run_body(void* body) {
+  (*static_cast<void (**)()>(body))();
+  return nullptr;
+}
+
+}  // namespace
+
+tree_ptr parse(const std::string& text) {
+  const std::size_t size = std::strlen(text.c_str()) + 1;
+  const std::unique_ptr<char, void (*)(void*)> copy(static_cast<char*>(std::malloc(size)),
+                                                    std::free);
+  std::memcpy(copy.get(), text.c_str(), size);
+  tree_ptr tree(json_parse(copy.get()));
+  EXPECT_EQ(std::memcmp(copy.get(), text.c_str(), size), 0) << "the parser wrote to its text";
+  return tree;
+}
+
+std::string print(const json_node* node) { return taken(json_print(node)); }
+std::string pretty(const json_node* node) { return taken(json_print_pretty(node)); }
+
+std::string describe(const json_node* node) {
+  if (node == nullptr) return "fail";
+  const bool alone = node->next == nullptr && node->prev == nullptr && node->key == nullptr;
+  return describe_value(*node) + (alone ? "" : "!");
+}
+
+std::uint64_t bits_of(double value) {
+  std::uint64_t bits = 0;
+  std::memcpy(&bits, &value, sizeof bits);
+  return bits;
+}
+
+counting_hooks::counting_hooks(std::int64_t fail_at) {
+  counts = {};
+  counts.fail_at = fail_at;
+  const json_allocator hooks = {counted_allocate, counted_resize, counted_release};
+  json_set_hooks(&hooks);
+}
+
+counting_hooks::~counting_hooks() { json_set_hooks(nullptr); }
+
+std::int64_t counting_hooks::live_blocks() const { return counts.live_blocks; }
+std::int64_t counting_hooks::allocations() const { return counts.allocations; }
+std::int64_t counting_hooks::resizes() const { return counts.resizes; }
+bool counting_hooks::failed() const { return counts.failed; }
+
+void run_on_small_stack(void (*body)()) {
+  pthread_attr_t attributes;
+  ASSERT_EQ(pthread_attr_init(&attributes), 0);
+  ASSERT_EQ(pthread_attr_setstacksize(&attributes, 512 * 1024), 0);
+  pthread_t thread;
+  ASSERT_EQ(pthread_create(&thread, &attributes, run_body, &body), 0);
+  pthread_join(thread, nullptr);
+  pthread_attr_destroy(&attributes);
+}
+
+std::string repeated(const std::string& text, std::int32_t count) {
+  std::string out;
+  out.reserve(text.size() * static_cast<std::size_t>(count));
+  for (std::int32_t i = 0; i < count; ++i) out += text;
+  return out;
+}
+
+}  // namespace kvrpc::test

@@ -1,0 +1,82 @@
+// What the tests of the value tree share: owners for trees and printed texts, a written form of
+// trees, hooks that count and fail, and a thread with a small stack.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "json/json.h"
+
+#if defined(__SANITIZE_ADDRESS__)
+#define KVRPC_TEST_SANITIZED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define KVRPC_TEST_SANITIZED 1
+#endif
+#endif
+
+namespace kvrpc::test {
+
+// How deep the deepest trees of the tests are.
+#if defined(NDEBUG) && !defined(KVRPC_TEST_SANITIZED)
+constexpr std::int32_t great_depth = 10'000'000;
+#else
+constexpr std::int32_t great_depth = 100'000;
+#endif
+
+struct tree_deleter {
+  void operator()(json_node* node) const { json_delete(node); }
+};
+struct text_deleter {
+  void operator()(char* text) const { json_hooks().release(text); }
+};
+using tree_ptr = std::unique_ptr<json_node, tree_deleter>;
+using text_ptr = std::unique_ptr<char, text_deleter>;
+
+// Parses a copy of `text` that ends where its block ends, so that the sanitizers see a read behind
+// it, and checks that the parser left the copy as it was.
+tree_ptr parse(const std::string& text);
+
+// The printed texts; "(null)" for a null result.
+std::string print(const json_node* node);
+std::string pretty(const json_node* node);
+
+// A tree as it stands in the nodes' fields, with blanks between children:
+//
+//   null true false   12   g3FC00000   'text'   [1 'a']   {'key':1 'other':[]}
+//
+// g and eight digits is a parsed fraction, by the low half of the number's bits. Bytes of texts
+// outside of ASCII and ' and \ stand as \xHH. "fail" is a null tree. A field that a parsed node of
+// its type cannot hold, or a broken link, adds a '!'.
+std::string describe(const json_node* node);
+
+std::uint64_t bits_of(double value);
+
+// Replaces the hooks until its end by ones that count, and that fail the allocation or resize with
+// the number `fail_at` (0 is the first; negative: none).
+class counting_hooks {
+ public:
+  explicit counting_hooks(std::int64_t fail_at = -1);
+  ~counting_hooks();
+  counting_hooks(const counting_hooks&) = delete;
+  counting_hooks& operator=(const counting_hooks&) = delete;
+
+  std::int64_t live_blocks() const;
+  std::int64_t allocations() const;  // by the allocate hook
+  std::int64_t resizes() const;
+  bool failed() const;
+};
+
+// Runs `body` in a thread whose stack has 512 KiB, and waits for its end.
+void run_on_small_stack(void (*body)());
+
+// `count` times `text`.
+std::string repeated(const std::string& text, std::int32_t count);
+
+// Fifty texts, valid and of every kind.
+const std::vector<std::string>& valid_texts();
+
+}  // namespace kvrpc::test

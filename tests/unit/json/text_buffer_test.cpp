@@ -1,0 +1,147 @@
+#include "json/text_buffer.h"
+
+#include <gtest/gtest.h>
+
+#include "json_support.h"
+
+namespace kvrpc::test {
+namespace {
+
+std::string released(text_buffer& out) {
+  const text_ptr text(out.release());
+  return text == nullptr ? "(null)" : text.get();
+}
+
+std::string written(const std::string& bytes) {
+  text_buffer out;
+  EXPECT_TRUE(json_write_text(out, bytes.data(), bytes.size()));
+  return std::string(out.data(), out.size());
+}
+
+TEST(TextBuffer, HandsTheTextOverAndStartsAnew) {
+  text_buffer out;
+  EXPECT_TRUE(out.append("abc", 3));
+  EXPECT_TRUE(out.append('d'));
+  EXPECT_EQ(out.size(), 4U);
+  EXPECT_EQ(released(out), "abcd");
+  EXPECT_EQ(out.size(), 0U);
+  EXPECT_TRUE(out.append('x'));
+  EXPECT_EQ(released(out), "x");
+}
+
+TEST(TextBuffer, GivesAnEmptyTextWhenNothingWasAppended) {
+  text_buffer out;
+  EXPECT_TRUE(out.append("", 0));
+  EXPECT_FALSE(out.failed());
+  EXPECT_EQ(released(out), "");
+  EXPECT_EQ(released(out), "");
+}
+
+TEST(TextBuffer, LeavesRoomForTheNulAtEveryLength) {
+  for (std::int32_t length = 0; length < 3000; ++length) {
+    text_buffer out;
+    const std::string bytes = repeated("x", length);
+    ASSERT_TRUE(out.append(bytes.data(), bytes.size()));
+    ASSERT_EQ(released(out), bytes);
+  }
+}
+
+TEST(TextBuffer, GrowsGeometrically) {
+  const counting_hooks hooks;
+  {
+    text_buffer out;
+    for (int i = 0; i < 10'000'000; ++i) out.append('x');
+    EXPECT_EQ(out.size(), 10'000'000U);
+  }
+  EXPECT_LE(hooks.resizes(), 24);
+  EXPECT_EQ(hooks.live_blocks(), 0);
+}
+
+TEST(TextBuffer, CommitsWhatWasWrittenInPlace) {
+  text_buffer out;
+  char* place = out.reserve(1000);
+  place[0] = 'a';
+  place[1] = 'b';
+  out.commit(2);
+  EXPECT_EQ(released(out), "ab");
+}
+
+TEST(TextBuffer, KeepsTheTextAndFailsForGoodWithoutMemory) {
+  const counting_hooks hooks(1);
+  {
+    text_buffer out;
+    ASSERT_TRUE(out.append("abc", 3));
+    const std::string big = repeated("x", 100'000);
+    EXPECT_FALSE(out.append(big.data(), big.size()));
+    EXPECT_TRUE(out.failed());
+    EXPECT_EQ(std::string(out.data(), out.size()), "abc");
+    EXPECT_FALSE(out.append('d'));
+    EXPECT_FALSE(out.append("", 0));
+    EXPECT_EQ(out.reserve(0), nullptr);
+    EXPECT_EQ(out.size(), 3U);
+    EXPECT_EQ(out.release(), nullptr);
+  }
+  EXPECT_EQ(hooks.live_blocks(), 0);
+}
+
+TEST(TextBuffer, RefusesSizesThatNoBlockCanHave) {
+  text_buffer out;
+  ASSERT_TRUE(out.append('x'));
+  EXPECT_EQ(out.reserve(SIZE_MAX), nullptr);
+  EXPECT_TRUE(out.failed());
+}
+
+TEST(TextBuffer, FailsWhenAWriterSaysSo) {
+  text_buffer out;
+  ASSERT_TRUE(out.append("abc", 3));
+  EXPECT_FALSE(out.fail());
+  EXPECT_FALSE(out.append('d'));
+  EXPECT_EQ(out.release(), nullptr);
+}
+
+TEST(WriteInteger, WritesDecimalDigits) {
+  text_buffer out;
+  EXPECT_TRUE(json_write_integer(out, 0));
+  EXPECT_TRUE(json_write_integer(out, INT64_MIN));
+  EXPECT_TRUE(json_write_integer(out, INT64_MAX));
+  EXPECT_EQ(released(out), "0-92233720368547758089223372036854775807");
+}
+
+TEST(WriteText, TakesCountedBytesANulIncluded) {
+  EXPECT_EQ(written(std::string("a\0b", 3)), "\"ab\"");
+  EXPECT_EQ(written(""), "\"\"");
+}
+
+TEST(WriteText, FindsTheSpecialByteAtEveryPlace) {
+  for (std::int32_t before = 0; before < 20; ++before) {
+    for (std::int32_t behind = 0; behind < 20; ++behind) {
+      for (int byte = 0; byte < 256; ++byte) {
+        const std::string head = repeated("\xFF", before);
+        const std::string tail = repeated("\x80", behind);
+        const char special = static_cast<char>(byte);
+        std::string expected(1, special);
+        if (byte < 0x20) {
+          const std::size_t place = std::string("\b\t\n\f\r").find(special);
+          expected = place == std::string::npos ? "" : std::string("\\") + "btnfr"[place];
+        } else if (special == '"' || special == '\\') {
+          expected = std::string("\\") + special;
+        }
+        ASSERT_EQ(written(head + special + tail), "\"" + head + expected + tail + "\"");
+      }
+    }
+  }
+}
+
+TEST(Write, AppendsATreeAndMarksTheBufferWhenItCannot) {
+  text_buffer out;
+  const tree_ptr tree = parse(R"([1,{"a":"x"}])");
+  EXPECT_TRUE(out.append("reply: ", 7));
+  EXPECT_TRUE(json_write(out, tree.get()));
+  EXPECT_EQ(std::string(out.data(), out.size()), R"(reply: [1, {"a":"x"}])");
+  tree->child->type = 7;
+  EXPECT_FALSE(json_write(out, tree.get()));
+  EXPECT_TRUE(out.failed());
+}
+
+}  // namespace
+}  // namespace kvrpc::test
