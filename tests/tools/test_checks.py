@@ -95,7 +95,7 @@ def test_interface_tables_may_be_long(tree):
 
 
 PAPER = "spec" + "ification"
-MENTIONS = ["as Part" + " 3.1 tells", "see spec" + ".md", "what The Spec" + " wants",
+MENTIONS = ["as Part" + " 3.1 tells", "see spec" + ".md", "what The Sp" + "ec wants",
             f"the {PAPER} wants it", f"a {PAPER} says"]
 PLACES = ["/" + "work/x", "/" + "root/x", "/" + "home/me/x", "https://pypi" + ".org/simple",
           "deb." + "debian.org", "repo1." + "maven.org", "proxy" + ".golang.org"]
