@@ -1,0 +1,188 @@
+// Prints the interface as JSON: the servers, their procedures, and every record with its layout.
+//
+//   {"pointer_size":P,
+//    "servers":[{"name":...,"program":N,"slot":N}, ...],
+//    "programs":[{"name":...,"program":N,"version":1,"procedures":[
+//        {"number":N,"name":...,"argument":TYPE,"result":TYPE}, ...]}, ...],
+//    "records":{NAME:{"kind":"structure","size":N,"fields":[
+//                        {"key":...,"type":TYPE,"offset":N}, ...]},
+//               NAME:{"kind":"union","discriminant":...,"size":N,"fields":[
+//                        {"key":...,"type":TYPE,"offset":N,"value":N}, ...]}}}
+//
+//   TYPE  {"kind":...}, with "count" where the kind has one, "record" where it leads to a record
+//         (its own for list_next), "item" (a TYPE) for a vector
+//
+// Kinds are those of schema/types.h. Sizes and offsets are this platform's: of the pointers' width.
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+#include "directory/directory.h"
+#include "schema/reachable.h"
+#include "schema/types.h"
+
+namespace {
+
+using namespace kvrpc;
+
+// In the order of their ports.
+constexpr const char* servers_by_slot[] = {"alpha", "gamma", "theta", "lambda",
+                                           "nue",   "omega", "sigma"};
+
+const char* name_of(wire_kind kind) {
+  switch (kind) {
+    case wire_kind::nothing:
+      return "nothing";
+    case wire_kind::long_:
+      return "long";
+    case wire_kind::int_:
+      return "int";
+    case wire_kind::u_long_:
+      return "u_long";
+    case wire_kind::short_:
+      return "short";
+    case wire_kind::bool_:
+      return "bool";
+    case wire_kind::chars:
+      return "chars";
+    case wire_kind::schars:
+      return "schars";
+    case wire_kind::text:
+      return "text";
+    case wire_kind::counted_text:
+      return "counted_text";
+    case wire_kind::fixed_text:
+      return "fixed_text";
+    case wire_kind::opaque:
+      return "opaque";
+    case wire_kind::blob:
+      return "blob";
+    case wire_kind::string:
+      return "string";
+    case wire_kind::pointer:
+      return "pointer";
+    case wire_kind::list_next:
+      return "list_next";
+    case wire_kind::vector:
+      return "vector";
+    case wire_kind::array:
+      return "array";
+    case wire_kind::record:
+      return "record";
+    case wire_kind::unspecified:
+      return "unspecified";
+  }
+  return "";
+}
+
+std::uint32_t program_number(const char* name) {
+  for (const server_entry& entry : server_directory) {
+    if (std::strcmp(entry.name, name) == 0) return entry.program;
+  }
+  return 0;
+}
+
+// A comma in front of every member but the first, on a line of its own.
+void begin_member(bool& first, const char* indent) {
+  std::printf("%s\n%s", first ? "" : ",", indent);
+  first = false;
+}
+
+// `owner` is the record that holds the field, if any.
+void print_type(const wire_type& type, const record_type* owner) {
+  std::printf("{\"kind\":\"%s\"", name_of(type.kind));
+  if (type.count != 0) std::printf(",\"count\":%u", type.count);
+  const record_type* record = type.kind == wire_kind::list_next ? owner : type.target;
+  if (record != nullptr) std::printf(",\"record\":\"%s\"", record->name);
+  if (type.item != nullptr) {
+    std::printf(",\"item\":");
+    print_type(*type.item, owner);
+  }
+  std::printf("}");
+}
+
+void print_servers() {
+  bool first = true;
+  unsigned slot = 0;
+  std::printf("\"servers\":[");
+  for (const char* name : servers_by_slot) {
+    begin_member(first, "  ");
+    std::printf("{\"name\":\"%s\",\"program\":%u,\"slot\":%u}", name, program_number(name), slot++);
+  }
+  std::printf("]");
+}
+
+void print_procedure(const procedure& row) {
+  std::printf("{\"number\":%u,\"name\":\"%s\",\"argument\":", row.number, row.name);
+  print_type(row.argument, nullptr);
+  std::printf(",\"result\":");
+  print_type(row.result, nullptr);
+  std::printf("}");
+}
+
+void print_program(const program_table& program) {
+  std::printf("{\"name\":\"%s\",\"program\":%u,\"version\":1,\"procedures\":[", program.name,
+              program_number(program.name));
+  bool first = true;
+  for (std::uint32_t family = 0; family < program.family_count; ++family) {
+    const procedure_list& list = *program.families[family];
+    for (std::uint32_t i = 0; i < list.count; ++i) {
+      begin_member(first, "    ");
+      print_procedure(list.rows[i]);
+    }
+  }
+  std::printf("]}");
+}
+
+void print_programs() {
+  bool first = true;
+  std::printf("\"programs\":[");
+  for (const program_table& program : programs) {
+    begin_member(first, "  ");
+    print_program(program);
+  }
+  std::printf("]");
+}
+
+void print_field(const record_type& record, const record_field& field) {
+  std::printf("{\"key\":\"%s\",\"type\":", field.key);
+  print_type(field.type, &record);
+  std::printf(",\"offset\":%u", field.offset);
+  if (record.is_union) std::printf(",\"value\":%d", field.value);
+  std::printf("}");
+}
+
+void print_record(const record_type& record) {
+  std::printf("\"%s\":{\"kind\":\"%s\",", record.name, record.is_union ? "union" : "structure");
+  if (record.is_union) std::printf("\"discriminant\":\"%s\",", record.discriminant);
+  std::printf("\"size\":%u,\"fields\":[", record.size);
+  bool first = true;
+  for (std::uint32_t i = 0; i < record.field_count; ++i) {
+    begin_member(first, "    ");
+    print_field(record, record.fields[i]);
+  }
+  std::printf("]}");
+}
+
+void print_records() {
+  bool first = true;
+  std::printf("\"records\":{");
+  for (const record_type* record : reachable_records()) {
+    begin_member(first, "  ");
+    print_record(*record);
+  }
+  std::printf("}");
+}
+
+}  // namespace
+
+int main() {
+  std::printf("{\"pointer_size\":%u,\n", pointer_size);
+  print_servers();
+  std::printf(",\n");
+  print_programs();
+  std::printf(",\n");
+  print_records();
+  std::printf("}\n");
+  return std::ferror(stdout) != 0 || std::fclose(stdout) != 0 ? 1 : 0;
+}
