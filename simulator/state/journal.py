@@ -1,0 +1,48 @@
+"""The log of `lambda`: records written by any program and read back by number, 0 the oldest."""
+
+from __future__ import annotations
+
+import time
+from typing import Any, Callable, Dict, List
+
+MOST_RECORDS = 10_000
+
+INFORMATION, WARNING, FAILURE = 1, 2, 3
+SYSTEM = 1
+
+
+class Journal:
+    """Log records as `log_arg` has them."""
+
+    def __init__(self, now: Callable[[], float]) -> None:
+        self._now = now
+        self._records: List[Dict[str, Any]] = []
+
+    def handlers(self) -> Dict[str, Callable[[Any], Any]]:
+        return {
+            "l_log_1": self.add,
+            "l_get_nr_recs_1": lambda _: len(self._records),
+            "l_get_rec_1": self._record,
+        }
+
+    def add(self, record: Dict[str, Any]) -> None:
+        """Keeps a record; the oldest ones go when there are too many."""
+        self._records.append(record)
+        del self._records[:-MOST_RECORDS]
+
+    def note(self, origin: str, text: str, severity: int = INFORMATION) -> None:
+        """Keeps a record of the installation's own."""
+        self.add({"origin_id": origin, "origin_class": SYSTEM, "time_stamp": int(self._now()),
+                  "message_class": SYSTEM, "severity": severity, "data": text})
+
+    def lines(self) -> str:
+        """The whole log as text, one line a record."""
+        return "".join(f"{_stamp(record['time_stamp'])} {record['origin_id']}: {record['data']}\n"
+                       for record in self._records)
+
+    def _record(self, number: int) -> Any:
+        return self._records[number] if 0 <= number < len(self._records) else None
+
+
+def _stamp(seconds: int) -> str:
+    return time.strftime("%Y-%m-%d %H:%M:%S", time.gmtime(max(0, seconds)))

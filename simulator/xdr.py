@@ -1,0 +1,103 @@
+"""XDR (RFC 4506): the few primitives that the interface is made of.
+
+Every item takes a multiple of four bytes, most significant byte first.
+"""
+
+from __future__ import annotations
+
+import struct
+
+_U_LONG = struct.Struct(">I")
+
+# The upper three bytes of a character's unit: characters go out with their sign.
+_SIGN = bytes(0xFF if byte >= 0x80 else 0 for byte in range(256))
+
+
+class XdrError(Exception):
+    """The bytes are not what the type says."""
+
+
+def low_long(value: int) -> int:
+    """`value` cut to its low 32 bits, signed."""
+    return ((value & 0xFFFFFFFF) ^ 0x80000000) - 0x80000000
+
+
+def low_short(value: int) -> int:
+    """`value` cut to its low 16 bits, signed."""
+    return ((value & 0xFFFF) ^ 0x8000) - 0x8000
+
+
+class Writer:
+    """Collects XDR items; `written()` gives what was written."""
+
+    def __init__(self) -> None:
+        self._parts: list[bytes] = []
+
+    def written(self) -> bytes:
+        return b"".join(self._parts)
+
+    def long(self, value: int) -> None:
+        self._parts.append(_U_LONG.pack(value & 0xFFFFFFFF))
+
+    def flag(self, value: object) -> None:
+        self.long(1 if value else 0)
+
+    def fixed(self, data: bytes) -> None:
+        """The bytes, filled up with zeroes to a multiple of four."""
+        self._parts.append(data + bytes(-len(data) % 4))
+
+    def counted(self, data: bytes) -> None:
+        """The number of bytes, then the bytes."""
+        self.long(len(data))
+        self.fixed(data)
+
+    def characters(self, data: bytes) -> None:
+        """One unit of four bytes a character, sign-extended."""
+        units = bytearray(4 * len(data))
+        sign = data.translate(_SIGN)
+        units[0::4] = sign
+        units[1::4] = sign
+        units[2::4] = sign
+        units[3::4] = data
+        self._parts.append(bytes(units))
+
+
+class Reader:
+    """Reads XDR items from the front of `data`; raises `XdrError` where the bytes run out."""
+
+    def __init__(self, data: bytes) -> None:
+        self._data = data
+        self._at = 0
+
+    def rest(self) -> bytes:
+        """What has not been read yet."""
+        return self._data[self._at:]
+
+    def _take(self, size: int) -> bytes:
+        end = self._at + size
+        if end > len(self._data):
+            raise XdrError(f"{size} bytes wanted, {len(self._data) - self._at} left")
+        taken = self._data[self._at:end]
+        self._at = end
+        return taken
+
+    def long(self) -> int:
+        return int.from_bytes(self._take(4), "big", signed=True)
+
+    def u_long(self) -> int:
+        return int.from_bytes(self._take(4), "big")
+
+    def flag(self) -> bool:
+        return self.u_long() != 0
+
+    def fixed(self, size: int) -> bytes:
+        return self._take(size + -size % 4)[:size]
+
+    def counted(self, limit: int = 0xFFFFFFFF) -> bytes:
+        size = self.u_long()
+        if size > limit:
+            raise XdrError(f"{size} bytes where {limit} are allowed")
+        return self.fixed(size)
+
+    def characters(self, count: int) -> bytes:
+        return self._take(4 * count)[3::4]
