@@ -9,6 +9,7 @@ using namespace wire;
 
 // clang-format off
 
+// The item of a vector.
 constexpr wire_type chars_81 = chars(81);
 
 constexpr structure get_group_res{"get_group_res", {

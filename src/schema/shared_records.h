@@ -12,6 +12,7 @@ using namespace wire;
 
 // clang-format off
 
+// The item of a vector.
 inline constexpr wire_type chars_31 = chars(31);
 
 inline constexpr structure apply_route_arg{"apply_route_arg", {
