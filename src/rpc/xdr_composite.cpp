@@ -86,7 +86,6 @@ bool_t decode_elements(XDR* xdrs, char** array, std::uint32_t* count, std::uint6
   std::uint32_t arrived = 0;
   while (arrived < wanted) {
     const std::uint32_t room = next_room(arrived, first, wanted);
-    *count = arrived;
     if (!resize(array, arrived * element_size, room * element_size)) {
       return out_of_memory("xdr_array");
     }

@@ -20,6 +20,16 @@ TEST(AuthNone, IsOneForTheWholeProcess) {
   EXPECT_EQ(heap.allocations(), 0);
 }
 
+TEST(AuthNone, IsBuiltOnce) {
+  AUTH* auth = authnone_create();
+  auth->ah_cred.oa_flavor = 9;
+  EXPECT_EQ(authnone_create()->ah_cred.oa_flavor, 9);
+  encoding stream;
+  EXPECT_EQ(AUTH_MARSHALL(auth, &stream.xdrs), TRUE);
+  EXPECT_EQ(stream.written(), bytes(16));
+  auth->ah_cred.oa_flavor = AUTH_NONE;
+}
+
 TEST(AuthNone, MarshalsSixteenZeroBytes) {
   encoding stream;
   EXPECT_EQ(AUTH_MARSHALL(authnone_create(), &stream.xdrs), TRUE);
