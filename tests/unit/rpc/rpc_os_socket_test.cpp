@@ -224,8 +224,8 @@ class full_listener {
 
  private:
   descriptor listener_;
-  descriptor fillers_[1];
-  descriptor accepted_[2];
+  descriptor fillers_[2];
+  descriptor accepted_[3];
 };
 
 TEST(socket_connect, survives_signals) {

@@ -1,0 +1,84 @@
+// What the transports' tests share: clients towards a peer of loopback_peer.h, and calls through
+// them.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+
+#include "rpc/clnt.h"
+#include "rpc/clnt_tcp.h"
+#include "rpc/clnt_udp.h"
+#include "rpc/rpc_os.h"
+#include "rpc/xdr.h"
+#include "support/loopback_peer.h"
+
+namespace kvrpc::test {
+
+constexpr std::uint32_t test_program = 26011932;
+constexpr std::uint32_t test_version = 1;
+constexpr std::uint32_t test_procedure = 7;
+
+constexpr rpc_timeval span(std::int32_t milliseconds) {
+  return {milliseconds / 1000, milliseconds % 1000 * 1000};
+}
+
+// Destroys the handle at the end of the block.
+class client {
+ public:
+  explicit client(CLIENT* handle) : handle_(handle) {}
+  ~client() { destroy(); }
+  client(const client&) = delete;
+  client& operator=(const client&) = delete;
+  CLIENT* get() const { return handle_; }
+
+  void destroy() {
+    if (handle_ != nullptr) handle_->cl_ops->destroy(handle_);
+    handle_ = nullptr;
+  }
+  bool_t control(std::uint32_t request, void* value) {
+    return handle_->cl_ops->control(handle_, request, value);
+  }
+  void set_timeout(rpc_timeval value) { control(CLSET_TIMEOUT, &value); }
+  void set_retry(rpc_timeval value) { control(CLSET_RETRY_TIMEOUT, &value); }
+  rpc_err error() const {
+    rpc_err error;
+    handle_->cl_ops->geterr(handle_, &error);
+    return error;
+  }
+  // A call with one 32-bit argument and one 32-bit result.
+  std::int32_t call(std::int32_t argument, std::int32_t* result, rpc_timeval timeout = {10, 0}) {
+    return clnt_call(handle_, test_procedure, xdr_long, &argument, xdr_long, result, timeout.tv_sec,
+                     timeout.tv_usec);
+  }
+
+ private:
+  CLIENT* handle_;
+};
+
+inline CLIENT* tcp_handle(std::uint16_t port) {
+  rpc_address address = loopback(port);
+  rpc_socket sock = -1;
+  return clnttcp_create(&address, test_program, test_version, &sock, 0, 0);
+}
+
+inline CLIENT* udp_handle(std::uint16_t port, rpc_timeval wait = {5, 0}) {
+  rpc_address address = loopback(port);
+  rpc_socket sock = -1;
+  return clntudp_create(&address, test_program, test_version, wait, &sock);
+}
+
+// The bytes of a call behind its id.
+inline std::string call_behind_id(const std::string& arguments) {
+  return words({0, 2, test_program, test_version, test_procedure, 0, 0, 0, 0}) + arguments;
+}
+
+// An argument routine that writes one word and fails.
+inline bool_t xdr_broken(XDR* xdrs, void*, std::uint32_t) {
+  const std::int32_t word = 1;
+  XDR_PUTLONG(xdrs, &word);
+  return FALSE;
+}
+
+}  // namespace kvrpc::test
