@@ -1,0 +1,63 @@
+"""Servers for the end-to-end tests, each in a process of its own: while a call waits, the module
+holds the interpreter, so that no server could answer from a thread of the same process.
+
+`Started` runs a script that prints `port N` when it is ready and a line for whatever it observes.
+"""
+
+import contextlib
+import os
+import queue
+import subprocess
+import sys
+import threading
+from pathlib import Path
+
+HERE = Path(__file__).resolve().parent
+ROOT = HERE.parents[1]
+START_SECONDS = 20
+
+
+def plain_environment():
+    """The environment without what makes a sanitizer watch the interpreter."""
+    environment = {name: value for name, value in os.environ.items()
+                   if name not in ("LD_PRELOAD", "PYTHONMALLOC")}
+    return dict(environment, PYTHONPATH=str(ROOT), PYTHONUNBUFFERED="1")
+
+
+class Started:
+    """A running server; `port` is what it said."""
+
+    def __init__(self, script, *arguments):
+        self._process = subprocess.Popen(
+            [sys.executable, str(HERE / script), *arguments], stdout=subprocess.PIPE,
+            encoding="utf-8", env=plain_environment())
+        self._lines = queue.Queue()
+        self._reader = threading.Thread(target=self._read, daemon=True)
+        self._reader.start()
+        try:
+            self.port = int(self.next_line().split()[1])
+        except queue.Empty:
+            self.stop()
+            raise
+
+    def _read(self):
+        for line in self._process.stdout:
+            self._lines.put(line.rstrip("\n"))
+
+    def next_line(self, seconds=START_SECONDS):
+        """The next line that it prints; queue.Empty when none comes in time."""
+        return self._lines.get(timeout=seconds)
+
+    def lines(self):
+        """What it has printed since it was last asked."""
+        found = []
+        with contextlib.suppress(queue.Empty):
+            while True:
+                found.append(self._lines.get_nowait())
+        return found
+
+    def stop(self):
+        self._process.kill()
+        self._process.wait()
+        self._reader.join()
+        self._process.stdout.close()
