@@ -212,8 +212,9 @@ struct datagram {
 // A datagram socket for the script, which gets it bound.
 class udp_peer {
  public:
-  explicit udp_peer(std::function<void(int sock)> script, std::uint16_t port = 0)
-      : socket_(bound_socket(SOCK_DGRAM, port)),
+  explicit udp_peer(std::function<void(int sock)> script, const char* host = "127.0.0.1",
+                    std::uint16_t port = 0)
+      : socket_(bound_socket(SOCK_DGRAM, port, host)),
         thread_([this, script] { script(socket_.get()); }) {}
   std::uint16_t port() const { return port_of(socket_.get()); }
   void join() { thread_.join(); }
