@@ -36,13 +36,14 @@ bool attempt(PyObject* self, PyObject* text, PyObject* verifier, reply* out) {
   if (!which_bytes) return false;
   ref text_bytes = encode_utf_8(text);
   if (!text_bytes) return false;
-  {
-    running_call call(client, verifier);
-    out->text = server_call(call.handle(), PyBytes_AS_STRING(which_bytes.get()),
-                            PyBytes_AS_STRING(text_bytes.get()), &out->status, eval_verify, &call);
-  }
+  running_call call(client, verifier);
+  out->text = server_call(call.handle(), PyBytes_AS_STRING(which_bytes.get()),
+                          PyBytes_AS_STRING(text_bytes.get()), &out->status, eval_verify, &call);
   // A signal handler of the script may have raised while the call waited; that ends the call.
-  if (PyErr_Occurred()) return false;
+  if (PyErr_Occurred()) {
+    call.drop_handle();
+    return false;
+  }
   if (out->text == nullptr) PyErr_NoMemory();
   return out->text != nullptr;
 }

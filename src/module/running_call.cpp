@@ -52,6 +52,10 @@ running_call::~running_call() {
   if (destroys_) server_clnt_destroy(handle_);
 }
 
+void running_call::drop_handle() {
+  if (handle_ != nullptr && client_->clnt == handle_) replace_handle(client_, nullptr);
+}
+
 bool running_call::waits_on(const running_call* calls, const CLIENT* clnt) {
   for (; calls != nullptr; calls = calls->next_) {
     if (calls->handle_ == clnt && clnt != nullptr && !calls->vetting_) return true;

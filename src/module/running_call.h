@@ -29,6 +29,10 @@ class running_call {
   PyObject* verifier() const { return verifier_; }
   void set_vetting(bool vetting) { vetting_ = vetting; }
 
+  // Takes the handle away from the client, unless it has another one by now. For a call that was
+  // ended in the middle of a reply, which a later call on the handle would have to wait out.
+  void drop_handle();
+
   // Takes the handle `clnt` away from the runs in the list `calls`. True when one of them waits on
   // it and will destroy it; otherwise the caller is to.
   static bool close_handle(running_call* calls, CLIENT* clnt);

@@ -1,0 +1,111 @@
+"""What the end-to-end tests share: the built module, clients, and scripts in processes of their own.
+
+The module is taken from the directory that KVRPC_LIB names, else from build/lib of the repository.
+A client of `frame_client` never connects, so tests with it reach everything up to the network and
+need none. Tests with a connection use `lambda_peer`.
+"""
+
+import importlib
+import os
+import pathlib
+import subprocess
+import sys
+import textwrap
+
+import pytest
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+LIBRARY = pathlib.Path(os.environ.get("KVRPC_LIB", ROOT / "build" / "lib")).resolve()
+
+sys.path.insert(0, str(LIBRARY))
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
+
+from lambda_peer import Peer  # noqa: E402
+
+SETTINGS = (
+    "ALPHAHOST OMEGAHOST LOCALHOST ZOLMHOST KORVEXRPCOFFSET RPCTRANSPORT KORVEXRPCPORT KORVEXRPCMAP"
+).split()
+
+
+def clean_environment():
+    """The environment of a child process: the module importable, nothing of it configured."""
+    environment = {name: value for name, value in os.environ.items() if name not in SETTINGS}
+    environment["PYTHONPATH"] = str(LIBRARY)
+    return environment
+
+
+@pytest.fixture(autouse=True)
+def no_settings(monkeypatch):
+    for name in SETTINGS:
+        monkeypatch.delenv(name, raising=False)
+
+
+@pytest.fixture(scope="session")
+def module():
+    return importlib.import_module("kvrpc")
+
+
+@pytest.fixture
+def frame_client(module):
+    """A class whose clients have no connection and never make one."""
+
+    class FrameClient(module.RpcClient):
+        def create(self):
+            pass
+
+    return FrameClient
+
+
+class Verifier:
+    """Answers every vetting with one verdict and keeps the names it was asked for."""
+
+    def __init__(self, verdict=True):
+        self.verdict = verdict
+        self.names = []
+
+    def verify_call(self, name):
+        self.names.append(name)
+        return self.verdict
+
+
+@pytest.fixture
+def allow():
+    return Verifier()
+
+
+@pytest.fixture
+def verifier():
+    return Verifier
+
+
+@pytest.fixture
+def run_script():
+    """Runs a script text in a process of its own and returns the completed process."""
+
+    def run(script, *arguments, interpreter=sys.executable, environment=None, timeout=120):
+        return subprocess.run(
+            [interpreter, *arguments, "-c", textwrap.dedent(script)],
+            capture_output=True,
+            encoding="utf-8",
+            timeout=timeout,
+            env={**clean_environment(), **(environment or {})},
+        )
+
+    return run
+
+
+@pytest.fixture
+def lambda_peer(monkeypatch):
+    """Starts a peer that serves `lambda` by a list of actions, and points the environment to it."""
+    peers = []
+
+    def start(*actions):
+        peer = Peer(actions)
+        peers.append(peer)
+        monkeypatch.setenv("KORVEXRPCPORT", str(peer.base_port))
+        monkeypatch.setenv("ZOLMHOST", "127.0.0.1")
+        return peer
+
+    yield start
+    for peer in peers:
+        peer.stop()

@@ -1,0 +1,162 @@
+"""Signals while a call waits for its reply."""
+
+import signal
+import time
+
+import pytest
+
+VERSION = '{"l_version_1":0}'
+REPLY = b'{"status":0,"message":"ok","result":7}'
+
+
+class Alarm(Exception):
+    pass
+
+
+@pytest.fixture
+def on_alarm():
+    """Installs a handler and sends the alarm after a while, again and again if asked."""
+
+    def start(handler, delay=0.1, interval=0.0):
+        signal.signal(signal.SIGALRM, lambda number, frame: handler())
+        signal.setitimer(signal.ITIMER_REAL, delay, interval)
+
+    before = signal.getsignal(signal.SIGALRM)
+    yield start
+    signal.setitimer(signal.ITIMER_REAL, 0)
+    signal.signal(signal.SIGALRM, before)
+
+
+def raise_alarm():
+    raise Alarm
+
+
+def test_a_handler_that_raises_ends_the_call_without_a_second_attempt(
+    module, lambda_peer, allow, on_alarm
+):
+    peer = lambda_peer("hang", "answer")
+    client = module.RpcClient("lambda")
+    on_alarm(raise_alarm)
+    started = time.monotonic()
+    with pytest.raises(Alarm):
+        client.call(VERSION, allow)
+    assert time.monotonic() - started < 0.2
+    assert peer.events(3) == ["open", "call 19", "gone"]
+    assert peer.is_silent()
+    assert allow.names == ["l_version_1"]
+
+
+def test_the_client_is_usable_at_once_after_a_handler_raised(
+    module, lambda_peer, allow, on_alarm
+):
+    peer = lambda_peer("hang", "hang", "answer")
+    client = module.RpcClient("lambda")
+    for _ in range(2):
+        on_alarm(raise_alarm)
+        with pytest.raises(Alarm):
+            client.call(VERSION, allow)
+        assert peer.events(3) == ["open", "call 19", "gone"]
+    started = time.monotonic()
+    assert client.call(VERSION, allow) == REPLY
+    assert time.monotonic() - started < 1
+    client.close()
+
+
+def test_ctrl_c_ends_a_hanging_call(module, lambda_peer, allow, on_alarm):
+    lambda_peer("hang")
+    client = module.RpcClient("lambda")
+    on_alarm(lambda: signal.raise_signal(signal.SIGINT))
+    started = time.monotonic()
+    with pytest.raises(KeyboardInterrupt):
+        client.call(VERSION, allow)
+    assert time.monotonic() - started < 0.2
+    client.close()
+
+
+def test_a_handler_that_returns_lets_the_wait_go_on(module, lambda_peer, allow, on_alarm):
+    peer = lambda_peer("slow")
+    client = module.RpcClient("lambda")
+    ticks = []
+    on_alarm(lambda: ticks.append(1), delay=0.01, interval=0.01)
+    assert client.call(VERSION, allow) == REPLY
+    signal.setitimer(signal.ITIMER_REAL, 0)
+    assert len(ticks) >= 10
+    assert peer.events(2) == ["open", "call 19"]
+    client.close()
+
+
+def test_a_handler_that_closes_the_client_lets_the_call_end(module, lambda_peer, allow, on_alarm):
+    peer = lambda_peer("slow")
+    client = module.RpcClient("lambda")
+    on_alarm(client.close)
+    assert client.call(VERSION, allow) == REPLY
+    assert peer.events(3) == ["open", "call 19", "gone"]
+    assert client.call(VERSION, allow) == REPLY
+    client.close()
+
+
+def test_a_handler_that_calls_the_same_client_gets_a_connection_of_its_own(
+    module, lambda_peer, allow, on_alarm
+):
+    peer = lambda_peer("slow", "answer")
+    client = module.RpcClient("lambda")
+    replies = []
+    on_alarm(lambda: replies.append(client.call('{"l_startserver_1":""}', allow)))
+    assert client.call(VERSION, allow) == REPLY
+    assert replies == [b'{"status":0,"message":"ok","result":true}']
+    assert allow.names == ["l_version_1", "l_startserver_1", "l_startserver_1"]
+    assert peer.events(5) == ["open", "call 19", "open", "call 9", "gone"]
+    client.close()
+
+
+def test_a_handler_that_calls_another_client_disturbs_nothing(
+    module, lambda_peer, allow, on_alarm
+):
+    lambda_peer("slow", "answer")
+    client, other = module.RpcClient("lambda"), module.RpcClient("lambda")
+    replies = []
+    on_alarm(lambda: replies.append(other.call(VERSION, allow)))
+    assert client.call(VERSION, allow) == REPLY
+    assert replies == [REPLY]
+    client.close()
+    other.close()
+
+
+def test_a_handler_that_closes_and_raises_leaves_a_closed_client(
+    module, lambda_peer, allow, on_alarm
+):
+    peer = lambda_peer("hang", "answer")
+    client = module.RpcClient("lambda")
+
+    def close_and_raise():
+        client.close()
+        raise Alarm
+
+    on_alarm(close_and_raise)
+    with pytest.raises(Alarm):
+        client.call(VERSION, allow)
+    assert peer.events(3) == ["open", "call 19", "gone"]
+    assert client.call(VERSION, allow) == REPLY
+    client.close()
+
+
+def test_a_raising_handler_leaves_create_too(run_script):
+    """A connection that never comes about: the portmapper is asked and never answers."""
+    done = run_script("""
+        import kvrpc, signal, socket, time
+        class Alarm(Exception):
+            pass
+        def handler(number, frame):
+            raise Alarm
+        signal.signal(signal.SIGALRM, handler)
+        signal.setitimer(signal.ITIMER_REAL, 0.2)
+        try:
+            kvrpc.RpcClient("lambda", "127.0.0.1")
+        except Alarm:
+            print("alarm")
+        except kvrpc.ClntCreateError as error:
+            print("no silence on port 111:", error.message)
+    """)
+    if "no silence" in done.stdout:
+        pytest.skip("a portmapper or a refusal answers on port 111 of this machine")
+    assert done.stdout == "alarm\n"
