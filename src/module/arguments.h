@@ -20,6 +20,11 @@ struct signature {
 bool unpack_arguments(const signature& expected, PyObject* arguments, PyObject* keywords,
                       PyObject* (&values)[most_parameters]);
 
+// A function with keyword arguments in the form that method tables hold.
+inline PyCFunction with_keywords(PyCFunctionWithKeywords function) {
+  return reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(function));
+}
+
 // `text.encode("utf-8")` as a bytes object, so that its bytes end in a NUL and stay as they are;
 // empty with an exception pending when that is not to be had.
 ref encode_utf_8(PyObject* text);

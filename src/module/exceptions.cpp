@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "directory/directory.h"
+#include "module/arguments.h"
 #include "module/kvrpc.h"
 #include "module/names.h"
 
@@ -10,54 +11,75 @@ namespace kvrpc {
 
 namespace {
 
-// The class statements run with globals of their own, since the module has no functions in its.
-// The interpreter itself does then what makes a class: metaclass, body, private names.
-constexpr char class_statements[] = R"(
-class ClntCreateError(Exception):
-    def __init__(self):
-        self.message = creation_failure()
+// ---- methods
 
-class ClntRpcError(Exception):
-    def __init__self(self, message):
-        self.message = message
-)";
+// A method is a builtin function whose own `self` is the class, which gives it its qualified name,
+// inside an instancemethod, which makes it bind. The instance comes as the first argument.
 
-PyObject* creation_failure(PyObject*, PyObject*) {
+PyObject* store_message(PyObject* instance, PyObject* message) {
+  if (PyObject_SetAttr(instance, names.message, message) < 0) return nullptr;
+  Py_RETURN_NONE;
+}
+
+PyObject* clnt_create_error_init(PyObject*, PyObject* instance) {
   const char* text = server_clnt_create_error("clnt_create");
   if (text == nullptr) return PyErr_NoMemory();
-  return PyUnicode_DecodeUTF8(text, static_cast<Py_ssize_t>(std::strlen(text)), "strict");
+  ref message(PyUnicode_DecodeUTF8(text, static_cast<Py_ssize_t>(std::strlen(text)), "strict"));
+  return message ? store_message(instance, message.get()) : nullptr;
 }
 
-PyMethodDef creation_failure_method = {"creation_failure", creation_failure, METH_NOARGS, nullptr};
-
-ref class_globals() {
-  ref globals(PyDict_New());
-  ref name(PyUnicode_FromString("kvrpc"));
-  ref function(PyCFunction_NewEx(&creation_failure_method, nullptr, name.get()));
-  if (!globals || !name || !function) return ref();
-  if (PyDict_SetItemString(globals.get(), "__builtins__", PyEval_GetBuiltins()) < 0 ||
-      PyDict_SetItemString(globals.get(), "__name__", name.get()) < 0 ||
-      PyDict_SetItemString(globals.get(), "creation_failure", function.get()) < 0) {
-    return ref();
-  }
-  return globals;
+PyObject* clnt_rpc_error_init_self(PyObject*, PyObject* arguments, PyObject* keywords) {
+  static const signature expected = {"__init__self", {"self", "message"}, 2};
+  PyObject* values[most_parameters];
+  if (!unpack_arguments(expected, arguments, keywords, values)) return nullptr;
+  return store_message(values[0], values[1]);
 }
 
-bool publish(PyObject* module, PyObject* globals, const char* name) {
-  PyObject* exception = PyDict_GetItemString(globals, name);
-  return exception != nullptr && PyObject_SetAttrString(module, name, exception) == 0;
+PyMethodDef init = {"__init__", clnt_create_error_init, METH_O, "__init__($cls, self, /)\n--\n\n"};
+PyMethodDef init_self = {"__init__self", with_keywords(clnt_rpc_error_init_self),
+                         METH_VARARGS | METH_KEYWORDS, "__init__self($cls, self, message)\n--\n\n"};
+
+bool add_method(PyObject* exception_class, const char* attribute, PyMethodDef* definition) {
+  ref module_name(PyUnicode_FromString("kvrpc"));
+  if (!module_name) return false;
+  ref function(PyCFunction_NewEx(definition, exception_class, module_name.get()));
+  if (!function) return false;
+  ref method(PyInstanceMethod_New(function.get()));
+  return method && PyObject_SetAttrString(exception_class, attribute, method.get()) == 0;
+}
+
+// ---- classes
+
+// What the class body leaves: where the class is, and its name.
+bool fill_namespace(PyObject* name_space, const char* name) {
+  ref module_name(PyUnicode_FromString("kvrpc"));
+  ref qualified_name(PyUnicode_FromString(name));
+  return module_name && qualified_name &&
+         PyMapping_SetItemString(name_space, "__module__", module_name.get()) == 0 &&
+         PyMapping_SetItemString(name_space, "__qualname__", qualified_name.get()) == 0;
+}
+
+// The class `name` over Exception, made by the metaclass of its base.
+ref make_class(const char* name) {
+  auto* metaclass = reinterpret_cast<PyObject*>(Py_TYPE(PyExc_Exception));
+  ref bases(PyTuple_Pack(1, PyExc_Exception));
+  if (!bases) return ref();
+  ref name_space(PyObject_CallMethod(metaclass, "__prepare__", "sO", name, bases.get()));
+  if (!name_space || !fill_namespace(name_space.get(), name)) return ref();
+  return ref(PyObject_CallFunction(metaclass, "sOO", name, bases.get(), name_space.get()));
+}
+
+bool add_exception(PyObject* module, const char* name, const char* attribute, PyMethodDef* method) {
+  ref exception_class = make_class(name);
+  return exception_class && add_method(exception_class.get(), attribute, method) &&
+         PyObject_SetAttrString(module, name, exception_class.get()) == 0;
 }
 
 }  // namespace
 
 bool add_exceptions(PyObject* module) {
-  ref globals = class_globals();
-  if (!globals) return false;
-  ref code(Py_CompileString(class_statements, "kvrpc", Py_file_input));
-  if (!code) return false;
-  ref ran(PyEval_EvalCode(code.get(), globals.get(), globals.get()));
-  return ran && publish(module, globals.get(), "ClntCreateError") &&
-         publish(module, globals.get(), "ClntRpcError");
+  return add_exception(module, "ClntCreateError", "__init__", &init) &&
+         add_exception(module, "ClntRpcError", "_ClntRpcError__init__self", &init_self);
 }
 
 void raise_clnt_create_error() {

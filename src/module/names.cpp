@@ -10,9 +10,13 @@ bool intern_names() {
     const char* text;
   };
   const row rows[] = {
-      {&names.create, "create"}, {&names.close, "close"},
-      {&names.encode, "encode"}, {&names.verify_call, "verify_call"},
-      {&names.utf_8, "utf-8"},   {&names.clnt_create_error, "ClntCreateError"},
+      {&names.create, "create"},
+      {&names.close, "close"},
+      {&names.encode, "encode"},
+      {&names.verify_call, "verify_call"},
+      {&names.utf_8, "utf-8"},
+      {&names.message, "message"},
+      {&names.clnt_create_error, "ClntCreateError"},
   };
   for (const row& each : rows) {
     if (*each.string == nullptr) *each.string = PyUnicode_InternFromString(each.text);

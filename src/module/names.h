@@ -14,6 +14,7 @@ struct interned_names {
   PyObject* encode;
   PyObject* verify_call;
   PyObject* utf_8;
+  PyObject* message;
   PyObject* clnt_create_error;
 };
 extern interned_names names;

@@ -58,10 +58,6 @@ PyObject* refuse_pickling(PyObject*, PyObject*) {
   return nullptr;
 }
 
-PyCFunction with_keywords(PyObject* (*function)(PyObject*, PyObject*, PyObject*)) {
-  return reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(function));
-}
-
 PyMethodDef methods[] = {
     {"create", create, METH_NOARGS,
      "create($self, /)\n--\n\nConnect, unless connected. Raises ClntCreateError."},

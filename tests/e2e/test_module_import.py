@@ -188,19 +188,17 @@ def test_the_version_warning_as_an_error_ends_the_import(run_script, other_versi
     assert last.startswith("RuntimeWarning: compiletime version")
 
 
-def test_an_import_that_failed_can_be_tried_again(run_script):
-    done = run_script("""
-        import builtins
-        build = builtins.__build_class__
-        def refuse(*arguments, **keywords):
-            raise LookupError("no classes today")
-        builtins.__build_class__ = refuse
+def test_an_import_that_failed_can_be_tried_again(run_script, other_version):
+    script = """
+        import warnings
+        warnings.simplefilter("error")
         try:
             import kvrpc
-        except LookupError as error:
-            print(error)
-        builtins.__build_class__ = build
+        except RuntimeWarning:
+            print("failed")
+        warnings.simplefilter("ignore")
         import kvrpc
         print(kvrpc.ClntRpcError("x").args)
-    """)
-    assert (done.stdout, done.stderr) == ("no classes today\n('x',)\n", "")
+    """
+    done = run_script(script, environment=other_version)
+    assert (done.stdout, done.stderr) == ("failed\n('x',)\n", "")

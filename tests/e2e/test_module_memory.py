@@ -1,0 +1,222 @@
+"""Failing allocations of the interpreter, and what many calls leave behind."""
+
+import pytest
+
+_testcapi = pytest.importorskip("_testcapi")
+
+# Runs `action` while the allocation with each number in turn fails, once alone and once with all
+# that follow. A run ends as it should, in MemoryError, or, when the failure struck the vetting, in
+# a refusal. The sweep is over when nothing has failed for a while.
+SWEEP = """
+    import json, os, sys, _testcapi
+    import kvrpc
+
+    class Frame(kvrpc.RpcClient):
+        def create(self):
+            pass
+
+    class Verifier:
+        def __init__(self, verdict):
+            self.verdict = verdict
+        def verify_call(self, name):
+            return self.verdict
+
+    allow, refuse, wrong = Verifier(True), Verifier(False), Verifier(None)
+    frame = Frame("lambda")
+
+    def sweep(action, expected, also=()):
+        outcomes, calm, number = set(), 0, 0
+        while calm < 40:
+            undisturbed = True
+            for end in (number + 1, 0):
+                _testcapi.set_nomemory(number, end)
+                try:
+                    result = action()
+                except MemoryError:
+                    result = MemoryError
+                finally:
+                    _testcapi.remove_mem_hooks()
+                undisturbed = undisturbed and result == expected
+                if result != expected:
+                    outcomes.add(result)
+                del result
+            calm = calm + 1 if undisturbed else 0
+            number += 1
+        unexpected = outcomes - {MemoryError, *also}
+        assert not unexpected, unexpected
+        assert action() == expected
+        return number - calm
+
+    def status(text, verifier, client=frame):
+        return lambda: client.call(text, verifier)[:11]
+
+    refused = b'{"status":9'
+"""
+
+
+def swept(done):
+    assert done.returncode == 0, done.stderr[-3000:]
+    count = int(done.stdout.split()[-1])
+    assert count > 0, "no allocation failed"
+    return count
+
+
+@pytest.mark.parametrize(
+    "text, verifier, expected",
+    [
+        ('{"l_startserver_1":5}', "allow", 1),
+        ('{"l_version_1":0}', "allow", 3),
+        ('{"l_nothing_1":0}', "allow", 4),
+        ("[]", "allow", 5),
+        ("", "allow", 6),
+        ('{"l_version_1":0}', "refuse", 9),
+    ],
+)
+def test_a_call_of_each_status_without_connection(run_script, text, verifier, expected):
+    swept(run_script(SWEEP + f"""
+    also = [refused]
+    print(sweep(status({text!r}, {verifier}), b'{{"status":{expected}', also))
+    """))
+
+
+def test_a_failing_vetting(run_script):
+    """The report itself runs out of memory as well."""
+    swept(run_script(SWEEP + """
+    sys.excepthook = sys.unraisablehook = lambda *failure: None
+    print(sweep(status('{"l_version_1":0}', wrong), refused))
+    """))
+
+
+def test_a_failing_vetting_that_prints(run_script):
+    swept(run_script(SWEEP + """
+    print(sweep(status('{"l_version_1":0}', wrong), refused))
+    """))
+
+
+def test_construction_without_connection(run_script):
+    swept(run_script(SWEEP + """
+    print(sweep(lambda: type(Frame("lambda", host=None)), Frame))
+    """))
+
+
+def test_construction_with_wrong_arguments(run_script):
+    swept(run_script(SWEEP + """
+    def wrong_keyword():
+        try:
+            Frame("lambda", other=1)
+        except TypeError:
+            return TypeError
+    print(sweep(wrong_keyword, TypeError))
+    """))
+
+
+def test_a_creation_that_fails(run_script):
+    swept(run_script(SWEEP + """
+    def create():
+        try:
+            kvrpc.RpcClient("delta", "host")
+        except kvrpc.ClntCreateError:
+            return kvrpc.ClntCreateError
+    print(sweep(create, kvrpc.ClntCreateError))
+    """))
+
+
+def test_a_connection_and_a_call_that_is_answered(run_script, lambda_peer):
+    peer = lambda_peer("answer")
+    swept(run_script(SWEEP + f"""
+    os.environ["KORVEXRPCPORT"] = "{peer.base_port}"
+    def call():
+        client = kvrpc.RpcClient("lambda", "127.0.0.1")
+        try:
+            return client.call('{{"l_version_1":0}}', allow)[:11]
+        finally:
+            client.close()
+    sockets = lambda: len(os.listdir("/proc/self/fd"))
+    before = sockets()
+    print(sweep(call, b'{{"status":0', [refused]))
+    assert sockets() == before, (before, sockets())
+    """))
+
+
+def test_the_import(run_script):
+    """Each failing import is an error of its own, and the next one succeeds."""
+    done = run_script("""
+        import _testcapi, importlib.util
+        spec = importlib.util.find_spec("kvrpc")
+        failures = 0
+        for number in range(100000):
+            module = importlib.util.module_from_spec(spec)
+            _testcapi.set_nomemory(number, number + 1)
+            try:
+                spec.loader.exec_module(module)
+                break
+            except (MemoryError, ImportError) as error:
+                failures += 1
+            finally:
+                _testcapi.remove_mem_hooks()
+        print(module.ClntRpcError("x").args[0], module.RpcClient.__name__, failures)
+    """)
+    assert done.returncode == 0, done.stderr[-3000:]
+    assert done.stdout.split()[:2] == ["x", "RpcClient"]
+    assert int(done.stdout.split()[2]) > 20
+
+
+@pytest.mark.parametrize(
+    "action",
+    [
+        """client.call("", allow)""",
+        """client.call('{"l_version_1":0}', allow)""",
+        """client.call('{"l_version_1":0}', wrong)""",
+        """client.call(Bytes(b'{"l_nothing_1":0}'), allow)""",
+        """Frame("lambda", Bytes(b"host"))""",
+        """failing(lambda: kvrpc.RpcClient("delta", Bytes(b"host")))""",
+        """failing(lambda: kvrpc.RpcClient("delta", other=1))""",
+        """failing(lambda: client.call(5, allow))""",
+        """failing(lambda: Frame("gamma").call("", allow))""",
+        """failing(client.__reduce__)""",
+    ],
+)
+def test_nothing_is_left_behind(run_script, action):
+    """Neither blocks of the interpreter nor memory of the process, over many repetitions."""
+    done = run_script(f"""
+        import gc, sys
+        import kvrpc
+        class Frame(kvrpc.RpcClient):
+            def create(self):
+                pass
+        class Verifier:
+            def __init__(self, verdict):
+                self.verdict = verdict
+            def verify_call(self, name):
+                return self.verdict
+        class Bytes:
+            def __init__(self, value):
+                self.value = value
+            def encode(self, codec):
+                return memoryview(self.value)
+        def failing(action):
+            try:
+                action()
+            except Exception:
+                return
+            raise AssertionError("did not fail")
+        sys.excepthook = sys.unraisablehook = lambda *failure: None
+        allow, wrong = Verifier(True), Verifier(None)
+        client = Frame("lambda")
+        def resident():
+            with open("/proc/self/statm") as file:
+                return int(file.read().split()[1]) * 4096
+        def repeat(count):
+            for _ in range(count):
+                {action}
+            gc.collect()
+            return sys.getallocatedblocks(), resident()
+        repeat(2000)
+        first = repeat(10)
+        last = repeat(20000)
+        print(last[0] - first[0], last[1] - first[1])
+    """)
+    assert done.returncode == 0, done.stderr[-3000:]
+    blocks, size = map(int, done.stdout.split())
+    assert blocks < 20
+    assert size < 2_000_000
