@@ -2,16 +2,17 @@
 SHELL := bash
 .SHELLFLAGS := -euo pipefail -c
 .DEFAULT_GOAL := build
-.PHONY: build test check demo bench fuzz clean help setup
 MAKEFLAGS += --no-print-directory
+.PHONY: build test test-clang test-newest check demo bench fuzz clean help setup
 
 PYTHON := .venv/bin/python
 FUZZ_SECONDS ?= 60
 DEMO ?= examples/status.py
 
-# compile(PRESET): configures, which is quick when nothing changed, and builds into build/PRESET.
+# compile(PRESET[,TARGETS]): configures, which is quick when nothing changed, and builds all or just
+# the targets into build/PRESET.
 compile = cmake --preset $(1) --log-level=WARNING -DKVRPC_PYTHON="$$(tools/find-python)" >/dev/null \
-          && cmake --build --preset $(1)
+          && cmake --build --preset $(1) $(addprefix --target ,$(2))
 
 help: ## this list
 	@awk -F ':.*## ' '/^[a-z-]+:.*## / {printf "  make %-12s %s\n", $$1, $$2}' $(MAKEFILE_LIST)
@@ -20,9 +21,9 @@ setup:
 	@tools/setup build
 
 build: setup ## the module in build/lib, kvrpc-schema in build/bin
-	@$(call compile,release)
+	@$(call compile,release,kvrpc kvrpc-schema)
 	@mkdir -p build/lib build/bin
-	@cp -p build/release/lib/kvrpc.*.so build/release/kvrpc.pyi build/lib/
+	@cp -p build/release/lib/* build/lib/
 	@cp -p build/release/kvrpc-schema build/bin/
 
 test: ## unit and end-to-end tests, debug and under the sanitizers
