@@ -1,10 +1,11 @@
-"""What the end-to-end tests share: the built module, clients, and scripts in processes of their own.
+"""What the end-to-end tests share: the built module, clients, scripts in processes of their own.
 
 The module is taken from the directory that KVRPC_LIB names, else from build/lib of the repository.
 A client of `frame_client` never connects, so tests with it reach everything up to the network and
 need none. Tests with a connection use `lambda_peer`.
 """
 
+import ctypes
 import importlib
 import os
 import pathlib
@@ -43,6 +44,17 @@ def no_settings(monkeypatch):
 @pytest.fixture(scope="session")
 def module():
     return importlib.import_module("kvrpc")
+
+
+@pytest.fixture
+def meant_to_leak():
+    """What is allocated while the test runs may be left behind: the leak check passes it over."""
+    sanitizer = ctypes.CDLL(None) if os.environ.get("KVRPC_SANITIZED") else None
+    if sanitizer:
+        sanitizer.__lsan_disable()
+    yield
+    if sanitizer:
+        sanitizer.__lsan_enable()
 
 
 @pytest.fixture

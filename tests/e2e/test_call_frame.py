@@ -31,7 +31,9 @@ def test_a_text_that_does_not_parse_is_status_6_and_is_not_vetted(frame_client, 
     assert allow.names == []
 
 
-@pytest.mark.parametrize("text", ["[]", "42", "{}", "null", "true", '"text"', '[{"a":1}]', "-1.5e3"])
+@pytest.mark.parametrize(
+    "text", ["[]", "42", "{}", "null", "true", '"text"', '[{"a":1}]', "-1.5e3"]
+)
 def test_a_text_without_a_call_is_status_5_and_is_not_vetted(frame_client, allow, text):
     assert frame_client("lambda").call(text, allow) == MALFORMED
     assert allow.names == []

@@ -10,7 +10,11 @@ import pytest
         ((), {"host": "h"}, "__cinit__() takes at least 1 positional argument (0 given)"),
         ((), {"other": 1}, "__cinit__() takes at least 1 positional argument (0 given)"),
         (("a", "b", "c"), {}, "__cinit__() takes at most 2 positional arguments (3 given)"),
-        (("a", "b", "c", "d"), {"x": 1}, "__cinit__() takes at most 2 positional arguments (4 given)"),
+        (
+            ("a", "b", "c", "d"),
+            {"x": 1},
+            "__cinit__() takes at most 2 positional arguments (4 given)",
+        ),
         (("a",), {"x": 1}, "__cinit__() got an unexpected keyword argument 'x'"),
         (("a",), {"host": "h", "x": 1}, "__cinit__() got an unexpected keyword argument 'x'"),
         (("a",), {"x": 1, "y": 2}, "__cinit__() got an unexpected keyword argument 'x'"),

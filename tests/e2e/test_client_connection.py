@@ -134,7 +134,7 @@ def test_a_refused_connection_makes_no_instance(module, lambda_peer):
     assert caught.value.message == "clnt_create: RPC: Remote system error - Error 10061\n"
 
 
-def test_dropping_a_client_leaves_its_socket_open(module, lambda_peer):
+def test_dropping_a_client_leaves_its_socket_open(module, lambda_peer, meant_to_leak):
     peer = lambda_peer("answer")
     before = open_sockets()
     client = module.RpcClient("lambda")

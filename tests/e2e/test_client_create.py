@@ -2,7 +2,10 @@
 
 import pytest
 
-CLOSED = b'{"status":3,"rpc_err":{"re_status":16},"message":"rpc_call: RPC: Failed (unspecified error)\\n"}'
+CLOSED = (
+    b'{"status":3,"rpc_err":{"re_status":16},'
+    b'"message":"rpc_call: RPC: Failed (unspecified error)\\n"}'
+)
 
 
 class Encoding:

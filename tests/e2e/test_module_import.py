@@ -59,7 +59,8 @@ def test_exports_its_entry_point_and_nothing_else(module):
         assert functions == ["PyInit_kvrpc"]
 
 
-def test_a_second_import_gets_the_same_object(module):
+def test_a_second_import_gets_the_same_object(module, meant_to_leak):
+    # The interpreter forgets the block it had for the state of the module, one byte.
     first = sys.modules.pop("kvrpc")
     try:
         import kvrpc as second
@@ -157,7 +158,8 @@ def other_version(tmp_path):
     source = tmp_path / "version.c"
     source.write_text('const char *Py_GetVersion(void) { return "3.8.1 (other)"; }\n')
     shim = tmp_path / "version.so"
-    subprocess.run(["cc", "-shared", "-fPIC", "-o", str(shim), str(source)], check=True)
+    plain = {name: value for name, value in os.environ.items() if name != "LD_PRELOAD"}
+    subprocess.run(["cc", "-shared", "-fPIC", "-o", str(shim), str(source)], check=True, env=plain)
     preloaded = [os.environ.get("LD_PRELOAD"), str(shim)]
     return {"LD_PRELOAD": " ".join(filter(None, preloaded))}
 

@@ -19,6 +19,9 @@ class Int:
     def __init__(self, value):
         self.value = value
 
+    def __repr__(self):
+        return f"Int({self.value!r})"
+
     def __int__(self):
         return self.value
 
@@ -26,6 +29,14 @@ class Int:
 class Index:
     def __index__(self):
         return 1
+
+    def __repr__(self):
+        return "Index()"
+
+
+class Plain:
+    def __repr__(self):
+        return "Plain()"
 
 
 class Number(int):
@@ -49,6 +60,9 @@ def test_0_refuses(frame_client, verifier, verdict, capfd):
 
 
 NO_INTEGER = "TypeError: an integer is required"
+NO_COMPLEX = (
+    NO_INTEGER if sys.version_info >= (3, 10) else "TypeError: can't convert complex to int"
+)
 TOO_LARGE = "OverflowError: value too large to convert to int"
 
 
@@ -59,9 +73,9 @@ TOO_LARGE = "OverflowError: value too large to convert to int"
         ("1", NO_INTEGER),
         (b"1", NO_INTEGER),
         ([], NO_INTEGER),
-        (object(), NO_INTEGER),
+        (Plain(), NO_INTEGER),
         (Index(), NO_INTEGER),
-        (1j, NO_INTEGER if sys.version_info >= (3, 10) else "TypeError: can't convert complex to int"),
+        (1j, NO_COMPLEX),
         (2**31, TOO_LARGE),
         (-(2**31) - 1, TOO_LARGE),
         (2**63, TOO_LARGE),
@@ -84,7 +98,7 @@ def test_a_verdict_that_is_no_int_refuses_and_is_printed_twice(
     assert "Exception ignored in: 'kvrpc.eval_verify'" in lines
 
 
-@pytest.mark.parametrize("obj", [None, 5, object(), "text"], ids=repr)
+@pytest.mark.parametrize("obj", [None, 5, Plain(), "text"], ids=repr)
 def test_an_object_without_verify_call_refuses(frame_client, obj, capfd):
     assert frame_client("lambda").call(TEXT, obj) == REFUSED
     assert "AttributeError" in capfd.readouterr().err
