@@ -115,6 +115,18 @@ void take_results(CLIENT* clnt, const rpc_msg* reply, xdrproc_t results, void* r
   }
 }
 
+// Waits for the reply and records its outcome. FALSE when none came.
+bool_t receive_reply(CLIENT* clnt, std::uint32_t id, xdrproc_t results, void* result_record) {
+  ct_data* ct = data_of(clnt);
+  ct->ct_xdrs.x_op = XDR_DECODE;
+  rpc_msg reply;
+  if (!await_reply(ct, id, &reply)) return FALSE;
+  _seterr_reply(&reply, &ct->ct_error);
+  if (ct->ct_error.re_status == RPC_SUCCESS) take_results(clnt, &reply, results, result_record);
+  clnt_release_verifier(&reply);
+  return TRUE;
+}
+
 std::int32_t clnttcp_call(CLIENT* clnt, std::uint32_t procedure, xdrproc_t arguments,
                           void* argument_record, xdrproc_t results, void* result_record,
                           rpc_timeval timeout) {
@@ -127,15 +139,9 @@ std::int32_t clnttcp_call(CLIENT* clnt, std::uint32_t procedure, xdrproc_t argum
     ct->ct_error.re_status = RPC_SUCCESS;
     const std::uint32_t id = next_id(ct->ct_mcall);
     if (!send_call(clnt, procedure, arguments, argument_record, send_now)) break;
-    if (!send_now) return RPC_SUCCESS;
+    if (!send_now) break;
     if (no_wait) return ct->ct_error.re_status = RPC_TIMEDOUT;
-
-    ct->ct_xdrs.x_op = XDR_DECODE;
-    rpc_msg reply;
-    if (!await_reply(ct, id, &reply)) break;
-    _seterr_reply(&reply, &ct->ct_error);
-    if (ct->ct_error.re_status == RPC_SUCCESS) take_results(clnt, &reply, results, result_record);
-    clnt_release_verifier(&reply);
+    if (!receive_reply(clnt, id, results, result_record)) break;
     if (ct->ct_error.re_status == RPC_SUCCESS) break;
     if (refreshes == 0 || !AUTH_REFRESH(clnt->cl_auth)) break;
   }
