@@ -1,0 +1,183 @@
+// Fixed texts without a NUL of their own: they run on into the bytes behind them, end before the
+// first pointer, and no address reaches a reply.
+#include <gtest/gtest.h>
+
+#include "bridge/support/conversion.h"
+#include "bridge/support/test_records.h"
+
+namespace kvrpc::test {
+namespace {
+
+using namespace wire;
+
+constexpr structure plain{"plain", {{"a", chars(2)}, {"n", long_}, {"b", chars(3)}}};
+constexpr structure outer{"outer", {{"p", inline_(plain)}, {"tail", schars(4)}}};
+constexpr structure with_text{"with_text", {{"a", chars(4)}, {"t", text}, {"b", chars(4)}}};
+constexpr structure with_string{"with_string", {{"a", opaque(4)}, {"s", string}}};
+constexpr structure with_pointer{"with_pointer", {{"a", chars(4)}, {"p", pointer_to(plain)}}};
+constexpr structure with_next{"with_next", {{"a", chars(4)}, {"next", list_next}, {"z", chars(4)}}};
+constexpr wire_type chars_2 = chars(2);
+constexpr structure row{"row", {{"v", vector_of(chars_2, 3)}, {"n", short_}}};
+constexpr structure arm_plain{"arm_plain", {{"a", chars(4)}}};
+constexpr structure arm_text{"arm_text", {{"a", chars(4)}, {"t", text}}};
+constexpr choice either{"either",
+                        "selection",
+                        {
+                            {0, "v0", inline_(arm_plain)},
+                            {65, "v1", inline_(arm_text)},
+                        }};
+constexpr structure around{"around", {{"u", inline_(either)}, {"z", chars(4)}}};
+
+// The texts that the record gives, with its bytes set directly.
+std::string text_of(test_value& value) {
+  EXPECT_EQ(value.text(1), value.tree_text(1));
+  return value.text(1);
+}
+
+void fill(test_value& value, std::size_t from, const char* bytes) {
+  std::memcpy(value.data() + from, bytes, std::strlen(bytes));
+}
+
+TEST(run_on_text, goes_on_into_an_integer_as_its_bytes_in_memory) {
+  test_value value(inline_(plain));  // a at 0, n at 4, b at 8, padding at 11
+  fill(value, 0, "ab..");
+  store<std::int32_t>(value.data() + 4, 0x00434241);
+  fill(value, 8, "xyz");
+  EXPECT_EQ(text_of(value), R"({"a":"ab..ABC","n":4407873,"b":"xyz"})");
+}
+
+TEST(run_on_text, stops_at_padding) {
+  test_value value(inline_(plain));
+  fill(value, 0, "ab");
+  store<std::int32_t>(value.data() + 4, 1);
+  EXPECT_EQ(text_of(value), R"({"a":"ab","n":1,"b":""})");
+}
+
+TEST(run_on_text, goes_on_from_a_nested_record_into_the_outer_and_ends_with_the_block) {
+  test_value value(inline_(outer));
+  fill(value, 0, "ab..ABCDxyz.tail");
+  EXPECT_EQ(text_of(value),
+            R"({"p":{"a":"ab..ABCDxyz.tail","n":1145258561,"b":"xyz.tail"},"tail":"tail"})");
+}
+
+TEST(run_on_text, goes_on_through_the_items_of_a_vector) {
+  test_value value(inline_(row));
+  fill(value, 0, "aabbccNN");
+  EXPECT_EQ(text_of(value), R"({"v":["aabbccNN", "bbccNN", "ccNN"],"n":20046})");
+}
+
+TEST(run_on_text, goes_on_through_the_elements_of_an_array) {
+  test_value value(array_of(plain));
+  ASSERT_EQ(value.encode("[{},{}]"), 1);
+  std::memcpy(load_block_pointer(value.data()), "ab..ABCDxyz.cd..EFGHuvw.", 24);
+  EXPECT_EQ(text_of(value),
+            R"([{"a":"ab..ABCDxyz.cd..EFGHuvw.","n":1145258561,"b":"xyz.cd..EFGHuvw."}, )"
+            R"({"a":"cd..EFGHuvw.","n":1212630597,"b":"uvw."}])");
+}
+
+TEST(run_on_text, takes_a_count_but_stops_before_the_pointer_behind_it) {
+  test_value value(inline_(with_text));
+  ASSERT_EQ(value.encode(R"({"t":"xyz","b":"bbb"})"), 1);
+  fill(value, 0, "aaaa");
+  store<std::uint32_t>(value.data() + 4, 0x44434241);
+  EXPECT_EQ(text_of(value), R"({"a":"aaaaABCD","t":"xyz","b":"bbb"})");
+}
+
+TEST(run_on_text, stops_before_each_kind_of_pointer) {
+  test_value text(inline_(with_string));
+  ASSERT_EQ(text.encode(R"({"a":"aaaaaa","s":"x"})"), 1);
+  EXPECT_EQ(text_of(text), R"({"a":"aaaa","s":"x"})");
+
+  test_value target(inline_(with_pointer));
+  ASSERT_EQ(target.encode(R"({"p":{}})"), 1);
+  fill(target, 0, "aaaa");
+  EXPECT_EQ(text_of(target), R"({"a":"aaaa","p":{"a":"","n":0,"b":""}})");
+
+  test_value link(inline_(with_next));
+  ASSERT_EQ(link.encode(R"({"next":{}})"), 1);
+  fill(link, 0, "aaaa");
+  char* const node = load<char*>(link.data() + 4);
+  std::memcpy(node, "bbbb", 4);
+  std::memcpy(node + 4 + sizeof(char*), "zzzz", 4);
+  EXPECT_EQ(text_of(link), R"({"a":"aaaa","next":{"a":"bbbb","next":null,"z":"zzzz"},"z":""})");
+}
+
+TEST(run_on_text, a_null_pointer_ends_it_as_well) {
+  test_value value(inline_(with_pointer));
+  fill(value, 0, "aaaa");
+  EXPECT_EQ(text_of(value), R"({"a":"aaaa","p":null})");
+}
+
+TEST(run_on_text, behind_a_pointer_it_ends_with_the_record) {
+  test_value value(inline_(with_text));
+  ASSERT_EQ(value.encode(R"({"t":"xyz"})"), 1);
+  fill(value, 8 + sizeof(char*), "bbbb");
+  EXPECT_EQ(text_of(value), R"({"a":"","t":"xyz","b":"bbbb"})");
+}
+
+TEST(run_on_text, a_union_holds_the_pointers_of_its_selected_arm) {
+  test_value value(inline_(around));
+  ASSERT_EQ(value.encode(R"({"u":{"selection":65,"v1":{"t":"x"}}})"), 1);
+  fill(value, 4, "aaaa");
+  store<std::uint32_t>(value.data() + 8, 0x44434241);
+  EXPECT_EQ(text_of(value), R"({"u":{"selection":65,"v1":{"a":"aaaaABCD","t":"x"}},"z":""})");
+  test_value other(inline_(around));
+  ASSERT_EQ(other.encode(R"({"u":{"selection":0,"v0":{}},"z":"zzz"})"), 1);
+  fill(other, 4, "aaaa");
+  EXPECT_EQ(text_of(other), R"({"u":{"selection":0,"v0":{"a":"aaaa"}},"z":"zzz"})");
+}
+
+TEST(run_on_text, a_union_before_it_does_not_stop_it) {
+  static constexpr structure record{"record", {{"z", chars(4)}, {"u", inline_(either)}}};
+  test_value value(inline_(record));
+  ASSERT_EQ(value.encode(R"({"u":{"selection":0,"v0":{"a":"abc"}}})"), 1);
+  fill(value, 0, "zzzz");
+  EXPECT_EQ(text_of(value), R"({"z":"zzzz","u":{"selection":0,"v0":{"a":"abc"}}})");
+
+  test_value other(inline_(record));
+  ASSERT_EQ(other.encode(R"({"u":{"selection":65,"v1":{"t":"abc"}}})"), 1);
+  fill(other, 0, "zzzz");
+  EXPECT_EQ(text_of(other), R"({"z":"zzzzA","u":{"selection":65,"v1":{"a":"","t":"abc"}}})");
+}
+
+// Every fixed text of every shape full to the brim, and counts without zero bytes: what stands
+// behind a text is then a pointer's bytes, none of which may be in the text.
+TEST(run_on_text, no_address_reaches_a_text) {
+  static constexpr structure node{"node",
+                                  {
+                                      {"a", chars(5)},
+                                      {"next", list_next},
+                                      {"b", schars(3)},
+                                      {"p", pointer_to(plain)},
+                                      {"c", opaque(2)},
+                                      {"d", blob},
+                                      {"e", chars(1)},
+                                      {"s", string},
+                                  }};
+  test_value value(inline_(node));
+  ASSERT_EQ(value.encode(R"({"next":{"s":"n"},"p":{},"d":"AAAA","s":"s"})"), 1);
+  for (char* base = value.data(); base != nullptr; base = load<char*>(base + 8)) {
+    for (const record_field& field : node.table) {
+      if (field.type.wire_size != variable_size) {
+        std::memset(base + field.offset, 'x', field.type.size);
+      }
+    }
+  }
+  const std::string fields =
+      R"("b":"xxx","p":{"a":"","n":0,"b":""},"c":"xx","d":"AAAA","e":"x","s":"s"})";
+  EXPECT_EQ(text_of(value),
+            R"({"a":"xxxxx","next":{"a":"xxxxx","next":null,"b":"xxx","p":null,"c":"xx","d":"",)"
+            R"("e":"x","s":"n"},)" +
+                fields);
+}
+
+TEST(run_on_text, a_lone_text_ends_with_its_field) {
+  for (const wire_type& type : {chars(4), schars(4), opaque(4)}) {
+    test_value value(type);
+    std::memcpy(value.data(), "abcd", 4);
+    EXPECT_EQ(text_of(value), "\"abcd\"");
+  }
+}
+
+}  // namespace
+}  // namespace kvrpc::test

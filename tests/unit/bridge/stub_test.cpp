@@ -1,0 +1,111 @@
+#include "bridge/stub.h"
+
+#include <gtest/gtest.h>
+
+#include "bridge/support/call.h"
+
+namespace kvrpc::test {
+namespace {
+
+TEST(stub, an_argument_of_the_wrong_type_is_status_1_without_traffic) {
+  fake_client client;
+  for (const char* text :
+       {R"({"l_get_rec_1":"1"})", R"({"l_get_rec_1":null})", R"({"l_get_rec_1":true})",
+        R"({"l_startserver_1":1})", R"({"l_set_stat_1":[]})", R"({"l_set_stat_1":{"SLOT":1}})",
+        R"({"l_set_stat_1":{"slot":1,"extra":1}})"}) {
+    const call_outcome outcome = call(client.handle(), "lambda", text);
+    EXPECT_EQ(outcome.reply, R"({"status":1,"message":"can not json encode arg"})") << text;
+    EXPECT_EQ(outcome.status, 1);
+  }
+  EXPECT_EQ(client.calls, 0);
+}
+
+TEST(stub, a_procedure_without_result_has_a_null_result) {
+  fake_client client;
+  EXPECT_EQ(call(client.handle(), "lambda", R"({"l_set_stat_1":{"pid":2}})").reply,
+            R"({"status":0,"message":"ok","result":null})");
+  EXPECT_EQ(client.sent, units({0, 2, 0}));
+}
+
+TEST(stub, number_and_time_limit_reach_the_transport) {
+  fake_client client;
+  call(client.handle(), "lambda", R"({"l_set_stat_1":{}})");
+  EXPECT_EQ(client.procedure, 5u);
+  EXPECT_EQ(client.timeout.tv_sec, 25);
+  EXPECT_EQ(client.timeout.tv_usec, 0);
+}
+
+TEST(stub, a_record_comes_back_in_its_own_order) {
+  fake_client client;
+  client.answer = units({1, 0xFFFFFFFF, 3, 4});
+  EXPECT_EQ(call(client.handle(), "lambda", R"({"l_get_status_1":0})").reply,
+            R"({"status":0,"message":"ok","result":{"state_fax":1,"state_gateways":-1,)"
+            R"("state_daemons":3,"state_drivers":4}})");
+}
+
+TEST(stub, an_argument_of_fixed_text_crosses_to_the_servers_code) {
+  fake_client client;
+  client.answer = units({2});
+  EXPECT_EQ(call(client.handle(), "lambda", "{\"l_startserver_1\":\"\u20ac'\"}").reply,
+            R"({"status":0,"message":"ok","result":true})");
+  EXPECT_EQ(client.sent, units({0xFFFFFFA4, '?', 0, 0, 0, 0, 0, 0, 0, 0, 0}));
+}
+
+TEST(stub, an_array_of_processes_comes_back) {
+  fake_client client;
+  client.answer = units({0});
+  EXPECT_EQ(call(client.handle(), "lambda", R"({"l_ps_1":0})").reply,
+            R"({"status":0,"message":"ok","result":[]})");
+}
+
+TEST(stub, a_result_that_does_not_convert_is_status_2) {
+  fake_client client;
+  // An empty text of the server leaves no pointer and so has no JSON form.
+  client.answer = units({0});
+  const procedure target = {1, "p", wire::nothing, wire::text};
+  const json_node null{};
+  text_buffer result;
+  EXPECT_EQ(run_stub(client.handle(), target, &null, result), CALL_CANNOT_DECODE);
+}
+
+TEST(stub, a_result_that_does_not_decode_is_a_failed_rpc) {
+  fake_client client;
+  client.answer = units({0, 0, 0});
+  EXPECT_EQ(call(client.handle(), "lambda", R"({"l_get_status_1":0})").reply,
+            R"({"status":3,"rpc_err":{"re_status":2},)"
+            R"("message":"rpc_call: RPC: Can't decode result\n"})");
+}
+
+TEST(stub, a_union_outside_its_table_fails_the_rpc_both_ways) {
+  fake_client client;
+  EXPECT_EQ(call(client.handle(), "alpha", R"({"a_bif_new_1":{"vers":99,"v1":{}}})").status, 1);
+  EXPECT_EQ(client.calls, 0);
+}
+
+TEST(stub, no_argument_or_result_is_larger_than_its_room) {
+  for (const program_table& program : programs) {
+    for (std::uint32_t i = 0; i < program.family_count; ++i) {
+      const procedure_list& list = *program.families[i];
+      for (std::uint32_t row = 0; row < list.count; ++row) {
+        EXPECT_LT(list.rows[row].argument.size, record_room) << list.rows[row].name;
+        EXPECT_LT(list.rows[row].result.size, record_room) << list.rows[row].name;
+      }
+    }
+  }
+}
+
+TEST(stub, a_record_larger_than_the_room_is_refused) {
+  const wire_type large = wire::opaque(record_room);
+  const procedure target = {1, "p", large, large};
+  fake_client client;
+  json_node text{};
+  text.type = JSON_STRING;
+  char empty[] = "";
+  text.text = empty;
+  text_buffer result;
+  EXPECT_EQ(run_stub(client.handle(), target, &text, result), CALL_CANNOT_ENCODE);
+  EXPECT_EQ(client.calls, 0);
+}
+
+}  // namespace
+}  // namespace kvrpc::test
