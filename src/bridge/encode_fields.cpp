@@ -112,8 +112,10 @@ void warn_of_char_array() { std::fputs("jsonxdr warning: char array\n", stderr);
 int json_encode_string(const json_node* node, int raw_text, void* field, std::uint32_t cap) {
   const source_text source(node, raw_text);
   if (source.bytes() == nullptr) return 0;
-  char* copy = copy_of(source, capped_size(source, cap));
+  const std::uint32_t size = capped_size(source, cap);
+  char* copy = copy_of(source, size);
   if (copy == nullptr) return 0;
+  if (size > 0) copy[size - 1] = '\0';  // the cap counts the terminator
   std::free(load<char*>(field));
   store(field, copy);
   return 1;

@@ -141,11 +141,18 @@ bool_t decode_array(XDR* xdrs, char* block, std::uint32_t count, const record_ty
   return TRUE;
 }
 
-std::uint32_t load_unit(const char* wire) {
-  unsigned char bytes[4];
-  std::memcpy(bytes, wire, 4);
-  return std::uint32_t{bytes[0]} << 24 | std::uint32_t{bytes[1]} << 16 |
-         std::uint32_t{bytes[2]} << 8 | bytes[3];
+// The low byte of each of 8 units.
+inline void unpack_8_chars(const char* wire, char* data) {
+  for (std::uint32_t i = 0; i < 8; ++i) data[i] = wire[4 * i + 3];
+}
+
+// The low byte of each unit, 8 at a time; the last 8 may overlap those before.
+void unpack_chars(const char* wire, char* data, std::uint32_t count) {
+  std::uint32_t i = 0;
+  for (; i + 8 <= count; i += 8) unpack_8_chars(wire + std::size_t{4} * i, data + i);
+  if (i == count) return;
+  if (count >= 8) return unpack_8_chars(wire + std::size_t{4} * (count - 8), data + count - 8);
+  for (; i < count; ++i) data[i] = wire[std::size_t{4} * i + 3];
 }
 
 const char* unpack_record(const char* wire, char* base, const record_type& record) {
@@ -207,17 +214,17 @@ const char* unpack(const char* wire, char* data, const wire_type& type) {
     case wire_kind::long_:
     case wire_kind::int_:
     case wire_kind::u_long_:
-      store(data, load_unit(wire));
+      store(data, xdr_load_unit(wire));
       break;
     case wire_kind::short_:
-      store(data, static_cast<std::uint16_t>(load_unit(wire)));
+      store(data, static_cast<std::uint16_t>(xdr_load_unit(wire)));
       break;
     case wire_kind::bool_:
-      store<std::int32_t>(data, load_unit(wire) != 0 ? 1 : 0);
+      store<std::int32_t>(data, xdr_load_unit(wire) != 0 ? 1 : 0);
       break;
     case wire_kind::chars:
     case wire_kind::schars:
-      for (std::uint32_t i = 0; i < type.count; ++i) data[i] = wire[4 * i + 3];
+      unpack_chars(wire, data, type.count);
       break;
     case wire_kind::fixed_text:
     case wire_kind::opaque:

@@ -26,15 +26,6 @@ bool_t xdr_block(XDR* xdrs, char* block, std::uint32_t maximum) {
                    reinterpret_cast<std::uint32_t*>(block), maximum);
 }
 
-// A text that was never set is sent as an empty one.
-bool_t xdr_text_pointer(XDR* xdrs, char* field) {
-  if (xdrs->x_op != XDR_ENCODE || load<char*>(field) != nullptr) {
-    return xdr_wrapstring(xdrs, field);
-  }
-  std::uint32_t length = 0;
-  return xdr_u_int(xdrs, &length);
-}
-
 bool_t xdr_target(XDR* xdrs, char* field, const record_type& record) {
   bool_t present = load<char*>(field) != nullptr ? TRUE : FALSE;
   if (!xdr_bool(xdrs, &present)) return FALSE;
@@ -87,6 +78,7 @@ bool_t xdr_fields(XDR* xdrs, char* base, const record_type& record, std::uint32_
 }
 
 bool_t xdr_value(XDR* xdrs, char* data, const wire_type& type) {
+  if (xdrs->x_op == XDR_FREE && type.wire_size != variable_size) return TRUE;  // holds no pointer
   switch (type.kind) {
     case wire_kind::nothing:
       return xdr_void(xdrs, data);
@@ -113,7 +105,7 @@ bool_t xdr_value(XDR* xdrs, char* data, const wire_type& type) {
     case wire_kind::counted_text:
       return xdr_block(xdrs, data, type.count);
     case wire_kind::string:
-      return xdr_text_pointer(xdrs, data);
+      return xdr_wrapstring(xdrs, data);
     case wire_kind::pointer:
       return xdr_target(xdrs, data, *type.target);
     case wire_kind::vector:

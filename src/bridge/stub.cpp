@@ -19,7 +19,9 @@ class call_record {
   explicit call_record(const wire_type& type) : value_{&type, bytes_} {
     if (fits()) std::memset(bytes_, 0, std::size_t{type.size} + 1);
   }
-  ~call_record() { record_free(*value_.type, bytes_); }
+  ~call_record() {
+    if (fits()) record_free(*value_.type, bytes_);
+  }
   call_record(const call_record&) = delete;
   call_record& operator=(const call_record&) = delete;
 
