@@ -160,7 +160,8 @@ std::int32_t rpc_socket_send(rpc_socket sock, const char* bytes, std::int32_t le
 
 std::int32_t rpc_socket_recv(rpc_socket sock, char* bytes, std::int32_t length) {
   const auto size = static_cast<std::size_t>(length);
-  return through_signals([=] { return recv(sock, bytes, size, 0); });
+  void* place = bytes;
+  return through_signals([=] { return recv(sock, place, size, 0); });
 }
 
 std::int32_t rpc_socket_sendto(rpc_socket sock, const char* bytes, std::int32_t length,
@@ -173,7 +174,9 @@ std::int32_t rpc_socket_sendto(rpc_socket sock, const char* bytes, std::int32_t 
 
 std::int32_t rpc_socket_recvfrom(rpc_socket sock, char* bytes, std::int32_t length,
                                  rpc_address* address) {
-  iovec part = {bytes, static_cast<std::size_t>(length)};
+  iovec part = {};
+  part.iov_base = bytes;
+  part.iov_len = static_cast<std::size_t>(length);
   msghdr message = {};
   message.msg_name = as_sockaddr(address);
   message.msg_namelen = sizeof *address;
