@@ -160,8 +160,7 @@ std::int32_t rpc_socket_send(rpc_socket sock, const char* bytes, std::int32_t le
 
 std::int32_t rpc_socket_recv(rpc_socket sock, char* bytes, std::int32_t length) {
   const auto size = static_cast<std::size_t>(length);
-  void* place = bytes;
-  return through_signals([=] { return recv(sock, place, size, 0); });
+  return through_signals([=] { return recv(sock, bytes, size, 0); });
 }
 
 std::int32_t rpc_socket_sendto(rpc_socket sock, const char* bytes, std::int32_t length,
