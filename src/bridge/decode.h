@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "bridge/encode.h"
 #include "bridge/field_memory.h"
 #include "schema/types.h"
 
@@ -80,8 +81,6 @@ template <class Sink>
 bool is_char_decoder(json_decoder<Sink> elem) {
   return elem == json_decode_char<Sink> || elem == json_decode_u_char<Sink>;
 }
-
-void warn_of_char_array();
 
 template <class Sink, class Elem>
 int json_decode_elements(Sink& out, int raw_text, const char* base, std::uint32_t count,

@@ -52,7 +52,8 @@ int iso_to_utf8(const char* iso, char* buffer);
 
 // A buffer too small cuts the text and still ends it; a buffer of size 0 is left alone. A null or
 // empty `replacement` drops what it would have replaced.
-char* utf8string_to_iso(const char* text, char* buffer, std::size_t size, const char* replacement);
+char* utf8string_to_iso(const char* utf8string, char* buffer, std::size_t size,
+                        const char* replacement);
 // A replacement longer than one byte is cut to one byte in the caller's memory.
 char* utf8string_to_iso_alloc(const char* text, char* replacement);
 

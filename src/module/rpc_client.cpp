@@ -139,6 +139,7 @@ PyTypeObject* rpc_client_type() {
   type.ob_base = head;
   type.tp_name = "kvrpc.RpcClient";
   type.tp_basicsize = sizeof(rpc_client);
+  // NOLINTNEXTLINE(misc-redundant-expression): the zeros are in the interpreter's macros
   type.tp_flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE | Py_TPFLAGS_HAVE_GC;
   type.tp_doc =
       "RpcClient(which, host=None)\n--\n\n"

@@ -109,7 +109,8 @@ struct CLIENT {
   void* cl_private;
 };
 
-// The outcome of the handle's last call; RPC_FAILED for a null handle, on which every call fails so.
+// The outcome of the handle's last call; RPC_FAILED for a null handle, on which every call fails
+// so.
 inline void clnt_geterr(CLIENT* clnt, rpc_err* error) {
   *error = {};
   error->re_status = RPC_FAILED;

@@ -80,7 +80,7 @@ class error_text {
     if (length > 0) used_ += std::min(static_cast<std::size_t>(length), room - 1);
   }
 
-  char* finished() {
+  char* finished() const {
     rpc_errbuf[used_] = '\n';
     rpc_errbuf[used_ + 1] = '\0';
     return rpc_errbuf;

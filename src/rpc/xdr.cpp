@@ -47,7 +47,7 @@ bool_t short_item(XDR* xdrs, short_type* object) {
 // Signed for both character types, so that 0x80 and above travel as 0xFFFFFF80 and above; the
 // byte is stored back in every direction.
 bool_t char_item(XDR* xdrs, signed char* object, xdrproc_t whole) {
-  std::int32_t unit = *object;
+  std::int32_t unit = *object;  // NOLINT(bugprone-signed-char-misuse): the sign is meant
   if (!whole(xdrs, &unit, LASTUNSIGNED)) return FALSE;
   *object = static_cast<signed char>(unit);
   return TRUE;

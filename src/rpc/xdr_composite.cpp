@@ -13,7 +13,7 @@ namespace {
 constexpr std::uint32_t unit_bytes = 4;
 
 // Blocks start with this many bytes at most and double as their content arrives.
-constexpr std::uint64_t first_piece = 64 * 1024;
+constexpr std::uint64_t first_piece = 64U << 10;
 
 // A record's pointers stand at multiples of 4, which may be less than a pointer's own alignment.
 char* load_pointer(char* const* place) {

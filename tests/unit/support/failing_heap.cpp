@@ -35,8 +35,8 @@ std::int64_t size_of(void* block) {
 bool must_fail() {
   if (!heap.active) return false;
   const std::int64_t number = heap.allocations++;
-  const bool fails = heap.fail_at >= 0 &&
-                     (number == heap.fail_at || (heap.all_later && number > heap.fail_at));
+  const bool fails =
+      heap.fail_at >= 0 && (number == heap.fail_at || (heap.all_later && number > heap.fail_at));
   heap.failed = heap.failed || fails;
   return fails;
 }
@@ -61,9 +61,7 @@ void given_back(void* block) {
 
 extern "C" {
 
-void* __wrap_malloc(std::size_t size) {
-  return must_fail() ? nullptr : taken(__real_malloc(size));
-}
+void* __wrap_malloc(std::size_t size) { return must_fail() ? nullptr : taken(__real_malloc(size)); }
 
 void* __wrap_calloc(std::size_t count, std::size_t size) {
   return must_fail() ? nullptr : taken(__real_calloc(count, size));
