@@ -63,7 +63,7 @@ def _fault(text: str) -> faults.Fault:
 
 def _serve(loop: Loop, interface: schema.Schema, options: argparse.Namespace) -> int:
     """Opens all ports and tells of them; returns the base port."""
-    dispatcher = Dispatcher(interface, Installation(), faults.Faults(options.fault),
+    dispatcher = Dispatcher(interface, Installation(interface), faults.Faults(options.fault),
                             _tell if options.log else None)
     by_slot = {server.slot: server for server in interface.servers.values()}
     base, pairs = ports.bind_range(max(by_slot) + 1, options.port)

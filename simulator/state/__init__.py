@@ -1,8 +1,8 @@
 """What the installation does: its families of procedures over one shared state.
 
 A family holds the state of one subject and offers its procedures by name; each takes the decoded
-argument and returns the result, or as much of it as it has to say. A procedure that no family
-offers is answered with zeroes.
+argument and returns the result, or as much of it as it has to say (see `shape`). A procedure that
+no family offers is answered with zeroes.
 """
 
 from __future__ import annotations
@@ -10,9 +10,20 @@ from __future__ import annotations
 import time
 from typing import Any, Callable, Dict
 
+from simulator.schema import Schema
+from simulator.state.addresses import Addresses
+from simulator.state.belongings import Belongings
+from simulator.state.documents import Documents
 from simulator.state.files import Files
+from simulator.state.jobs import Jobs
 from simulator.state.journal import Journal
+from simulator.state.pages import Pages
+from simulator.state.people import People
 from simulator.state.processes import Processes
+from simulator.state.services import Services
+from simulator.state.shape import Shaper
+from simulator.state.structure import Structure
+from simulator.state.transfer import Lines, Numbers, PageTransfer
 
 Handler = Callable[[Any], Any]
 Clock = Callable[[], float]
@@ -21,18 +32,27 @@ Clock = Callable[[], float]
 class Installation:
     """One installation; `now` gives the time in seconds since 1970."""
 
-    def __init__(self, now: Clock = time.time) -> None:
-        self.journal = Journal(now)
-        self.processes = Processes(self.journal)
-        self.files = Files(self.journal)
+    def __init__(self, schema: Schema, now: Clock = time.time) -> None:
+        journal = Journal(now)
+        structure, people, documents = Structure(), People(), Documents(now)
+        structure.count_users, structure.count_logins = people.count_users, people.count_logins
+        self._shaper = Shaper(schema)
+        self._processes = Processes(journal)
+        self._jobs = Jobs(documents, people, journal, now)
         self.handlers: Dict[str, Handler] = {}
-        for family in (self.journal, self.processes, self.files):
+        for family in (journal, self._processes, Files(journal), structure, people, Belongings(),
+                       Addresses(), Pages(documents, people, structure), self._jobs,
+                       PageTransfer(documents), Lines(structure), Numbers(),
+                       Services(journal, people, now)):
             self.handlers.update(family.handlers())
 
     def is_running(self, server: str) -> bool:
-        return self.processes.is_running(server)
+        return self._processes.is_running(server)
 
     def run(self, procedure: str, argument: Any) -> Any:
         """Carries out one call and returns its result."""
+        self._jobs.advance()
         handler = self.handlers.get(procedure)
-        return None if handler is None else handler(argument)
+        if handler is None:
+            return None
+        return self._shaper.shape(procedure, argument, handler(argument))

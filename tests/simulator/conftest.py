@@ -3,6 +3,7 @@ import pytest
 from simulator import schema as schemas
 from simulator.codec import Codec
 from simulator.fixture import running
+from simulator.state import Installation
 from tests.simulator.client import Client
 
 
@@ -32,3 +33,26 @@ def shared():
 @pytest.fixture(params=["tcp", "udp"])
 def client(request, schema, shared):
     return Client(schema, shared.port, request.param)
+
+
+class Office:
+    """An installation in this process, with a clock that the test turns.
+
+    Arguments and results cross as bytes, as they do from a client.
+    """
+
+    def __init__(self, schema, codec):
+        self.time = 1_000_000_000.0
+        self._schema, self._codec = schema, codec
+        self._installation = Installation(schema, lambda: self.time)
+
+    def __call__(self, name, argument=None):
+        procedure = self._schema.procedures[name]
+        data = self._codec.encode(procedure.argument, argument)
+        result = self._installation.run(name, self._codec.decode(procedure.argument, data))
+        return self._codec.decode(procedure.result, self._codec.encode(procedure.result, result))
+
+
+@pytest.fixture
+def call(schema, codec):
+    return Office(schema, codec)
