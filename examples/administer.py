@@ -1,0 +1,60 @@
+"""Administers users and lines through `omega`, and shows that `alpha` knows of it at once."""
+
+from common import Server, chain, run
+
+HOST = "zentrale"  # the alpha server that the users belong to
+
+
+def print_users(omega: Server) -> None:
+    print("users:")
+    for node in chain(omega.call("o_get_user_ll_1")["first"]):
+        user = node["data"]
+        deputy = f"  deputy {user['vertretu']}" if user["vertretu"] else ""
+        print(f"  {user['userid']:10} {user['name']:20}{deputy}")
+
+
+def print_lines(omega: Server) -> None:
+    print("lines:")
+    asked = {"selection": 1, "v1": {"hwfeat": 0, "outselection": 1}}
+    for node in chain(omega.call("o_get_faxl_new_ll_1", asked)["first"]):
+        line = node["data"]["v1"]
+        print(f"  {line['lineid']:10} {line['localtsi']:20} {line['comment']}")
+
+
+def add_user(omega: Server, name: str, full_name: str, deputy: str) -> None:
+    """Adds a user, if the deputy does not lead back to it."""
+    if not omega.call("o_check_v_cycle_1", {"x_host": HOST, "x_user": name,
+                                            "v_host": HOST, "v_user": deputy}):
+        print(f"{deputy} cannot stand in for {name}")
+        return
+    added = omega.call("o_put_user_1", {"alphaid": HOST, "userid": name, "name": full_name,
+                                        "vertreth": HOST, "vertretu": deputy})
+    print(f"user {name} added: {added}")
+
+
+def main() -> None:
+    omega, alpha = Server("omega"), Server("alpha")
+    print_users(omega)
+    add_user(omega, "weber", "Änne Weber", "meier")
+    add_user(omega, "meier", "Ida Meier", "schulz")
+    omega.call("o_put_groupl_1", {"groupid": "vertrieb", "alphaid": HOST, "userid": "weber"})
+    print_users(omega)
+    group = alpha.call("a_get_group_1", "vertrieb")
+    print("vertrieb:", ", ".join(node["data"]["name"] for node in chain(group["first"])))
+
+    line = {"lineid": "fax2", "thetaid": HOST, "alphaid": HOST, "typid": "g3", "linenr": 2,
+            "localtsi": "+49 30 5550102", "comment": "Leitung 2", "csi": "BEISPIEL"}
+    print("line fax2 added: error", omega.call("o_put_faxl_new_1", {"selection": 1, "v1": line}))
+    omega.call("o_put_route_1", {"routeid": "eingang2", "comment": "an Weber", "lineid": "fax2",
+                                 "alphaid": HOST, "userid": "weber"})
+    print_lines(omega)
+    target = alpha.call("a_apply_route_1", {"lineid": "fax2", "absender": "Werft Nord"})
+    print(f"a fax on fax2 goes to {target['userid']}")
+
+    omega.call("o_del_route_1", "eingang2")
+    print("line fax2 deleted:", omega.call("o_del_faxl_1", "fax2"))
+    print("user weber deleted:", omega.call("o_del_user_1", {"alphaid": HOST, "userid": "weber"}))
+
+
+if __name__ == "__main__":
+    run(main)
