@@ -88,6 +88,8 @@ int decoding<Sink>::structure(const char* base, const record_type& type) const {
       node.block = places.empty() ? block : record_block{base, &node_type, 1};
       continue;
     }
+    i = out.plain_members(base, type, i);
+    if (i == type.field_count) continue;
     const record_field& field = type.fields[i++];
     const char* const data = base + field.offset;
     if (!out.key(field)) return 0;

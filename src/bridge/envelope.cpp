@@ -77,18 +77,14 @@ int add_rpc_err(CLIENT* clnt, text_sink& root) {
          root.end_object();
 }
 
-int fill_envelope(CLIENT* clnt, int status, const text_buffer& result, text_buffer& root) {
+int fill_envelope(CLIENT* clnt, int status, text_buffer& root) {
   text_sink out(root);
   if (!out.begin_object() || !add_integer(out, "\"status\":", status)) return 0;
   const char* message = message_of(clnt, status);
   if (message == nullptr) return 0;
   if (status == CALL_RPC_FAILED && !add_rpc_err(clnt, out)) return 0;
   if (!add_label(out, "\"message\":") || !out.plain_text(message, std::strlen(message))) return 0;
-  if (status == CALL_OK &&
-      !(add_label(out, "\"result\":") && root.append(result.data(), result.size()))) {
-    return 0;
-  }
-  return out.end_object();
+  return status == CALL_OK ? add_label(out, "\"result\":") : out.end_object();
 }
 
 }  // namespace kvrpc

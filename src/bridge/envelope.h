@@ -13,9 +13,9 @@
 
 namespace kvrpc {
 
-// Appends the whole envelope to `root`; non-zero on success. `result` is the JSON text of the
-// result and counts with status 0 alone.
-int fill_envelope(CLIENT* clnt, int status, const text_buffer& result, text_buffer& root);
+// Appends the envelope to `root`; non-zero on success. With status 0 it is open: the JSON text of
+// the result and a "}" are still to follow.
+int fill_envelope(CLIENT* clnt, int status, text_buffer& root);
 
 // Appends the member `rpc_err` for the last failure of `clnt`; non-zero on success.
 int add_rpc_err(CLIENT* clnt, text_sink& root);

@@ -141,24 +141,34 @@ bool_t decode_array(XDR* xdrs, char* block, std::uint32_t count, const record_ty
   return TRUE;
 }
 
-// The low byte of each of 8 units.
-inline void unpack_8_chars(const char* wire, char* data) {
-  for (std::uint32_t i = 0; i < 8; ++i) data[i] = wire[4 * i + 3];
+// The low byte of each of 16 units.
+inline void unpack_16_chars(const char* wire, char* data) {
+  for (std::uint32_t i = 0; i < 16; ++i) data[i] = wire[4 * i + 3];
 }
 
-// The low byte of each unit, 8 at a time; the last 8 may overlap those before.
-void unpack_chars(const char* wire, char* data, std::uint32_t count) {
+// The low byte of each unit, 16 at a time; the last 16 may overlap those before.
+[[gnu::noinline]] void unpack_chars(const char* wire, char* data, std::uint32_t count) {
+  constexpr std::uint32_t step = 16;
   std::uint32_t i = 0;
-  for (; i + 8 <= count; i += 8) unpack_8_chars(wire + std::size_t{4} * i, data + i);
+  for (; i + step <= count; i += step) unpack_16_chars(wire + std::size_t{4} * i, data + i);
   if (i == count) return;
-  if (count >= 8) return unpack_8_chars(wire + std::size_t{4} * (count - 8), data + count - 8);
+  if (count >= step) {
+    i = count - step;
+    return unpack_16_chars(wire + std::size_t{4} * i, data + i);
+  }
   for (; i < count; ++i) data[i] = wire[std::size_t{4} * i + 3];
 }
 
-const char* unpack_record(const char* wire, char* base, const record_type& record) {
-  for (std::uint32_t i = 0; i < record.field_count; ++i) {
-    wire = unpack(wire, base + record.fields[i].offset, record.fields[i].type);
+const char* unpack_items(const char* wire, char* data, const wire_type& type) {
+  for (std::uint32_t i = 0; i < type.count; ++i, data += type.item->size) {
+    wire = unpack(wire, data, *type.item);
   }
+  return wire;
+}
+
+const char* unpack_fields(const char* wire, char* base, const record_field* field,
+                          const record_field* end) {
+  for (; field != end; ++field) wire = unpack(wire, base + field->offset, field->type);
   return wire;
 }
 
@@ -215,32 +225,29 @@ const char* unpack(const char* wire, char* data, const wire_type& type) {
     case wire_kind::int_:
     case wire_kind::u_long_:
       store(data, xdr_load_unit(wire));
-      break;
+      return wire + 4;
     case wire_kind::short_:
       store(data, static_cast<std::uint16_t>(xdr_load_unit(wire)));
-      break;
+      return wire + 4;
     case wire_kind::bool_:
       store<std::int32_t>(data, xdr_load_unit(wire) != 0 ? 1 : 0);
-      break;
+      return wire + 4;
     case wire_kind::chars:
     case wire_kind::schars:
       unpack_chars(wire, data, type.count);
-      break;
+      return wire + type.wire_size;
     case wire_kind::fixed_text:
     case wire_kind::opaque:
       std::memcpy(data, wire, type.count);
-      break;
+      return wire + type.wire_size;
     case wire_kind::vector:
-      for (std::uint32_t i = 0; i < type.count; ++i) {
-        wire = unpack(wire, data + std::size_t{i} * type.item->size, *type.item);
-      }
-      return wire;
+      return unpack_items(wire, data, type);
     case wire_kind::record:
-      return unpack_record(wire, data, *type.target);
-    default:
-      break;  // of variable size, or nothing
+      return unpack_fields(wire, data, type.target->fields,
+                           type.target->fields + type.target->field_count);
+    default:  // of variable size, or nothing
+      return wire;
   }
-  return wire + type.wire_size;
 }
 
 std::uint32_t unpack_run(XDR* xdrs, char* base, const record_type& record, std::uint32_t begin,
@@ -250,11 +257,10 @@ std::uint32_t unpack_run(XDR* xdrs, char* base, const record_type& record, std::
   if (size == 0 || size > INT32_MAX) return 0;
   const char* wire = XDR_INLINE(xdrs, static_cast<std::int32_t>(size));
   if (wire == nullptr) return 0;
-  std::uint32_t i = begin;
-  for (; i < end && record.fields[i].type.wire_size != variable_size; ++i) {
-    wire = unpack(wire, base + record.fields[i].offset, record.fields[i].type);
-  }
-  return i - begin;
+  std::uint32_t behind = begin;
+  while (behind < end && record.fields[behind].run_wire != 0) ++behind;
+  unpack_fields(wire, base, record.fields + begin, record.fields + behind);
+  return behind - begin;
 }
 
 }  // namespace kvrpc

@@ -20,31 +20,36 @@ class owned_tree {
   json_node* root_;
 };
 
-// Parses, vets and runs one call; the call status. `result` receives the result's text.
+// Parses, vets and runs one call; the call status. With status 0 the result's text stands behind
+// what `root` held.
 int run_call(const program_table& program, CLIENT* clnt, const char* text, verify_function verify,
-             void* context, text_buffer& result) {
+             void* context, text_buffer& root) {
   const owned_tree tree(json_parse(text));
   if (tree.get() == nullptr) return CALL_UNPARSABLE;
   const json_node* node = tree.get()->child;
   if (tree.get()->type != JSON_OBJECT || node == nullptr) return CALL_MALFORMED;
   if (verify != nullptr && verify(node->key, context) == 0) return CALL_REFUSED;
   const procedure* target = find_procedure(program, node->key);
-  return target != nullptr ? run_stub(clnt, *target, node, result) : CALL_UNKNOWN;
+  return target != nullptr ? run_stub(clnt, *target, node, root) : CALL_UNKNOWN;
+}
+
+// Puts the envelope of a failed call in the place of the one that was opened for a result.
+bool close_envelope(CLIENT* clnt, int status, text_buffer& root) {
+  if (status == CALL_OK) return root.append('}');
+  root.clear();
+  return fill_envelope(clnt, status, root) != 0;
 }
 
 // The dispatcher of all six programs, which differ in their tables alone. The reply text, or null
-// with status 7. The envelope has its memory before anything is sent.
+// with status 7. The envelope has its memory before anything is sent, and the result is written
+// straight into it.
 char* dispatch(const program_table& program, CLIENT* clnt, const char* text, int* status,
                verify_function verify, void* context) {
-  constexpr std::size_t common_reply = 256;
   text_buffer root;
-  text_buffer result;
-  if (root.reserve(common_reply) != nullptr) {
-    *status = run_call(program, clnt, text, verify, context, result);
-    if (fill_envelope(clnt, *status, result, root)) {
-      char* reply = root.release();
-      if (reply != nullptr) return reply;
-    }
+  if (fill_envelope(clnt, CALL_OK, root)) {
+    *status = run_call(program, clnt, text, verify, context, root);
+    char* const reply = close_envelope(clnt, *status, root) ? root.release() : nullptr;
+    if (reply != nullptr) return reply;
   }
   *status = CALL_NO_MEMORY;
   return nullptr;

@@ -1,17 +1,12 @@
 #include "bridge/text_sink.h"
 
 #include "bridge/base64.h"
+#include "bridge/json_forms.h"
 #include "bridge/uc2.h"
 
 namespace kvrpc {
 
 namespace {
-
-// The bytes that stand for one ISO byte inside a JSON string; a size of 0 drops it.
-struct json_form {
-  char bytes[3];
-  std::uint8_t size;
-};
 
 struct json_form_table {
   json_form forms[256];
@@ -53,29 +48,8 @@ json_form_table make_json_forms() {
   return table;
 }
 
-const json_form_table& json_forms() {
-  static const json_form_table table = make_json_forms();
-  return table;
-}
-
-constexpr std::uint64_t every_byte(unsigned value) { return 0x0101010101010101u * value; }
-
-// Which bytes of a word are below 0x20, a quote, a backslash, or above 0x7F; zero when none is.
-std::uint64_t special_bytes(std::uint64_t word) {
-  const std::uint64_t quote = word ^ every_byte('"');
-  const std::uint64_t backslash = word ^ every_byte('\\');
-  const std::uint64_t found =
-      (word - every_byte(0x20)) | (quote - every_byte(1)) | (backslash - every_byte(1)) | word;
-  return found & every_byte(0x80);
-}
-
-char* write_form(char* place, const json_form& form) {
-  std::memcpy(place, form.bytes, sizeof form.bytes);
-  return place + form.size;
-}
-
 char* write_forms(char* place, const char* bytes, std::size_t size) {
-  const json_form* forms = json_forms().forms;
+  const json_form* forms = json_forms();
   for (std::size_t i = 0; i < size; ++i) {
     place = write_form(place, forms[static_cast<unsigned char>(bytes[i])]);
   }
@@ -83,6 +57,11 @@ char* write_forms(char* place, const char* bytes, std::size_t size) {
 }
 
 }  // namespace
+
+const json_form* json_forms() {
+  static const json_form_table table = make_json_forms();
+  return table.forms;
+}
 
 int text_sink::number(double value) {
   json_node node{};
@@ -98,10 +77,9 @@ int text_sink::iso_text(const char* bytes, std::size_t size) {
   char* place = start;
   *place++ = '"';
   for (; size >= 8; bytes += 8, size -= 8) {
-    std::uint64_t word;
-    std::memcpy(&word, bytes, 8);
-    if (special_bytes(word) == 0) {
-      std::memcpy(place, &word, 8);
+    const std::uint64_t word = load_word(bytes);
+    if (plain_bytes(word) == 8) {
+      store_word(place, word);
       place += 8;
     } else {
       place = write_forms(place, bytes, 8);

@@ -46,6 +46,9 @@ class text_sink {
     first_ = false;
     return 1;
   }
+  // Writes the members from `begin` on that are scalars or fixed texts with their NUL, in one go,
+  // and returns the index of the first member that is none. A sink may write none of them.
+  std::uint32_t plain_members(const char* base, const record_type& record, std::uint32_t begin);
   int end_object() { return end('}'); }
 
   int begin_array() { return begin('['); }

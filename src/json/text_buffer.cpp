@@ -16,6 +16,12 @@ text_buffer::~text_buffer() {
   if (begin_ != nullptr) json_hooks().release(begin_);
 }
 
+void text_buffer::clear() {
+  end_ = begin_;
+  limit_ = block_end_;
+  failed_ = false;
+}
+
 bool text_buffer::fail() {
   failed_ = true;
   limit_ = end_;  // sends every later reserve() to grow()
@@ -37,7 +43,7 @@ char* text_buffer::grow(std::size_t count) {
   }
   begin_ = moved;
   end_ = moved + used;
-  limit_ = moved + block;
+  limit_ = block_end_ = moved + block;
   return end_;
 }
 
@@ -45,7 +51,7 @@ char* text_buffer::release() {
   if (reserve(0) == nullptr || failed_) return nullptr;
   *end_ = '\0';
   char* text = begin_;
-  begin_ = end_ = limit_ = nullptr;
+  begin_ = end_ = limit_ = block_end_ = nullptr;
   return text;
 }
 

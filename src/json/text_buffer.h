@@ -41,6 +41,9 @@ class text_buffer {
   const char* data() const { return begin_; }
   bool failed() const { return failed_; }
 
+  // Forgets the text and an earlier failure; the memory stays.
+  void clear();
+
   // Marks the buffer failed, for a writer that has no text for its value; false.
   bool fail();
 
@@ -52,7 +55,8 @@ class text_buffer {
 
   char* begin_ = nullptr;
   char* end_ = nullptr;
-  char* limit_ = nullptr;  // behind the block; the text always ends before it, for the NUL
+  char* limit_ = nullptr;      // behind the block; the text always ends before it, for the NUL
+  char* block_end_ = nullptr;  // where limit_ stands unless the buffer has failed
   bool failed_ = false;
 };
 

@@ -80,9 +80,30 @@ struct record_field {
   // Computed by the record's table.
   std::uint32_t offset = 0;
   std::uint32_t run_wire = 0;  // wire bytes of this and the fields behind it that have a fixed size
+  std::uint32_t run_text = 0;  // most bytes of JSON text of this and the plain fields behind it
   std::uint32_t label_size = 0;
   char label[32] = {};  // `"key":`
 };
+
+// A comma and the whole place of a label.
+constexpr std::uint32_t label_room = 1 + sizeof(record_field::label);
+
+// The most bytes that the JSON text of a plain value takes: a scalar or a fixed text. 0 for others.
+constexpr std::uint32_t plain_text_room(const wire_type& type) {
+  switch (type.kind) {
+    case wire_kind::long_:
+    case wire_kind::int_:
+    case wire_kind::u_long_:
+    case wire_kind::short_:
+    case wire_kind::bool_:
+      return 12;
+    case wire_kind::chars:
+    case wire_kind::schars:
+      return 3 * type.count + 16;
+    default:
+      return 0;
+  }
+}
 
 struct record_type {
   const char* name;
@@ -181,10 +202,14 @@ struct structure : record_type {
   }
 
   constexpr void sum_runs() {
-    std::uint32_t run = 0;
+    std::uint32_t wire = 0;
+    std::uint32_t text = 0;
     for (std::size_t i = N; i-- > 0;) {
-      run = table[i].type.wire_size == variable_size ? 0 : run + table[i].type.wire_size;
-      table[i].run_wire = run;
+      const std::uint32_t room = plain_text_room(table[i].type);
+      wire = table[i].type.wire_size == variable_size ? 0 : wire + table[i].type.wire_size;
+      text = room == 0 ? 0 : text + label_room + room;
+      table[i].run_wire = wire;
+      table[i].run_text = text;
     }
   }
 

@@ -29,10 +29,9 @@ rpc_err failure_of(std::int32_t status, std::int32_t first = 77, std::int32_t se
 std::string envelope_of(int status, const rpc_err& failure = {}, const char* result = "[1, 2]") {
   fake_client client;
   client.failure = failure;
-  text_buffer value;
-  value.append(result, std::strlen(result));
   text_buffer root;
-  EXPECT_NE(fill_envelope(client.handle(), status, value, root), 0);
+  EXPECT_NE(fill_envelope(client.handle(), status, root), 0);
+  if (status == CALL_OK) root.append((std::string(result) + "}").c_str(), std::strlen(result) + 1);
   return std::string(root.data(), root.size());
 }
 

@@ -1,0 +1,172 @@
+// The floor under a call: a server that answers with prepared bytes, and a client that sends and
+// receives the same bytes as a real call and decodes nothing.
+//
+//   bench_floor serve REPLIES        answers each call of procedure N with line N of the file,
+//                                    which holds the results in hex; prints its port; ends when
+//                                    its standard input does
+//   bench_floor call PORT CALL SIZE  reads numbers of calls from standard input; for each prints
+//                                    the nanoseconds that so many calls took. CALL is the file of
+//                                    one call record in hex, SIZE the bytes of a reply record.
+//
+// Loopback only. bench/calls.py drives both.
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using bytes = std::vector<unsigned char>;
+
+constexpr std::size_t mark_size = 4;
+constexpr std::size_t procedure_offset = mark_size + 20;
+constexpr std::size_t reply_header_size = mark_size + 24;
+constexpr std::size_t receive_size = 256 * 1024;
+
+[[noreturn]] void fail(const char* what) {
+  std::perror(what);
+  std::exit(1);
+}
+
+bytes from_hex(const std::string& text) {
+  bytes out;
+  for (std::size_t i = 0; i + 1 < text.size(); i += 2) {
+    out.push_back(static_cast<unsigned char>(std::stoi(text.substr(i, 2), nullptr, 16)));
+  }
+  return out;
+}
+
+std::vector<std::string> lines_of(const char* path) {
+  std::ifstream file(path);
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(file, line);) lines.push_back(line);
+  return lines;
+}
+
+std::uint32_t unit_at(const unsigned char* place) {
+  std::uint32_t unit;
+  std::memcpy(&unit, place, sizeof unit);
+  return ntohl(unit);
+}
+
+void put_unit(unsigned char* place, std::uint32_t value) {
+  const std::uint32_t unit = htonl(value);
+  std::memcpy(place, &unit, sizeof unit);
+}
+
+void send_all(int sock, const bytes& record) {
+  for (std::size_t sent = 0; sent < record.size();) {
+    const ssize_t part = send(sock, record.data() + sent, record.size() - sent, MSG_NOSIGNAL);
+    if (part <= 0) fail("send");
+    sent += static_cast<std::size_t>(part);
+  }
+}
+
+// A whole reply record around the results: one fragment, accepted, no verifier, success.
+bytes reply_record(const bytes& results) {
+  bytes record(reply_header_size, 0);
+  put_unit(record.data(), 0x80000000u | static_cast<std::uint32_t>(24 + results.size()));
+  put_unit(record.data() + mark_size + 4, 1);
+  record.insert(record.end(), results.begin(), results.end());
+  return record;
+}
+
+// Answers the calls that arrive whole and at once, as this client's do.
+void serve_connection(int sock, std::vector<bytes>& replies) {
+  bytes call(receive_size);
+  for (;;) {
+    const ssize_t got = recv(sock, call.data(), call.size(), 0);
+    if (got <= 0) return;
+    if (static_cast<std::size_t>(got) < procedure_offset + 4) fail("a call in pieces");
+    bytes& reply = replies.at(unit_at(call.data() + procedure_offset));
+    std::memcpy(reply.data() + mark_size, call.data() + mark_size, 4);
+    send_all(sock, reply);
+  }
+}
+
+int listen_on_loopback() {
+  const int sock = socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t size = sizeof address;
+  auto* any = reinterpret_cast<sockaddr*>(&address);
+  if (bind(sock, any, size) != 0 || listen(sock, 8) != 0) fail("listen");
+  if (getsockname(sock, any, &size) != 0) fail("getsockname");
+  std::printf("%d\n", ntohs(address.sin_port));
+  std::fflush(stdout);
+  return sock;
+}
+
+// One process a connection, until standard input ends.
+int serve(const char* path) {
+  std::vector<bytes> replies;
+  for (const std::string& line : lines_of(path)) replies.push_back(reply_record(from_hex(line)));
+  const int listener = listen_on_loopback();
+  pollfd waits[] = {{STDIN_FILENO, POLLIN, 0}, {listener, POLLIN, 0}};
+  std::vector<pid_t> children;
+  while (poll(waits, 2, -1) > 0 && waits[0].revents == 0) {
+    const int sock = accept(listener, nullptr, nullptr);
+    const pid_t child = fork();
+    if (child == 0) {
+      serve_connection(sock, replies);
+      _exit(0);
+    }
+    close(sock);
+  }
+  return 0;
+}
+
+void call_once(int sock, bytes& call, bytes& room, std::size_t reply_size, std::uint32_t id) {
+  put_unit(call.data() + mark_size, id);
+  send_all(sock, call);
+  for (std::size_t got = 0; got < reply_size;) {
+    pollfd wait = {sock, POLLIN, 0};
+    if (poll(&wait, 1, 25000) != 1) fail("poll");
+    const ssize_t part = recv(sock, room.data(), room.size(), 0);
+    if (part <= 0) fail("recv");
+    got += static_cast<std::size_t>(part);
+  }
+}
+
+int call(const char* port, const char* call_path, const char* reply_size_text) {
+  const int sock = socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(static_cast<std::uint16_t>(std::atoi(port)));
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  if (connect(sock, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) fail("connect");
+  bytes record = from_hex(lines_of(call_path).at(0));
+  bytes room(receive_size);
+  const auto reply_size = static_cast<std::size_t>(std::atoll(reply_size_text));
+  std::uint32_t id = 0;
+  for (int count = 0; std::scanf("%d", &count) == 1;) {
+    const auto start = std::chrono::steady_clock::now();
+    for (int i = 0; i < count; ++i) call_once(sock, record, room, reply_size, ++id);
+    const auto took = std::chrono::steady_clock::now() - start;
+    std::printf("%lld\n", static_cast<long long>(
+                              std::chrono::duration_cast<std::chrono::nanoseconds>(took).count()));
+    std::fflush(stdout);
+  }
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc == 3 && std::strcmp(argv[1], "serve") == 0) return serve(argv[2]);
+  if (argc == 5 && std::strcmp(argv[1], "call") == 0) return call(argv[2], argv[3], argv[4]);
+  std::puts("bench_floor: driven by bench/calls.py");
+  return 0;
+}
