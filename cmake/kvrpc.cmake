@@ -46,14 +46,25 @@ endfunction()
 set(KVRPC_WRAPPED_HEAP
   -Wl,--wrap=malloc -Wl,--wrap=calloc -Wl,--wrap=realloc -Wl,--wrap=free)
 
+# kvrpc_find_googletest(): the target GTest::gtest_main; built from its sources for another platform.
+function(kvrpc_find_googletest)
+  if(NOT CMAKE_CROSSCOMPILING)
+    find_package(GTest REQUIRED)
+  elseif(NOT TARGET GTest::gtest_main)
+    set(BUILD_GMOCK OFF CACHE INTERNAL "")
+    set(INSTALL_GTEST OFF CACHE INTERNAL "")
+    add_subdirectory(/usr/src/googletest googletest EXCLUDE_FROM_ALL)
+  endif()
+endfunction()
+
 # kvrpc_unit_tests(NAME): tests/unit/NAME as one GoogleTest program over kvrpc_NAME. ctest runs it in
 # two halves, so that two processors are busy and a test still costs no process of its own.
 function(kvrpc_unit_tests name)
-  file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/tests/unit/${name}/*.cpp)
+  kvrpc_sources(sources ${CMAKE_SOURCE_DIR}/tests/unit/${name})
   if(NOT sources)
     return()
   endif()
-  find_package(GTest REQUIRED)
+  kvrpc_find_googletest()
   add_executable(${name}_test ${sources} ${CMAKE_SOURCE_DIR}/tests/unit/support/failing_heap.cpp)
   target_include_directories(${name}_test PRIVATE ${CMAKE_SOURCE_DIR}/tests/unit)
   target_link_libraries(${name}_test PRIVATE kvrpc_${name} kvrpc_flags GTest::gtest_main)
@@ -67,21 +78,36 @@ function(kvrpc_unit_tests name)
   endforeach()
 endfunction()
 
-# kvrpc_module(): the extension module for KVRPC_PYTHON, importable from <build>/lib.
-function(kvrpc_module)
-  execute_process(
-    COMMAND ${KVRPC_PYTHON} -c "import sysconfig; print(sysconfig.get_path('include'), sysconfig.get_config_var('EXT_SUFFIX'), sep=';')"
-    OUTPUT_VARIABLE facts OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+# kvrpc_python(): the target kvrpc_python with what the module compiles and links with, and its suffix
+# as KVRPC_SUFFIX. An interpreter of another platform cannot be asked.
+function(kvrpc_python)
+  if(CMAKE_CROSSCOMPILING)
+    get_filename_component(home ${KVRPC_PYTHON} DIRECTORY)
+    set(facts ${home}/include .cp39-win32.pyd)
+    set(library ${home}/libs/python39.lib)
+  else()
+    execute_process(
+      COMMAND ${KVRPC_PYTHON} -c "import sysconfig; print(sysconfig.get_path('include'), sysconfig.get_config_var('EXT_SUFFIX'), sep=';')"
+      OUTPUT_VARIABLE facts OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+  endif()
   list(GET facts 0 include_dir)
   list(GET facts 1 suffix)
+  set(KVRPC_SUFFIX ${suffix} PARENT_SCOPE)
+  add_library(kvrpc_python INTERFACE)
+  target_include_directories(kvrpc_python SYSTEM INTERFACE ${include_dir})
+  target_link_libraries(kvrpc_python INTERFACE ${library})
+endfunction()
+
+# kvrpc_module(): the extension module for KVRPC_PYTHON, importable from <build>/lib.
+function(kvrpc_module)
   kvrpc_sources(sources ${CMAKE_SOURCE_DIR}/src/module)
   if(NOT sources)
     return()
   endif()
+  kvrpc_python()
   add_library(kvrpc MODULE ${sources})
-  target_include_directories(kvrpc SYSTEM PRIVATE ${include_dir})
-  target_link_libraries(kvrpc PRIVATE kvrpc_bridge kvrpc_directory kvrpc_flags)
-  set_target_properties(kvrpc PROPERTIES PREFIX "" SUFFIX "${suffix}"
+  target_link_libraries(kvrpc PRIVATE kvrpc_bridge kvrpc_directory kvrpc_flags kvrpc_python)
+  set_target_properties(kvrpc PROPERTIES PREFIX "" SUFFIX "${KVRPC_SUFFIX}"
     LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
   configure_file(${CMAKE_SOURCE_DIR}/src/module/kvrpc.pyi ${CMAKE_BINARY_DIR}/lib/kvrpc.pyi COPYONLY)
   if(NOT KVRPC_SANITIZE)
