@@ -166,9 +166,35 @@ const char* unpack_items(const char* wire, char* data, const wire_type& type) {
   return wire;
 }
 
+// A scalar; false for any other type.
+inline bool unpack_scalar(const char* wire, char* data, wire_kind kind) {
+  switch (kind) {
+    case wire_kind::long_:
+    case wire_kind::int_:
+    case wire_kind::u_long_:
+      store(data, xdr_load_unit(wire));
+      return true;
+    case wire_kind::short_:
+      store(data, static_cast<std::uint16_t>(xdr_load_unit(wire)));
+      return true;
+    case wire_kind::bool_:
+      store<std::int32_t>(data, xdr_load_unit(wire) != 0 ? 1 : 0);
+      return true;
+    default:
+      return false;
+  }
+}
+
 const char* unpack_fields(const char* wire, char* base, const record_field* field,
                           const record_field* end) {
-  for (; field != end; ++field) wire = unpack(wire, base + field->offset, field->type);
+  for (; field != end && field->type.wire_size != variable_size; ++field) {
+    char* const data = base + field->offset;
+    if (unpack_scalar(wire, data, field->type.kind)) {
+      wire += 4;
+    } else {
+      wire = unpack(wire, data, field->type);
+    }
+  }
   return wire;
 }
 
@@ -221,33 +247,24 @@ bool_t xdr_array_of(XDR* xdrs, char* block, const record_type& record) {
 
 const char* unpack(const char* wire, char* data, const wire_type& type) {
   switch (type.kind) {
-    case wire_kind::long_:
-    case wire_kind::int_:
-    case wire_kind::u_long_:
-      store(data, xdr_load_unit(wire));
-      return wire + 4;
-    case wire_kind::short_:
-      store(data, static_cast<std::uint16_t>(xdr_load_unit(wire)));
-      return wire + 4;
-    case wire_kind::bool_:
-      store<std::int32_t>(data, xdr_load_unit(wire) != 0 ? 1 : 0);
-      return wire + 4;
     case wire_kind::chars:
     case wire_kind::schars:
       unpack_chars(wire, data, type.count);
-      return wire + type.wire_size;
+      break;
     case wire_kind::fixed_text:
     case wire_kind::opaque:
       std::memcpy(data, wire, type.count);
-      return wire + type.wire_size;
+      break;
     case wire_kind::vector:
       return unpack_items(wire, data, type);
     case wire_kind::record:
       return unpack_fields(wire, data, type.target->fields,
                            type.target->fields + type.target->field_count);
-    default:  // of variable size, or nothing
-      return wire;
+    default:
+      unpack_scalar(wire, data, type.kind);
+      break;
   }
+  return wire + type.wire_size;
 }
 
 std::uint32_t unpack_run(XDR* xdrs, char* base, const record_type& record, std::uint32_t begin,
@@ -257,9 +274,9 @@ std::uint32_t unpack_run(XDR* xdrs, char* base, const record_type& record, std::
   if (size == 0 || size > INT32_MAX) return 0;
   const char* wire = XDR_INLINE(xdrs, static_cast<std::int32_t>(size));
   if (wire == nullptr) return 0;
+  unpack_fields(wire, base, record.fields + begin, record.fields + end);
   std::uint32_t behind = begin;
   while (behind < end && record.fields[behind].run_wire != 0) ++behind;
-  unpack_fields(wire, base, record.fields + begin, record.fields + behind);
   return behind - begin;
 }
 

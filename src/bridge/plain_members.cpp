@@ -39,7 +39,6 @@ std::uint64_t load_field_word(const char* text, std::uint32_t size, std::uint32_
 
 // A text in a field of `size` bytes, or null when no NUL ends it there.
 char* write_fixed_text(char* place, const char* text, std::uint32_t size) {
-  const json_form* const forms = json_forms();
   *place++ = '"';
   for (std::uint32_t from = 0; from < size;) {
     const std::uint64_t word = load_field_word(text, size, from);
@@ -54,7 +53,7 @@ char* write_fixed_text(char* place, const char* text, std::uint32_t size) {
       *place = '"';
       return place + 1;
     }
-    place = write_form(place, forms[special]);
+    place = write_form(place, json_forms()[special]);
     ++from;
   }
   return nullptr;
@@ -80,6 +79,15 @@ char* write_plain(char* place, const char* data, const wire_type& type) {
   }
 }
 
+// A whole member, the comma before it included. The whole place of a label is copied, which costs
+// less than copying its exact size.
+char* write_member(char* place, const char* base, const record_field& field, bool first) {
+  *place = ',';
+  if (!first) ++place;
+  std::memcpy(place, field.label, sizeof field.label);
+  return write_plain(place + field.label_size, base + field.offset, field.type);
+}
+
 }  // namespace
 
 std::uint32_t text_sink::plain_members(const char* base, const record_type& record,
@@ -90,16 +98,14 @@ std::uint32_t text_sink::plain_members(const char* base, const record_type& reco
   if (start == nullptr) return begin;
   const record_field* const end = record.fields + record.field_count;
   char* place = start;
+  bool first = first_;
   for (; field != end && field->run_text != 0; ++field) {
-    // The whole place of a label is copied, which costs less than copying its exact size.
-    *place = ',';
-    char* const label = place + (first_ ? 0 : 1);
-    std::memcpy(label, field->label, sizeof field->label);
-    char* const behind = write_plain(label + field->label_size, base + field->offset, field->type);
+    char* const behind = write_member(place, base, *field, first);
     if (behind == nullptr) break;
-    first_ = false;
     place = behind;
+    first = false;
   }
+  first_ = first;
   out_.commit(static_cast<std::size_t>(place - start));
   return static_cast<std::uint32_t>(field - record.fields);
 }
