@@ -9,6 +9,8 @@ namespace {
 
 // ---- the operations of a closed handle
 
+constexpr std::int32_t no_socket = 10038;  // what sending on a closed socket gives
+
 std::int32_t closed_call(CLIENT*, std::uint32_t, xdrproc_t, void*, xdrproc_t, void*, rpc_timeval) {
   return RPC_CANTSEND;
 }
@@ -16,7 +18,7 @@ std::int32_t closed_call(CLIENT*, std::uint32_t, xdrproc_t, void*, xdrproc_t, vo
 void closed_geterr(CLIENT*, rpc_err* error) {
   *error = rpc_err{};
   error->re_status = RPC_CANTSEND;
-  error->re_errno = RPC_ENOTSOCK;
+  error->re_errno = no_socket;
 }
 
 void closed_nothing(CLIENT*) {}

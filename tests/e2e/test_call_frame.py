@@ -5,9 +5,7 @@ import json
 import pytest
 
 UNPARSABLE = b'{"status":6,"message":"can not parse json object"}'
-MALFORMED = (
-    b'{"status":5,"message":"malformed json call: format is {\\"function\\":arg}"}'
-)
+MALFORMED = b'{"status":5,"message":"malformed json call: format is {\\"function\\":arg}"}'
 UNKNOWN = b'{"status":4,"message":"unknown function"}'
 REFUSED = b'{"status":9,"message":"call is not allowed"}'
 CANNOT_ENCODE = b'{"status":1,"message":"can not json encode arg"}'

@@ -46,9 +46,7 @@ def test_a_handler_that_raises_ends_the_call_without_a_second_attempt(
     assert allow.names == ["l_version_1"]
 
 
-def test_the_client_is_usable_at_once_after_a_handler_raised(
-    module, lambda_peer, allow, on_alarm
-):
+def test_the_client_is_usable_at_once_after_a_handler_raised(module, lambda_peer, allow, on_alarm):
     peer = lambda_peer("hang", "hang", "answer")
     client = module.RpcClient("lambda")
     for _ in range(2):
@@ -109,9 +107,7 @@ def test_a_handler_that_calls_the_same_client_gets_a_connection_of_its_own(
     client.close()
 
 
-def test_a_handler_that_calls_another_client_disturbs_nothing(
-    module, lambda_peer, allow, on_alarm
-):
+def test_a_handler_that_calls_another_client_disturbs_nothing(module, lambda_peer, allow, on_alarm):
     lambda_peer("slow", "answer")
     client, other = module.RpcClient("lambda"), module.RpcClient("lambda")
     replies = []

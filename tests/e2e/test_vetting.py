@@ -156,7 +156,8 @@ def test_a_failing_vetting_prints_its_traceback_and_the_report(run_script):
         '  File "<string>", line 8, in verify_call',
         "LookupError: asked for l_version_1",
     ]
-    assert done.stderr.splitlines() == [
+    lines = [line for line in done.stderr.splitlines() if not line.startswith("    ")]
+    assert lines == [  # newer interpreters quote the source as well
         *traceback,
         "Exception ignored in: 'kvrpc.eval_verify'",
         *traceback,
