@@ -30,29 +30,29 @@ def print_book(alpha: Server) -> None:
 
 
 def main() -> None:
-    alpha = Server("alpha")
-    alpha.call("a_put_tebu_1", {**OWNER, "data": {"tbuchid": BOOK, "comment": "Kundschaft"}})
-    for customer in CUSTOMERS:
-        put_entry(alpha, *customer)
-    print_book(alpha)
+    with Server("alpha") as alpha:
+        alpha.call("a_put_tebu_1", {**OWNER, "data": {"tbuchid": BOOK, "comment": "Kundschaft"}})
+        for customer in CUSTOMERS:
+            put_entry(alpha, *customer)
+        print_book(alpha)
 
-    print("-- a new number for kontor, and mühle leaves")
-    put_entry(alpha, "kontor", "Kontor Lüders", "+49 451 5550888", "0451 5550888")
-    alpha.call("a_del_tebul_1", {**OWNER, "tbuchid": BOOK, "telid": "mühle"})
-    print_book(alpha)
+        print("-- a new number for kontor, and mühle leaves")
+        put_entry(alpha, "kontor", "Kontor Lüders", "+49 451 5550888", "0451 5550888")
+        alpha.call("a_del_tebul_1", {**OWNER, "tbuchid": BOOK, "telid": "mühle"})
+        print_book(alpha)
 
-    print(f"-- the group {GROUP}")
-    alpha.call("a_put_tgroup_1", {**OWNER, "data": {"groupid": GROUP, "comment": "im Norden"}})
-    for name in ("hafen", "kontor"):
-        alpha.call("a_put_tgroupl_1", {**OWNER, "data": {
-            "groupid": GROUP, "tbuchid": BOOK, "telid": name}})
-    members = alpha.call("a_get_tgroupl_ll_1", {**OWNER, "groupid": GROUP})
-    print("  members:", ", ".join(node["data"]["telid"] for node in chain(members["first"])))
+        print(f"-- the group {GROUP}")
+        alpha.call("a_put_tgroup_1", {**OWNER, "data": {"groupid": GROUP, "comment": "im Norden"}})
+        for name in ("hafen", "kontor"):
+            alpha.call("a_put_tgroupl_1", {**OWNER, "data": {
+                "groupid": GROUP, "tbuchid": BOOK, "telid": name}})
+        members = alpha.call("a_get_tgroupl_ll_1", {**OWNER, "groupid": GROUP})
+        print("  members:", ", ".join(node["data"]["telid"] for node in chain(members["first"])))
 
-    found = alpha.call("a_lookup_tsi_1", {"tsi": "+49 451 5550888", "phonedir": BOOK})
-    print(f"+49 451 5550888 is {found['data']['comment']}")
-    alpha.call("a_del_tgroup_1", {**OWNER, "groupid": GROUP})
-    alpha.call("a_del_tebu_1", {**OWNER, "tbuchid": BOOK})
+        found = alpha.call("a_lookup_tsi_1", {"tsi": "+49 451 5550888", "phonedir": BOOK})
+        print(f"+49 451 5550888 is {found['data']['comment']}")
+        alpha.call("a_del_tgroup_1", {**OWNER, "groupid": GROUP})
+        alpha.call("a_del_tebu_1", {**OWNER, "tbuchid": BOOK})
 
 
 if __name__ == "__main__":

@@ -32,9 +32,7 @@ def add_user(omega: Server, name: str, full_name: str, deputy: str) -> None:
     print(f"user {name} added: {added}")
 
 
-def main() -> None:
-    omega, alpha = Server("omega"), Server("alpha")
-    print_users(omega)
+def change_users(omega: Server, alpha: Server) -> None:
     add_user(omega, "weber", "Änne Weber", "meier")
     add_user(omega, "meier", "Ida Meier", "schulz")
     omega.call("o_put_groupl_1", {"groupid": "vertrieb", "alphaid": HOST, "userid": "weber"})
@@ -42,18 +40,32 @@ def main() -> None:
     group = alpha.call("a_get_group_1", "vertrieb")
     print("vertrieb:", ", ".join(node["data"]["name"] for node in chain(group["first"])))
 
+
+def change_lines(omega: Server, alpha: Server) -> None:
     line = {"lineid": "fax2", "thetaid": HOST, "alphaid": HOST, "typid": "g3", "linenr": 2,
             "localtsi": "+49 30 5550102", "comment": "Leitung 2", "csi": "BEISPIEL"}
-    print("line fax2 added: error", omega.call("o_put_faxl_new_1", {"selection": 1, "v1": line}))
+    error = omega.call("o_put_faxl_new_1", {"selection": 1, "v1": line})
+    print(f"line fax2 added: error {error}")
     omega.call("o_put_route_1", {"routeid": "eingang2", "comment": "an Weber", "lineid": "fax2",
                                  "alphaid": HOST, "userid": "weber"})
     print_lines(omega)
     target = alpha.call("a_apply_route_1", {"lineid": "fax2", "absender": "Werft Nord"})
     print(f"a fax on fax2 goes to {target['userid']}")
 
+
+def clean_up(omega: Server) -> None:
     omega.call("o_del_route_1", "eingang2")
     print("line fax2 deleted:", omega.call("o_del_faxl_1", "fax2"))
-    print("user weber deleted:", omega.call("o_del_user_1", {"alphaid": HOST, "userid": "weber"}))
+    gone = omega.call("o_del_user_1", {"alphaid": HOST, "userid": "weber"})
+    print("user weber deleted:", gone)
+
+
+def main() -> None:
+    with Server("omega") as omega, Server("alpha") as alpha:
+        print_users(omega)
+        change_users(omega, alpha)
+        change_lines(omega, alpha)
+        clean_up(omega)
 
 
 if __name__ == "__main__":

@@ -4,7 +4,7 @@ import time
 from typing import Any, Dict
 
 from common import Server, run
-from status import main as print_status
+from status import print_status
 
 GATEWAY = "mail"
 LOG_FILE = "/var/log/lambda.log"
@@ -45,26 +45,26 @@ def read_file(control: Server, name: str) -> str:
 
 
 def main() -> None:
-    print_status()
-    control = Server("lambda")
-    print("\n-- processes")
-    print_processes(control)
+    with Server("lambda") as control:
+        print_status(control)
+        print("\n-- processes")
+        print_processes(control)
 
-    print(f"\n-- stop the gateway {GATEWAY}")
-    print("stopped:", control.call("l_stopgateway_1", GATEWAY))
-    print_status()
+        print(f"\n-- stop the gateway {GATEWAY}")
+        print("stopped:", control.call("l_stopgateway_1", GATEWAY))
+        print_status(control)
 
-    print("\n-- start it again, then one that does not exist")
-    print("started:", control.call("l_startgateway_1", GATEWAY))
-    print("started:", control.call("l_startgateway_1", "telegraph"))
-    print_status()
+        print("\n-- start it again, then one that does not exist")
+        print("started:", control.call("l_startgateway_1", GATEWAY))
+        print("started:", control.call("l_startgateway_1", "telegraph"))
+        print_status(control)
 
-    print("\n-- the last records of the log")
-    write_log(control, "Grüße vom Beispiel")
-    print_log(control, 4)
+        print("\n-- the last records of the log")
+        write_log(control, "Grüße vom Beispiel")
+        print_log(control, 4)
 
-    print(f"\n-- the end of {LOG_FILE}")
-    print(read_file(control, LOG_FILE)[-140:].partition("\n")[2].rstrip())
+        print(f"\n-- the end of {LOG_FILE}")
+        print(read_file(control, LOG_FILE)[-140:].partition("\n")[2].rstrip())
 
 
 if __name__ == "__main__":

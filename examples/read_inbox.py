@@ -23,19 +23,19 @@ def read_page(alpha: Server, fax: int, page: int) -> str:
 
 
 def main() -> None:
-    alpha = Server("alpha")
-    login = log_in(alpha)
-    inbox = alpha.call("a_get_e_1", {"loginid": login, "selection": 0})
-    print(f"{inbox['anz']} in the inbox of {USER}")
-    faxes = [node["data"] for node in chain(inbox["first"])]
-    for fax in faxes:
-        stamp = time.strftime("%d.%m.%Y %H:%M", time.localtime(fax["empfzeit"]))
-        print(f"  {fax['faxid']:3}  {stamp}  {fax['absender']:20} {fax['seiten']} pages  "
-              f"{fax['comment']}")
-    for page in range(1, faxes[0]["seiten"] + 1) if faxes else ():
-        print(f"-- page {page}")
-        print(read_page(alpha, faxes[0]["faxid"], page), end="")
-    alpha.call("a_logout_1", {"userid": USER, "loginid": login})
+    with Server("alpha") as alpha:
+        login = log_in(alpha)
+        inbox = alpha.call("a_get_e_1", {"loginid": login, "selection": 0})
+        print(f"{inbox['anz']} in the inbox of {USER}")
+        faxes = [node["data"] for node in chain(inbox["first"])]
+        for fax in faxes:
+            stamp = time.strftime("%d.%m.%Y %H:%M", time.localtime(fax["empfzeit"]))
+            print(f"  {fax['faxid']:3}  {stamp}  {fax['absender']:20} {fax['seiten']} pages  "
+                  f"{fax['comment']}")
+        for page in range(1, faxes[0]["seiten"] + 1) if faxes else ():
+            print(f"-- page {page}")
+            print(read_page(alpha, faxes[0]["faxid"], page), end="")
+        alpha.call("a_logout_1", {"userid": USER, "loginid": login})
 
 
 if __name__ == "__main__":

@@ -59,18 +59,18 @@ def follow(alpha: Server, job: int) -> Dict[str, Any]:
 
 
 def main() -> None:
-    alpha = Server("alpha")
-    login = log_in(alpha)
-    print(f"{USER} is logged in, session {login}")
-    document = make_document(alpha, PAGES)
-    job = submit(alpha, document)
-    print(f"document {document} is job {job} to {NUMBER}")
-    record = follow(alpha, job)
-    print(f"{record['seitenok']} of {record['seiten']} pages, {record['dauer']} seconds")
-    print("its log:")
-    log = alpha.call("a_get_log_1", {"userid": USER, "topf": SENT, "faxid": job})
-    print("".join(f"  {line}\n" for line in log.splitlines()), end="")
-    alpha.call("a_logout_1", {"userid": USER, "loginid": login})
+    with Server("alpha") as alpha:
+        login = log_in(alpha)
+        print(f"{USER} is logged in, session {login}")
+        document = make_document(alpha, PAGES)
+        job = submit(alpha, document)
+        print(f"document {document} is job {job} to {NUMBER}")
+        record = follow(alpha, job)
+        print(f"{record['seitenok']} of {record['seiten']} pages, {record['dauer']} seconds")
+        print("its log:")
+        log = alpha.call("a_get_log_1", {"userid": USER, "topf": SENT, "faxid": job})
+        print("".join(f"  {line}\n" for line in log.splitlines()), end="")
+        alpha.call("a_logout_1", {"userid": USER, "loginid": login})
 
 
 if __name__ == "__main__":

@@ -18,12 +18,16 @@ def version_text(version: int) -> str:
     return f"{version // 10000}.{version // 100 % 100}.{version % 100}"
 
 
-def main() -> None:
-    control = Server("lambda")
+def print_status(control: Server) -> None:
     print(f"process control, version {version_text(control.call('l_version_1'))}")
     state = control.call("l_get_status_1")
     for title, key in PARTS:
         print(f"  {title:12} {STATES.get(state[key], state[key])}")
+
+
+def main() -> None:
+    with Server("lambda") as control:
+        print_status(control)
 
 
 if __name__ == "__main__":

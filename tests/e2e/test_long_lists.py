@@ -1,0 +1,54 @@
+"""A list of a hundred thousand send records: the right text, in time that grows with its length."""
+
+import os
+import time
+
+import pytest
+from servers import Started
+
+RECORD = (
+    '{"faxid":%d,"userid":"meier","prio":1,"status":3,"seiten":2,"comment":"für Köln",'
+    '"crezeit":1000000000,"sollzeit":1000000060,"nachtkz":true,"istzeit":1000000061,"dauer":40,'
+    '"seitenok":2,"nextzeit":0,"errstat":0,"sollrepc":3,"istrepc":1,"empftsi":"+49 221 5550",'
+    '"empfnr":"0221 5550","nettype":4,"res":-5}')
+
+
+@pytest.fixture
+def client(module, monkeypatch):
+    peer = Started("list_peer.py")
+    monkeypatch.setenv("KORVEXRPCPORT", str(peer.port))
+    made = module.RpcClient("alpha")
+    yield made
+    made.close()
+    peer.stop()
+
+
+def ask(client, allow, count):
+    """The reply, and the seconds that it took."""
+    start = time.perf_counter()
+    reply = client.call('{"a_get_s_1":{"loginid":%d}}' % count, allow)
+    return reply, time.perf_counter() - start
+
+
+def expected(count):
+    nodes = "".join('{"data":' + RECORD % number + ',"next":' for number in range(count))
+    return ('{"status":0,"message":"ok","result":{"anz":%d,"first":%snull%s}}'
+            % (count, nodes, "}" * count)).encode("utf-8")
+
+
+@pytest.mark.parametrize("count", [0, 1, 2, 1000, 100_000])
+def test_a_list_of_any_length_has_the_right_text(client, allow, count):
+    reply, _ = ask(client, allow, count)
+    assert len(reply) == len(expected(count))
+    assert reply == expected(count)
+
+
+@pytest.mark.slow
+@pytest.mark.skipif("KVRPC_SANITIZED" in os.environ, reason="the sanitizers' time is not ours")
+def test_time_grows_with_the_length_and_no_faster(client, allow):
+    """Well above what a quiet machine shows, so that only another order of growth fails here."""
+    ask(client, allow, 100_000)
+    short = min(ask(client, allow, 1000)[1] for _ in range(50)) / 1000
+    long = min(ask(client, allow, 100_000)[1] for _ in range(3)) / 100_000
+    print(f"{short * 1e6:.2f} us a record of 1,000, {long * 1e6:.2f} us a record of 100,000")
+    assert long < 4 * short
