@@ -16,7 +16,6 @@ from __future__ import annotations
 import contextlib
 import os
 import queue
-import signal
 import subprocess
 import sys
 import tempfile
@@ -63,11 +62,6 @@ class Simulator:
     def log(self) -> str:
         """What it has said about the calls so far."""
         return self._log.read_text(encoding="utf-8")
-
-    def interrupt(self) -> int:
-        """Stops it as Ctrl-C does and returns its exit code."""
-        self.process.send_signal(signal.SIGINT)
-        return self.process.wait(timeout=10)
 
     def stop(self) -> None:
         self.process.terminate()

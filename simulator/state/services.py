@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import calendar
 import time
+from datetime import datetime, timedelta
 from typing import Callable, Dict, List
 
 from simulator.state.journal import Journal
@@ -12,6 +13,7 @@ from simulator.state.shape import Row
 from simulator.state.table import Handler
 
 TIME_FORMAT = "%d.%m.%Y %H:%M:%S"
+EPOCH = datetime(1970, 1, 1)
 
 
 class Services:
@@ -28,7 +30,8 @@ class Services:
     def handlers(self) -> Dict[str, Handler]:
         return {
             "a_get_jetzt_1": lambda _: int(self._now()),
-            "a_zeitstring_1": lambda seconds: time.strftime(TIME_FORMAT, time.gmtime(seconds)),
+            "a_zeitstring_1": lambda seconds: (EPOCH + timedelta(seconds=seconds)).strftime(
+                TIME_FORMAT),
             "a_str2zeit_1": _seconds_of,
             "a_get_tzenv_1": lambda _: {"tzname": ["GMT", "GMT", ""]},
             "a_tra_str_1": lambda asked: asked["meta_zeile"],
