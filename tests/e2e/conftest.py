@@ -19,9 +19,11 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 LIBRARY = pathlib.Path(os.environ.get("KVRPC_LIB", ROOT / "build" / "lib")).resolve()
 
 sys.path.insert(0, str(LIBRARY))
+sys.path.insert(0, str(ROOT / "tests"))
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 
 from lambda_peer import Peer  # noqa: E402
+from peer import FaultPeer  # noqa: E402
 
 SETTINGS = (
     "ALPHAHOST OMEGAHOST LOCALHOST ZOLMHOST KORVEXRPCOFFSET RPCTRANSPORT KORVEXRPCPORT KORVEXRPCMAP"
@@ -116,6 +118,25 @@ def lambda_peer(monkeypatch):
         peers.append(peer)
         monkeypatch.setenv("KORVEXRPCPORT", str(peer.base_port))
         monkeypatch.setenv("ZOLMHOST", "127.0.0.1")
+        return peer
+
+    yield start
+    for peer in peers:
+        peer.stop()
+
+
+@pytest.fixture
+def fault_peer(monkeypatch):
+    """Starts a scripted peer in a server's place and points the environment to it."""
+    peers = []
+
+    def start(transport="tcp", server="lambda"):
+        peer = FaultPeer()
+        peers.append(peer)
+        monkeypatch.setenv("KORVEXRPCPORT", str(peer.base_port(server)))
+        monkeypatch.setenv("RPCTRANSPORT", transport)
+        for variable in ("ZOLMHOST", "ALPHAHOST"):
+            monkeypatch.setenv(variable, peer.host)
         return peer
 
     yield start
