@@ -7,7 +7,7 @@ MAKEFLAGS += --no-print-directory
 
 PYTHON := .venv/bin/python
 FUZZ_SECONDS ?= 60
-DEMO ?= examples/status.py
+DEMO ?= examples/process_control.py examples/send_fax.py
 
 # compile(PRESET[,TARGETS]): configures, which is quick when nothing changed, and builds all or just
 # the targets into build/PRESET.
@@ -48,8 +48,11 @@ check: ## formatting, lint, include direction, file lengths, mentions, the type 
 	@$(call compile,debug)
 	@tools/check
 
-demo: build ## an example against the simulator, over real sockets; ends by itself
-	PYTHONPATH=build/lib timeout 60 $(PYTHON) -u -m simulator --run $(DEMO)
+demo: build ## examples against the simulator, over real sockets; ends by itself
+	@for example in $(DEMO); do \
+	  echo "== $$example"; \
+	  PYTHONPATH=build/lib timeout 60 $(PYTHON) -u -m simulator --run $$example; \
+	done
 
 bench: build ## measurements of the release build
 	@tools/bench
