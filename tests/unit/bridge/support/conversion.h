@@ -60,19 +60,22 @@ class test_value {
     return xdr_value(&stream.xdrs, data(), type_);
   }
 
-  // The JSON text, straight and by way of the tree; a failure gives a text that is no JSON.
+  // The JSON text, straight and by way of the tree; a failure gives a text that is no JSON. The
+  // tree is the caller's, and null after a failure.
   std::string text(int raw_text = 0) {
     text_buffer buffer;
     text_sink sink(buffer);
     if (!json_decode(sink, raw_text, data(), type_) || buffer.failed()) return failure;
     return std::string(buffer.data(), buffer.size());
   }
-  std::string tree_text(int raw_text = 0) {
+  json_node* tree(int raw_text = 0) {
     tree_sink sink;
-    if (!json_decode(sink, raw_text, data(), type_)) return failure;
-    json_node* tree = sink.release();
-    char* printed = json_print(tree);
-    json_delete(tree);
+    return json_decode(sink, raw_text, data(), type_) ? sink.release() : nullptr;
+  }
+  std::string tree_text(int raw_text = 0) {
+    json_node* root = tree(raw_text);
+    char* printed = root != nullptr ? json_print(root) : nullptr;
+    json_delete(root);
     if (printed == nullptr) return failure;
     std::string result = printed;
     std::free(printed);
