@@ -18,7 +18,9 @@ namespace {
 // Starts from an environment in which none of the variables exists.
 class directory : public testing::Test {
  protected:
-  static void set(const char* name, const std::string& value) { setenv(name, value.c_str(), 1); }
+  static void set(const char* name, const std::string& value) {
+    set_environment(name, value.c_str());
+  }
 
   // Whether a client for `which` at `host` reaches the loopback address and asks for the program.
   static bool reaches(const char* which, const char* host, const char* address,
@@ -26,8 +28,7 @@ class directory : public testing::Test {
     std::string call;
     tcp_peer peer(
         [&](descriptor& connection) {
-          const pollfd entry = {connection.get(), POLLIN, 0};
-          if (poll(const_cast<pollfd*>(&entry), 1, 5000) > 0) call = read_record(connection.get());
+          if (readable(connection.get(), 5000)) call = read_record(connection.get());
         },
         address);
     set("KORVEXRPCPORT", std::to_string(peer.port() - slot));
@@ -93,12 +94,12 @@ TEST_F(directory, calls_the_local_host_localhost_when_its_variable_is_empty) {
 }
 
 bool settles_the_local_host_at_its_first_use() {
-  setenv("ALPHAHOST", "a", 1);
-  setenv("LOCALHOST", "early", 1);
+  set_environment("ALPHAHOST", "a");
+  set_environment("LOCALHOST", "early");
   if (std::strcmp(alpha_host().text(), "a") != 0) return false;  // needs no local host yet
-  setenv("LOCALHOST", "first", 1);
+  set_environment("LOCALHOST", "first");
   if (std::strcmp(omega_host().text(), "first") != 0) return false;
-  setenv("LOCALHOST", "second", 1);
+  set_environment("LOCALHOST", "second");
   return std::strcmp(omega_host().text(), "first") == 0 && std::strcmp(local_host(), "first") == 0;
 }
 
@@ -109,15 +110,15 @@ TEST_F(directory, settles_the_local_host_at_its_first_use) {
 // ---- programs
 
 bool settles_the_offset_at_its_first_use() {
-  setenv("KORVEXRPCOFFSET", "1000", 1);
+  set_environment("KORVEXRPCOFFSET", "1000");
   if (rpc_prog_number(16011931) != 16012931) return false;
-  setenv("KORVEXRPCOFFSET", "5", 1);
+  set_environment("KORVEXRPCOFFSET", "5");
   return rpc_prog_number(16011931) == 16012931;
 }
 
 bool settles_the_missing_offset() {
   if (rpc_prog_number(16011931) != 16011931) return false;
-  setenv("KORVEXRPCOFFSET", "5", 1);
+  set_environment("KORVEXRPCOFFSET", "5");
   return rpc_prog_number(16011931) == 16011931;
 }
 
@@ -182,7 +183,7 @@ bool is_reached_over_udp() {
     const datagram call = receive(sock);
     if (word_at(call.data, 12) == 26011932) answer(sock, call, success(call.data, ""));
   });
-  setenv("KORVEXRPCPORT", std::to_string(peer.port() - 3).c_str(), 1);
+  set_environment("KORVEXRPCPORT", std::to_string(peer.port() - 3).c_str());
   CLIENT* clnt = server_clnt_create("lambda", "127.0.0.1");
   const std::int32_t status = clnt_call(clnt, 0, xdr_void, nullptr, xdr_void, nullptr, 25, 0);
   server_clnt_destroy(clnt);

@@ -5,7 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <functional>
 #include <string>
+#include <vector>
 
 #include "rpc/clnt.h"
 #include "rpc/clnt_tcp.h"
@@ -68,6 +70,34 @@ inline CLIENT* udp_handle(std::uint16_t port, rpc_timeval wait = {5, 0}) {
   rpc_socket sock = -1;
   return clntudp_create(&address, test_program, test_version, wait, &sock);
 }
+
+// A script of tcp_peer: answers the call after this many milliseconds, and the next one at once.
+inline std::function<void(descriptor&)> late_by(int milliseconds) {
+  return [milliseconds](descriptor& connection) {
+    const std::string call = read_record(connection.get());
+    sleep_milliseconds(milliseconds);
+    write_record(connection.get(), success(call, words({1})));
+    const std::string second = read_record(connection.get());
+    if (!second.empty()) write_record(connection.get(), success(second, words({2})));
+  };
+}
+
+// Takes what a client sends until it is silent for long, and tells when each datagram came.
+struct silent_server {
+  std::vector<std::int64_t> times;
+  std::vector<std::string> calls;
+
+  std::function<void(int)> script(int silence) {
+    return [this, silence](int sock) {
+      for (const stopwatch watch;;) {
+        const datagram call = receive(sock, silence);
+        if (call.data.empty()) return;
+        times.push_back(watch.milliseconds());
+        calls.push_back(call.data);
+      }
+    };
+  }
+};
 
 // The bytes of a call behind its id.
 inline std::string call_behind_id(const std::string& arguments) {

@@ -148,7 +148,7 @@ TEST(tcp_no_time, without_a_result_leaves_the_record_for_a_later_flush) {
   tcp_peer peer([&](descriptor& connection) {
     char early;
     sleep_milliseconds(50);
-    if (recv(connection.get(), &early, 1, MSG_PEEK | MSG_DONTWAIT) > 0) return;
+    if (readable(connection.get(), 0) && recv(connection.get(), &early, 1, MSG_PEEK) > 0) return;
     for (std::string& call : calls) call = read_record(connection.get(), &lengths);
     write_record(connection.get(), success(calls[1], words({9})));
   });
@@ -242,7 +242,7 @@ TEST(tcp_destroy, tells_of_a_socket_that_cannot_be_closed) {
   rpc_socket sock = -1;
   client clnt(clnttcp_create(&address, test_program, 1, &sock, 0, 0));
   testing::internal::CaptureStderr();
-  ::close(sock);
+  close_socket(sock);
   clnt.destroy();
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             "clnttcp_destroy: closesocket(" + std::to_string(sock) + ") returned 10038\n");

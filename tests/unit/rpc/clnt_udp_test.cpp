@@ -211,7 +211,7 @@ TEST(udp_send, on_a_closed_descriptor_is_10038) {
   rpc_socket sock = -1;
   client clnt(clntudp_create(&address, test_program, 1, {5, 0}, &sock));
   testing::internal::CaptureStderr();
-  ::close(sock);
+  close_socket(sock);
   std::int32_t result;
   EXPECT_EQ(clnt.call(1, &result), RPC_CANTSEND);
   EXPECT_EQ(clnt.error().re_errno, 10038);

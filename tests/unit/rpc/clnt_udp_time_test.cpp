@@ -8,23 +8,6 @@
 namespace kvrpc::test {
 namespace {
 
-// Takes what a client sends until it is silent for long, and tells when each datagram came.
-struct silent_server {
-  std::vector<std::int64_t> times;
-  std::vector<std::string> calls;
-
-  std::function<void(int)> script(int silence) {
-    return [this, silence](int sock) {
-      for (const stopwatch watch;;) {
-        const datagram call = receive(sock, silence);
-        if (call.data.empty()) return;
-        times.push_back(watch.milliseconds());
-        calls.push_back(call.data);
-      }
-    };
-  }
-};
-
 TEST(udp_time, sends_five_times_when_the_total_is_five_intervals) {
   silent_server server;
   udp_peer peer(server.script(400));
@@ -114,21 +97,6 @@ TEST(udp_time, starts_the_interval_anew_after_a_dropped_datagram) {
   EXPECT_EQ(clnt.call(1, &result), RPC_SUCCESS);
   EXPECT_EQ(result, 18);
   EXPECT_EQ(further, 0u);
-}
-
-TEST(udp_time, is_not_prolonged_by_signals) {
-  silent_server server;
-  udp_peer peer(server.script(400));
-  client clnt(udp_handle(peer.port(), span(60)));
-  clnt.set_timeout(span(180));
-  std::int32_t result;
-  const signal_storm storm;
-  const stopwatch watch;
-  EXPECT_EQ(clnt.call(1, &result), RPC_TIMEDOUT);
-  EXPECT_GE(watch.milliseconds(), 180);
-  EXPECT_LT(watch.milliseconds(), 400);
-  peer.join();
-  EXPECT_EQ(server.calls.size(), 3u);
 }
 
 TEST(udp_time, ends_when_the_hook_says_so_and_leaves_the_handle_usable) {

@@ -1,10 +1,7 @@
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <cstring>
 #include <string>
-#include <vector>
 
 #include "rpc/rpc_os.h"
 #include "support/loopback_peer.h"
@@ -32,23 +29,6 @@ TEST(socket_wait, looks_once_when_there_is_no_time) {
   EXPECT_EQ(rpc_socket_await(sock.get(), {0, 0}), 1);
 }
 
-TEST(socket_wait, is_not_prolonged_by_signals) {
-  const descriptor sock(bound_socket(SOCK_DGRAM));
-  const signal_storm storm;
-  const stopwatch watch;
-  EXPECT_EQ(rpc_socket_await(sock.get(), milliseconds(200)), 0);
-  EXPECT_GE(watch.milliseconds(), 200);
-  EXPECT_LT(watch.milliseconds(), 1000);
-  EXPECT_GE(signal_storm::arrived(), 5);
-}
-
-TEST(socket_wait, reports_a_signal_as_the_value_4) {
-  const descriptor sock(bound_socket(SOCK_DGRAM));
-  const signal_storm storm;
-  EXPECT_EQ(rpc_socket_wait(sock.get(), rpc_clock() + 5000000), -1);
-  EXPECT_EQ(rpc_socket_errno(), 4);
-}
-
 TEST(socket_wait, ends_when_the_hook_says_so) {
   const descriptor sock(bound_socket(SOCK_DGRAM));
   static int asked;
@@ -62,48 +42,7 @@ TEST(socket_wait, ends_when_the_hook_says_so) {
   EXPECT_LT(watch.milliseconds(), 1000);
 }
 
-TEST(socket_wait, takes_descriptors_above_a_thousand) {
-  rlimit limit;
-  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
-  if (limit.rlim_max < 2000) GTEST_SKIP() << "the hard limit of open files is below 2000";
-  const rlimit wide = {2000, limit.rlim_max};
-  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &wide), 0);
-  {
-    const descriptor low(bound_socket(SOCK_DGRAM));
-    const descriptor high(fcntl(low.get(), F_DUPFD, 1500));
-    ASSERT_GE(high.get(), 1500);
-    EXPECT_EQ(rpc_socket_await(high.get(), milliseconds(10)), 0);
-    const rpc_address self = loopback(port_of(low.get()));
-    ASSERT_EQ(rpc_socket_sendto(high.get(), "x", 1, &self), 1);
-    EXPECT_EQ(rpc_socket_await(high.get(), {5, 0}), 1);
-  }
-  setrlimit(RLIMIT_NOFILE, &limit);
-}
-
 // ---- sockets
-
-TEST(socket_open, is_closed_on_exec_and_of_the_type_asked_for) {
-  const descriptor stream(rpc_socket_open(RPC_STREAM, RPC_TCP));
-  const descriptor datagrams(rpc_socket_open(RPC_DATAGRAM, RPC_UDP));
-  EXPECT_NE(fcntl(stream.get(), F_GETFD) & FD_CLOEXEC, 0);
-  EXPECT_NE(fcntl(datagrams.get(), F_GETFD) & FD_CLOEXEC, 0);
-  int type;
-  socklen_t size = sizeof type;
-  getsockopt(datagrams.get(), SOL_SOCKET, SO_TYPE, &type, &size);
-  EXPECT_EQ(type, SOCK_DGRAM);
-}
-
-TEST(socket_open, reports_that_no_descriptor_is_left) {
-  rlimit limit;
-  getrlimit(RLIMIT_NOFILE, &limit);
-  const rlimit none = {0, limit.rlim_max};
-  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
-  const rpc_socket sock = rpc_socket_open(RPC_STREAM, RPC_TCP);
-  const std::int32_t error = rpc_socket_errno();
-  setrlimit(RLIMIT_NOFILE, &limit);
-  EXPECT_LT(sock, 0);
-  EXPECT_EQ(error, 10024);
-}
 
 TEST(closed_socket, is_no_socket_for_every_call) {
   const rpc_socket closed = rpc_socket_open(RPC_STREAM, RPC_TCP);
@@ -125,44 +64,6 @@ TEST(closed_socket, is_no_socket_for_every_call) {
   EXPECT_EQ(rpc_socket_errno(), 10038);
   EXPECT_EQ(rpc_socket_close(closed), -1);
   EXPECT_EQ(rpc_socket_errno(), 10038);
-}
-
-TEST(socket_send, to_a_peer_that_went_away_is_10054_and_no_signal) {
-  int pair[2];
-  ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, pair), 0);
-  const descriptor sock(pair[0]);
-  close(pair[1]);
-  EXPECT_EQ(rpc_socket_send(sock.get(), "x", 1), -1);
-  EXPECT_EQ(rpc_socket_errno(), 10054);
-}
-
-TEST(socket_send, that_blocks_ends_when_the_hook_says_so) {
-  int pair[2];
-  ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, pair), 0);
-  const descriptor sock(pair[0]);
-  const descriptor silent(pair[1]);
-  const std::vector<char> much(4 << 20);
-  const hook_guard hook([] { return 1; });
-  const signal_storm storm;
-  const stopwatch watch;
-  EXPECT_EQ(rpc_socket_send(sock.get(), much.data(), 4 << 20), -1);
-  EXPECT_EQ(rpc_socket_errno(), RPC_EINTERRUPTED);
-  EXPECT_LT(watch.milliseconds(), 1000);
-}
-
-TEST(socket_recv, that_blocks_goes_on_after_signals) {
-  int pair[2];
-  ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, pair), 0);
-  const descriptor sock(pair[0]);
-  const descriptor other(pair[1]);
-  const signal_storm storm;
-  const script_thread late([&] {
-    sleep_milliseconds(60);
-    write_bytes(other.get(), "x");
-  });
-  char byte;
-  EXPECT_EQ(rpc_socket_recv(sock.get(), &byte, 1), 1);
-  EXPECT_GE(signal_storm::arrived(), 3);
 }
 
 TEST(socket_recvfrom, refuses_a_datagram_longer_than_the_buffer) {
@@ -199,65 +100,6 @@ TEST(socket_connect, reports_a_refusal) {
   const rpc_address address = loopback(free_port);
   EXPECT_EQ(rpc_socket_connect(sock.get(), &address), -1);
   EXPECT_EQ(rpc_socket_errno(), 10061);
-}
-
-// A listener that has no room: further connections wait until somebody accepts.
-class full_listener {
- public:
-  full_listener() : listener_(bound_socket(SOCK_STREAM)) {
-    listen(listener_.get(), 0);
-    const rpc_address address = loopback(port_of(listener_.get()));
-    for (descriptor& filler : fillers_) {
-      filler = descriptor(socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0));
-      connect(filler.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address);
-    }
-    sleep_milliseconds(20);
-  }
-  rpc_address address() const { return loopback(port_of(listener_.get())); }
-  void accept_all() {
-    for (int i = 0; i < 4; ++i) {
-      pollfd entry = {listener_.get(), POLLIN, 0};
-      if (poll(&entry, 1, 3000) > 0)
-        ::new (&accepted_[i]) descriptor(accept(listener_.get(), nullptr, nullptr));
-    }
-  }
-
- private:
-  descriptor listener_;
-  descriptor fillers_[2];
-  descriptor accepted_[3];
-};
-
-TEST(socket_connect, survives_signals) {
-  full_listener listener;
-  const rpc_address address = listener.address();
-  const descriptor sock(rpc_socket_open(RPC_STREAM, RPC_TCP));
-  script_thread late([&] {
-    sleep_milliseconds(50);
-    listener.accept_all();
-  });
-  std::int32_t result;
-  {
-    const signal_storm storm;
-    result = rpc_socket_connect(sock.get(), &address);
-    EXPECT_GE(signal_storm::arrived(), 5);
-  }
-  EXPECT_EQ(result, 0) << rpc_socket_errno();
-  sockaddr_in peer;
-  socklen_t size = sizeof peer;
-  EXPECT_EQ(getpeername(sock.get(), reinterpret_cast<sockaddr*>(&peer), &size), 0);
-}
-
-TEST(socket_connect, ends_when_the_hook_says_so) {
-  const full_listener listener;
-  const rpc_address address = listener.address();
-  const descriptor sock(rpc_socket_open(RPC_STREAM, RPC_TCP));
-  const hook_guard hook([] { return 1; });
-  const signal_storm storm;
-  const stopwatch watch;
-  EXPECT_EQ(rpc_socket_connect(sock.get(), &address), -1);
-  EXPECT_EQ(rpc_socket_errno(), RPC_EINTERRUPTED);
-  EXPECT_LT(watch.milliseconds(), 100);
 }
 
 }  // namespace

@@ -3,17 +3,6 @@
 // peer's thread takes no signals, so that timers of a test hit the client.
 #pragma once
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <pthread.h>
-#include <signal.h>
-#include <stdlib.h>
-#include <string.h>
-#include <sys/socket.h>
-#include <sys/time.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -24,6 +13,8 @@
 #include <vector>
 
 #include "rpc/rpc_os.h"
+#include "support/signal_storm.h"
+#include "support/sockets.h"
 
 namespace kvrpc::test {
 
@@ -69,25 +60,19 @@ class descriptor {
   }
   int get() const { return number_; }
   void close() {
-    if (number_ >= 0) ::close(number_);
+    if (number_ >= 0) close_socket(number_);
     number_ = -1;
   }
   // Closes with a reset instead of an orderly end.
   void reset() {
     const linger at_once = {1, 0};
-    setsockopt(number_, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
+    set_option(number_, SO_LINGER, &at_once, sizeof at_once);
     close();
   }
 
  private:
   int number_;
 };
-
-inline void limit_waits(int sock) {
-  const timeval ten_seconds = {10, 0};
-  setsockopt(sock, SOL_SOCKET, SO_RCVTIMEO, &ten_seconds, sizeof ten_seconds);
-  setsockopt(sock, SOL_SOCKET, SO_SNDTIMEO, &ten_seconds, sizeof ten_seconds);
-}
 
 inline rpc_address loopback(std::uint16_t port, const char* host = "127.0.0.1") {
   rpc_address address = {};
@@ -101,14 +86,14 @@ inline rpc_address loopback(std::uint16_t port, const char* host = "127.0.0.1") 
 inline int bound_socket(int type, std::uint16_t port = 0, const char* host = "127.0.0.1") {
   const int sock = socket(AF_INET, type, 0);
   const int on = 1;
-  if (type == SOCK_STREAM) setsockopt(sock, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+  if (type == SOCK_STREAM) set_option(sock, SO_REUSEADDR, &on, sizeof on);
   const rpc_address address = loopback(port, host);
   limit_waits(sock);
   if (bind(sock, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
       (type != SOCK_STREAM || listen(sock, 16) == 0)) {
     return sock;
   }
-  ::close(sock);
+  close_socket(sock);
   return -1;
 }
 
@@ -154,12 +139,6 @@ inline void write_record(int sock, const std::string& data) {
   write_bytes(sock, fragment(data, true));
 }
 
-inline bool is_open(int number) {
-  socklen_t size = sizeof(int);
-  int type;
-  return getsockopt(number, SOL_SOCKET, SO_TYPE, &type, &size) == 0;
-}
-
 inline void sleep_milliseconds(int milliseconds) {
   std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
 }
@@ -169,13 +148,8 @@ inline void sleep_milliseconds(int milliseconds) {
 // Runs a script in a thread that takes no signals; the destructor waits for its end.
 class script_thread {
  public:
-  explicit script_thread(std::function<void()> script) {
-    sigset_t all, before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
-    thread_ = std::thread(std::move(script));
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
-  }
+  explicit script_thread(std::function<void()> script)
+      : thread_(thread_without_signals(std::move(script))) {}
   ~script_thread() { join(); }
   void join() {
     if (thread_.joinable()) thread_.join();
@@ -227,8 +201,7 @@ class udp_peer {
 // The next datagram, empty when none comes within the time.
 inline datagram receive(int sock, int milliseconds = 10000) {
   datagram got = {std::string(65536, '\0'), {}};
-  pollfd entry = {sock, POLLIN, 0};
-  if (poll(&entry, 1, milliseconds) <= 0) return {"", {}};
+  if (!readable(sock, milliseconds)) return {"", {}};
   socklen_t size = sizeof got.sender;
   const ssize_t length = recvfrom(sock, got.data.data(), got.data.size(), 0,
                                   reinterpret_cast<sockaddr*>(&got.sender), &size);
@@ -246,47 +219,17 @@ inline void answer(int sock, const datagram& to, const std::string& data) {
 // Sets an environment variable, or removes it, for the length of a block.
 class environment_guard {
  public:
-  environment_guard(const char* name, const char* value) : name_(name) {
-    const char* before = getenv(name);
-    existed_ = before != nullptr;
-    if (existed_) before_ = before;
-    value != nullptr ? setenv(name, value, 1) : unsetenv(name);
+  environment_guard(const char* name, const char* value)
+      : name_(name), before_(get_environment(name)) {
+    set_environment(name, value);
   }
-  ~environment_guard() { existed_ ? setenv(name_, before_.c_str(), 1) : unsetenv(name_); }
+  ~environment_guard() { set_environment(name_, before_.first ? before_.second.c_str() : nullptr); }
   environment_guard(const environment_guard&) = delete;
   environment_guard& operator=(const environment_guard&) = delete;
 
  private:
   const char* name_;
-  bool existed_;
-  std::string before_;
-};
-
-// Sends this process a signal every five milliseconds; counts those that arrived.
-class signal_storm {
- public:
-  signal_storm() {
-    arrived() = 0;
-    struct sigaction action = {};
-    action.sa_handler = [](int) { arrived() = arrived() + 1; };
-    sigaction(SIGALRM, &action, &before_);
-    const itimerval every = {{0, 5000}, {0, 5000}};
-    setitimer(ITIMER_REAL, &every, nullptr);
-  }
-  ~signal_storm() {
-    const itimerval never = {{0, 0}, {0, 0}};
-    setitimer(ITIMER_REAL, &never, nullptr);
-    sigaction(SIGALRM, &before_, nullptr);
-  }
-  signal_storm(const signal_storm&) = delete;
-  signal_storm& operator=(const signal_storm&) = delete;
-  static volatile sig_atomic_t& arrived() {
-    static volatile sig_atomic_t count = 0;
-    return count;
-  }
-
- private:
-  struct sigaction before_;
+  std::pair<bool, std::string> before_;
 };
 
 // Installs an interrupt hook for the length of a block.
