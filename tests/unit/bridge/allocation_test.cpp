@@ -192,6 +192,28 @@ TEST(failing_allocation, in_a_call_of_each_status_gives_the_stated_result) {
   EXPECT_TRUE(only_stated_messages(testing::internal::GetCapturedStderr()));
 }
 
+// A result text for which there is no room is a result that does not convert, and the reply says
+// so.
+TEST(failing_allocation, in_a_long_result_is_status_2) {
+  fake_client client;
+  client.answer = units({100});
+  client.answer.resize(4 + 100 * 131 * 4);
+  int not_converted = 0;
+  testing::internal::CaptureStderr();
+  fail_each_allocation([&](std::int64_t number) {
+    client.failure = {};
+    failing_heap heap(number);
+    const call_outcome outcome = call(client.handle(), "lambda", R"({"l_ps_1":0})");
+    if (outcome.status == CALL_CANNOT_DECODE) {
+      EXPECT_EQ(outcome.reply, R"({"status":2,"message":"can not json decode result"})");
+      ++not_converted;
+    }
+    return heap.failed();
+  });
+  EXPECT_GT(not_converted, 0);
+  EXPECT_TRUE(only_stated_messages(testing::internal::GetCapturedStderr()));
+}
+
 TEST(failing_allocation, of_a_result_that_does_not_convert_gives_its_status) {
   fake_client client;
   client.answer = units({0});

@@ -71,6 +71,15 @@ TEST(fixed_text, the_servers_bytes_come_back_as_utf8) {
   EXPECT_EQ(value.tree_text(1), value.text(1));
 }
 
+TEST(fixed_text, in_a_record_passes_raw_as_well) {
+  static constexpr structure record{"record", {{"n", wire::long_}, {"name", wire::chars(8)}}};
+  test_value value(wire::inline_(record));
+  std::strcpy(value.data() + 4, "\xA4'");
+  EXPECT_EQ(value.text(), "{\"n\":0,\"name\":\"\u20ac'\"}");
+  EXPECT_EQ(value.text(1), "{\"n\":0,\"name\":\"\xA4'\"}");
+  EXPECT_EQ(value.tree_text(1), value.text(1));
+}
+
 TEST(opaque_text, a_text_that_reaches_the_cap_fills_the_bytes) {
   test_value value(wire::opaque(5));
   EXPECT_EQ(value.encode("\"abcdefgh\""), 1);
