@@ -54,6 +54,16 @@ running_call::~running_call() {
   if (destroys_) server_clnt_destroy(handle_);
 }
 
+void running_call::end_vetting() {
+  if (waits_on(client_->calls, handle_)) use_closed_handle();
+  vetting_ = false;
+}
+
+void running_call::use_closed_handle() {
+  copy_ = {handle_->cl_auth, closed_lock, &closed_ops, nullptr};
+  handle_ = &copy_;
+}
+
 void running_call::drop_handle() {
   if (handle_ != nullptr && client_->clnt == handle_) replace_handle(client_, nullptr);
 }
@@ -70,8 +80,7 @@ bool running_call::close_handle(running_call* calls, CLIENT* clnt) {
   for (; calls != nullptr; calls = calls->next_) {
     if (calls->handle_ != clnt) continue;
     if (calls->vetting_) {
-      calls->copy_ = {clnt->cl_auth, closed_lock, &closed_ops, nullptr};
-      calls->handle_ = &calls->copy_;
+      calls->use_closed_handle();
     } else {
       calls->destroys_ = taken_over = true;
     }

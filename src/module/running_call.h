@@ -8,6 +8,8 @@
 //                           which fails to send (RPC_CANTSEND, 10038)
 //   closed while waiting    the handle is destroyed when the run is over
 //   called while waiting    the new run gets no handle and fails; its second attempt has a new one
+//   vetted while waiting    by another thread's call, which goes on as if closed while vetting: to
+//                           wait for the first one, it would keep the interpreter lock from it
 //
 // A nested call out of `verify_call` shares the handle, on which nothing is under way then.
 #pragma once
@@ -27,7 +29,8 @@ class running_call {
   // What server_call is to use; null without a connection.
   CLIENT* handle() { return handle_ != nullptr ? &copy_ : nullptr; }
   PyObject* verifier() const { return verifier_; }
-  void set_vetting(bool vetting) { vetting_ = vetting; }
+  void begin_vetting() { vetting_ = true; }
+  void end_vetting();
 
   // Takes the handle away from the client, unless it has another one by now. For a call that was
   // ended in the middle of a reply, which a later call on the handle would have to wait out.
@@ -42,6 +45,7 @@ class running_call {
 
  private:
   static bool waits_on(const running_call* calls, const CLIENT* clnt);
+  void use_closed_handle();
 
   rpc_client* client_;
   PyObject* verifier_;

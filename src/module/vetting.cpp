@@ -71,12 +71,12 @@ int eval_verify(const char* name, void* context) {
   auto* call = static_cast<running_call*>(context);
   ref verifier = ref::borrowed(call->verifier());
   int verdict = 0;
-  call->set_vetting(true);
+  call->begin_vetting();
   if (!verify(name, verifier.get(), &verdict)) {
     report_failure();
     verdict = 0;
   }
-  call->set_vetting(false);
+  call->end_vetting();
   return verdict;
 }
 

@@ -156,3 +156,49 @@ def test_a_raising_handler_leaves_create_too(run_script):
     if "no silence" in done.stdout:
         pytest.skip("a portmapper or a refusal answers on port 111 of this machine")
     assert done.stdout == "alarm\n"
+
+
+def test_a_call_of_another_thread_that_was_vetting_does_not_wait_for_this_one(
+    run_script, lambda_peer
+):
+    """Its vetting ends while a handler of the waiting call runs, and both share a connection. In a
+    process of its own: to wait for each other would stop the interpreter."""
+    peer = lambda_peer("slow", "answer")
+    done = run_script(f"""
+        import faulthandler, os, signal, threading
+        import kvrpc
+        faulthandler.dump_traceback_later(20, exit=True)
+        os.environ["KORVEXRPCPORT"] = "{peer.base_port}"
+        client = kvrpc.RpcClient("lambda", "127.0.0.1")
+        vetting, waiting = threading.Event(), threading.Event()
+        names, replies = [], []
+
+        class Patient:
+            def verify_call(self, name):
+                names.append(name)
+                vetting.set()
+                return waiting.wait(10)
+
+        class Quick:
+            def verify_call(self, name):
+                return True
+
+        def call():
+            replies.append(client.call('{{"l_startserver_1":""}}', Patient()))
+
+        def handler(number, frame):
+            waiting.set()
+            other.join()
+
+        other = threading.Thread(target=call)
+        other.start()
+        vetting.wait(10)
+        signal.signal(signal.SIGALRM, handler)
+        signal.setitimer(signal.ITIMER_REAL, 0.1)
+        replies.append(client.call('{{"l_version_1":0}}', Quick()))
+        print(names, replies)
+        client.close()
+    """)
+    replies = [b'{"status":0,"message":"ok","result":true}', REPLY]
+    assert (done.stdout, done.stderr) == (f"{['l_startserver_1'] * 2} {replies}\n", "")
+    assert peer.events(5) == ["open", "call 19", "open", "call 9", "gone"]
