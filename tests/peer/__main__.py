@@ -3,7 +3,7 @@
 It serves TCP and UDP on one port (0: any that both have) and ends with its standard input. Commands
 come in as lines of JSON, events go out as such:
 
-    {"script": [...], "otherwise": ...}   the actions for the calls to come, and for those after them
+    {"script": [...], "otherwise": ...}   the actions for the calls to come, and for all behind them
     {"ping": N}                           answered by {"event": "pong", "ping": N}
 
     {"event": "port", "port": N}          once, when it is ready
