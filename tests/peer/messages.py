@@ -39,5 +39,5 @@ def rpc_mismatch(low, high):
     return words(1, 1, 0, low, high).hex()
 
 
-# The results of l_startserver_1, l_version_1 and l_get_status_1, and the portmapper's answer.
-RESULTS = {9: words(1), 19: words(7), 29: words(1, 2, 3, 4), 3: words(4711)}
+# The results of l_startserver_1, l_version_1 and l_get_status_1.
+RESULTS = {9: words(1), 19: words(7), 29: words(1, 2, 3, 4)}

@@ -1,0 +1,100 @@
+"""The portmapper's port for one test at a time, and a portmapper that nobody here wrote on it."""
+
+import contextlib
+import fcntl
+import os
+import shutil
+import socket
+import subprocess
+import tempfile
+import time
+from pathlib import Path
+
+import pytest
+from peer import messages
+from servers import plain_environment
+
+PORT = 111
+JARS = [Path("/usr/share/java") / name for name in ("portmap.jar", "oncrpc.jar")]
+PORTMAPPER = "org.acplt.oncrpc.apps.jportmap.jportmap"
+PROGRAM, VERSION, NULL, SET, UNSET = 100000, 2, 0, 1, 2
+SECONDS = 60
+
+
+def missing(reason):
+    """A counterpart is not to be had: a failure where all have to be there."""
+    if os.environ.get("KVRPC_REQUIRE_PEERS"):
+        pytest.fail(reason)
+    pytest.skip(reason)
+
+
+def is_free():
+    """Whether TCP and UDP can both be bound; PermissionError for who may not."""
+    with contextlib.ExitStack() as stack:
+        for kind in (socket.SOCK_STREAM, socket.SOCK_DGRAM):
+            probe = stack.enter_context(socket.socket(socket.AF_INET, kind))
+            if kind == socket.SOCK_STREAM:
+                probe.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+            try:
+                probe.bind(("0.0.0.0", PORT))
+            except PermissionError:
+                raise
+            except OSError:
+                return False
+    return True
+
+
+def wait_until(condition, what):
+    end = time.monotonic() + SECONDS
+    while not condition():
+        assert time.monotonic() < end, what
+        time.sleep(0.05)
+
+
+@contextlib.contextmanager
+def taken():
+    """Port 111, free and for nobody else who asks this way."""
+    with open(Path(tempfile.gettempdir()) / "kvrpc-port-111", "a") as lock:
+        fcntl.flock(lock, fcntl.LOCK_EX)
+        try:
+            wait_until(is_free, "port 111 stays in use")
+        except PermissionError:
+            missing("only root may serve on port 111")
+        yield
+
+
+def ask(procedure, *arguments):
+    """The first word of the portmapper's answer, or None when there is none in time."""
+    call = messages.words(7, 0, 2, PROGRAM, VERSION, procedure, 0, 0, 0, 0, *arguments)
+    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as sock:
+        sock.settimeout(0.2)
+        sock.connect(("127.0.0.1", PORT))
+        try:
+            sock.send(call)
+            reply = sock.recv(400)
+        except OSError:
+            return None
+    assert reply[:24] == messages.words(7, 1, 0, 0, 0, 0)
+    return reply[24:28]
+
+
+def register(program, protocol, port):
+    ask(UNSET, program, 1, protocol, 0)
+    assert ask(SET, program, 1, protocol, port) == messages.words(1)
+
+
+@contextlib.contextmanager
+def remote_tea():
+    """Remote Tea's portmapper on port 111."""
+    if shutil.which("java") is None or not all(jar.exists() for jar in JARS):
+        missing("Remote Tea's portmapper is missing")
+    with taken():
+        process = subprocess.Popen(
+            ["java", "-cp", ":".join(map(str, JARS)), PORTMAPPER], env=plain_environment(),
+            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        try:
+            wait_until(lambda: ask(NULL) is not None, "the portmapper does not answer")
+            yield
+        finally:
+            process.kill()
+            process.wait()
