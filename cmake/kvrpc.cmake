@@ -46,6 +46,18 @@ endfunction()
 set(KVRPC_WRAPPED_HEAP
   -Wl,--wrap=malloc -Wl,--wrap=calloc -Wl,--wrap=realloc -Wl,--wrap=free)
 
+# kvrpc_runtime(): puts the compiler's runtime beside the programs that are built for Windows.
+function(kvrpc_runtime)
+  foreach(name libstdc++-6.dll libgcc_s_dw2-1.dll libwinpthread-1.dll)
+    execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${name}
+      OUTPUT_VARIABLE library OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+    configure_file(${library} ${CMAKE_BINARY_DIR}/${name} COPYONLY)
+  endforeach()
+endfunction()
+if(WIN32)
+  kvrpc_runtime()
+endif()
+
 # kvrpc_find_googletest(): the target GTest::gtest_main; built from its sources for another platform.
 function(kvrpc_find_googletest)
   if(NOT CMAKE_CROSSCOMPILING)

@@ -76,9 +76,11 @@ TEST(clnt_create, does_not_know_other_transports) {
   }
 }
 
-TEST(clnt_create, does_not_know_a_host_without_name) {
+const std::string no_host(300, 'x');
+
+TEST(clnt_create, does_not_know_a_host_that_can_be_none) {
   rpc_createerr.cf_error.re_errno = 123;
-  EXPECT_EQ(clnt_create("", slot_less, 1, "tcp"), nullptr);
+  EXPECT_EQ(clnt_create(no_host.c_str(), slot_less, 1, "tcp"), nullptr);
   EXPECT_EQ(rpc_createerr.cf_stat, RPC_UNKNOWNHOST);
   EXPECT_EQ(rpc_createerr.cf_error.re_errno, 123);
 }
@@ -108,7 +110,7 @@ TEST(clnt_create, works_after_the_start_of_the_runtime) {
         rpc_startup();
         const base_port environment(9);
         client first(clnt_create("localhost", slot_less, 1, "udp"));
-        client second(clnt_create("", slot_less, 1, "udp"));
+        client second(clnt_create(no_host.c_str(), slot_less, 1, "udp"));
         client third(clnt_create("localhost", slot_less, 1, "udp"));
         std::_Exit(first.get() != nullptr && second.get() == nullptr && third.get() != nullptr ? 0
                                                                                                : 1);

@@ -114,6 +114,7 @@ TEST_F(portmapper, that_refuses_the_connection_leaves_the_reason_of_the_connecti
   EXPECT_EQ(rpc_createerr.cf_error.re_errno, 10061);
 }
 
+#ifndef _WIN32  // where sockets have no numbers in order
 TEST_F(portmapper, closes_each_socket_once) {
   const descriptor before(socket(AF_INET, SOCK_DGRAM, 0));
   const int next = before.get() + 1;
@@ -122,6 +123,7 @@ TEST_F(portmapper, closes_each_socket_once) {
   const descriptor after(socket(AF_INET, SOCK_DGRAM, 0));
   EXPECT_EQ(after.get(), next);
 }
+#endif
 
 TEST_F(portmapper, fills_the_port_of_a_tcp_client) {
   tcp_peer server(

@@ -131,7 +131,7 @@ TEST(resolve, knows_the_local_host) {
 
 TEST(resolve, refuses_what_can_be_no_name) {
   rpc_address address;
-  EXPECT_EQ(rpc_resolve("", &address), RPC_UNKNOWNHOST);
+  EXPECT_EQ(rpc_resolve("", &address), empty_name_is_this_host ? 0 : RPC_UNKNOWNHOST);
   EXPECT_EQ(rpc_resolve(std::string(300, 'x').c_str(), &address), RPC_UNKNOWNHOST);
 }
 

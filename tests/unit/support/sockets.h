@@ -44,6 +44,9 @@ struct started_sockets {
 };
 inline const started_sockets sockets_are_started;
 
+// What gethostbyname makes of the empty name.
+constexpr bool empty_name_is_this_host = true;
+
 inline int close_socket(int sock) { return closesocket(static_cast<SOCKET>(sock)); }
 
 // The environment of the process, as a script's os.environ sets it; nullptr removes.
@@ -88,6 +91,8 @@ inline std::thread thread_without_signals(std::function<void()> script) {
 }
 
 #else
+
+constexpr bool empty_name_is_this_host = false;
 
 inline int close_socket(int sock) { return close(sock); }
 
