@@ -39,6 +39,9 @@ struct decoding {
   int record(const char* base, const record_type& type) const;
   int union_record(const char* base, const record_type& type) const;
   int structure(const char* base, const record_type& type) const;
+  int list(const char* first, const record_type& type) const;
+  int members(const char* base, const record_type& type, std::uint32_t begin,
+              std::uint32_t end) const;
   int vector(const char* data, const wire_type& type) const;
   int array(const char* data, const wire_type& type) const;
   int target(const char* field, const wire_type& type) const;
@@ -70,48 +73,51 @@ struct node_place {
   std::uint32_t field;
 };
 
-// A structure, and by loop all the nodes that hang from it when it is a list node.
+// The members of a structure from `begin` up to `end`, none of them the link of a list.
+template <class Sink>
+int decoding<Sink>::members(const char* base, const record_type& type, std::uint32_t begin,
+                            std::uint32_t end) const {
+  for (std::uint32_t i = begin; i < end;) {
+    if (raw_text == 0) i = out.plain_members(base, type, i);
+    if (i == end) break;
+    const record_field& field = type.fields[i++];
+    if (!out.key(field) || !value(base + field.offset, field.type)) return 0;
+  }
+  return 1;
+}
+
 template <class Sink>
 int decoding<Sink>::structure(const char* base, const record_type& type) const {
-  resume_stack<node_place> places;
+  return out.begin_object() && members(base, type, 0, type.field_count) && out.end_object();
+}
+
+// A list: a node is opened, its members up to the link are written, and the node behind it comes as
+// the link's value. The members behind the links follow from the far end.
+template <class Sink>
+int decoding<Sink>::list(const char* first, const record_type& type) const {
+  const auto link = static_cast<std::uint32_t>(type.next_field);
   const wire_type node_type = wire::inline_(type);
+  resume_stack<const char*> nodes;
   decoding node = *this;
-  std::uint32_t i = 0;
-  if (!out.begin_object()) return 0;
-  for (;;) {
-    if (i == type.field_count) {
-      if (!out.end_object()) return 0;
-      if (places.empty()) return 1;
-      const node_place place = places.pop();
-      base = place.base;
-      i = place.field;
-      node.block = places.empty() ? block : record_block{base, &node_type, 1};
-      continue;
-    }
-    i = out.plain_members(base, type, i);
-    if (i == type.field_count) continue;
-    const record_field& field = type.fields[i++];
-    const char* const data = base + field.offset;
-    if (!out.key(field)) return 0;
-    if (field.type.kind != wire_kind::list_next) {
-      if (!node.value(data, field.type)) return 0;
-      continue;
-    }
-    const char* const next = load<char*>(data);
-    if (next == nullptr) {
-      if (!out.null()) return 0;
-      continue;
-    }
-    if (!places.push({base, i}) || !out.begin_object()) return 0;
-    base = next;
-    i = 0;
-    node.block = {base, &node_type, 1};
+  for (const char* base = first; base != nullptr;) {
+    if (base != first) node.block = {base, &node_type, 1};
+    if (!nodes.push(base) || !out.begin_object()) return 0;
+    if (!node.members(base, type, 0, link) || !out.key(type.fields[link])) return 0;
+    base = load<const char*>(base + type.fields[link].offset);
   }
+  if (!out.null()) return 0;
+  while (!nodes.empty()) {
+    const char* const base = nodes.pop();
+    node.block = base == first ? block : record_block{base, &node_type, 1};
+    if (!node.members(base, type, link + 1, type.field_count) || !out.end_object()) return 0;
+  }
+  return 1;
 }
 
 template <class Sink>
 int decoding<Sink>::record(const char* base, const record_type& type) const {
-  return type.is_union ? union_record(base, type) : structure(base, type);
+  if (type.is_union) return union_record(base, type);
+  return type.next_field >= 0 ? list(base, type) : structure(base, type);
 }
 
 template <class Sink>

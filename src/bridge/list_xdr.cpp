@@ -19,9 +19,11 @@ struct list_shape {
   void set_next(char* node, char* next) const { store(node + record.fields[link].offset, next); }
 
   // The fields before the link, and those behind it.
-  bool_t head(XDR* xdrs, char* node) const { return xdr_fields(xdrs, node, record, 0, link); }
-  bool_t tail(XDR* xdrs, char* node) const {
-    return xdr_fields(xdrs, node, record, link + 1, record.field_count);
+  bool_t head(const record_walk& walk, char* node) const {
+    return xdr_fields(walk, node, record, 0, link);
+  }
+  bool_t tail(const record_walk& walk, char* node) const {
+    return xdr_fields(walk, node, record, link + 1, record.field_count);
   }
   bool has_tail() const { return link + 1 < record.field_count; }
 
@@ -29,33 +31,33 @@ struct list_shape {
   std::uint32_t link;
 };
 
-bool_t finish_tails(XDR* xdrs, const list_shape& list, resume_stack<char*>& nodes) {
+bool_t finish_tails(const record_walk& walk, const list_shape& list, resume_stack<char*>& nodes) {
   while (!nodes.empty()) {
-    if (!list.tail(xdrs, nodes.pop())) return FALSE;
+    if (!list.tail(walk, nodes.pop())) return FALSE;
   }
   return TRUE;
 }
 
-bool_t encode_list(XDR* xdrs, char* node, const list_shape& list) {
+bool_t encode_list(const record_walk& walk, char* node, const list_shape& list) {
   resume_stack<char*> nodes;
   for (;;) {
     char* const next = list.next(node);
     bool_t present = next != nullptr ? TRUE : FALSE;
-    if (!list.head(xdrs, node) || !xdr_bool(xdrs, &present)) return FALSE;
+    if (!list.head(walk, node) || !xdr_bool(walk.xdrs, &present)) return FALSE;
     if (list.has_tail() && !nodes.push(node)) return FALSE;
-    if (next == nullptr) return finish_tails(xdrs, list, nodes);
+    if (next == nullptr) return finish_tails(walk, list, nodes);
     node = next;
   }
 }
 
-bool_t decode_list(XDR* xdrs, char* node, const list_shape& list) {
+bool_t decode_list(const record_walk& walk, char* node, const list_shape& list) {
   resume_stack<char*> nodes;
   for (;;) {
     bool_t present = FALSE;
-    if (!list.head(xdrs, node) || !xdr_bool(xdrs, &present)) return FALSE;
+    if (!list.head(walk, node) || !xdr_bool(walk.xdrs, &present)) return FALSE;
     if (list.has_tail() && !nodes.push(node)) return FALSE;
-    if (!present) return finish_tails(xdrs, list, nodes);
-    char* const next = new_target(list.record);
+    if (!present) return finish_tails(walk, list, nodes);
+    char* const next = new_target(walk, list.record);
     if (next == nullptr) return FALSE;
     list.set_next(node, next);
     node = next;
@@ -64,39 +66,39 @@ bool_t decode_list(XDR* xdrs, char* node, const list_shape& list) {
 
 // Where the link stands first all links come before the first data, so they are only counted; the
 // nodes are made from the far end, each when its data is read.
-bool_t decode_links_first(XDR* xdrs, char* first, const list_shape& list) {
+bool_t decode_links_first(const record_walk& walk, char* first, const list_shape& list) {
   std::uint64_t behind = 0;
   for (;; ++behind) {
     bool_t present = FALSE;
-    if (!xdr_bool(xdrs, &present)) return FALSE;
+    if (!xdr_bool(walk.xdrs, &present)) return FALSE;
     if (!present) break;
   }
   char* chain = nullptr;
   bool_t done = TRUE;
   for (; done && behind > 0; --behind) {
-    char* const node = new_target(list.record);
+    char* const node = new_target(walk, list.record);
     if (node == nullptr) {
       done = FALSE;
       break;
     }
     list.set_next(node, chain);
     chain = node;
-    done = list.tail(xdrs, node);
+    done = list.tail(walk, node);
   }
   list.set_next(first, chain);
-  return done ? list.tail(xdrs, first) : FALSE;
+  return done ? list.tail(walk, first) : FALSE;
 }
 
-void free_fields(XDR* xdrs, char* node, const list_shape& list) {
-  list.head(xdrs, node);
-  list.tail(xdrs, node);
+void free_fields(const record_walk& walk, char* node, const list_shape& list) {
+  list.head(walk, node);
+  list.tail(walk, node);
 }
 
-void free_list(XDR* xdrs, char* node, const list_shape& list) {
+void free_list(const record_walk& walk, char* node, const list_shape& list) {
   while (node != nullptr) {
     char* const next = list.next(node);
-    free_fields(xdrs, node, list);
-    std::free(node);
+    free_fields(walk, node, list);
+    free_target(walk, node);
     node = next;
   }
 }
@@ -124,7 +126,8 @@ char* grow_array(char* block, std::uint32_t used, std::uint32_t capacity, std::u
 
 // Reads `count` elements into a block that grows as they arrive. The block's count covers what
 // was read, also when a later element fails.
-bool_t decode_array(XDR* xdrs, char* block, std::uint32_t count, const record_type& record) {
+bool_t decode_array(const record_walk& walk, char* block, std::uint32_t count,
+                    const record_type& record) {
   std::uint32_t capacity = 0;
   for (std::uint32_t i = 0; i < count; ++i) {
     if (i == capacity) {
@@ -136,87 +139,34 @@ bool_t decode_array(XDR* xdrs, char* block, std::uint32_t count, const record_ty
     }
     char* const elements = load_block_pointer(block);
     store_block(block, i + 1, elements);
-    if (!xdr_record(xdrs, elements + std::size_t{i} * record.size, record)) return FALSE;
+    if (!xdr_record(walk, elements + std::size_t{i} * record.size, record)) return FALSE;
   }
   return TRUE;
 }
 
-// The low byte of each of 16 units.
-inline void unpack_16_chars(const char* wire, char* data) {
-  for (std::uint32_t i = 0; i < 16; ++i) data[i] = wire[4 * i + 3];
-}
-
-// The low byte of each unit, 16 at a time; the last 16 may overlap those before.
-[[gnu::noinline]] void unpack_chars(const char* wire, char* data, std::uint32_t count) {
-  constexpr std::uint32_t step = 16;
-  std::uint32_t i = 0;
-  for (; i + step <= count; i += step) unpack_16_chars(wire + std::size_t{4} * i, data + i);
-  if (i == count) return;
-  if (count >= step) {
-    i = count - step;
-    return unpack_16_chars(wire + std::size_t{4} * i, data + i);
-  }
-  for (; i < count; ++i) data[i] = wire[std::size_t{4} * i + 3];
-}
-
-const char* unpack_items(const char* wire, char* data, const wire_type& type) {
-  for (std::uint32_t i = 0; i < type.count; ++i, data += type.item->size) {
-    wire = unpack(wire, data, *type.item);
-  }
-  return wire;
-}
-
-// A scalar; false for any other type.
-inline bool unpack_scalar(const char* wire, char* data, wire_kind kind) {
-  switch (kind) {
-    case wire_kind::long_:
-    case wire_kind::int_:
-    case wire_kind::u_long_:
-      store(data, xdr_load_unit(wire));
-      return true;
-    case wire_kind::short_:
-      store(data, static_cast<std::uint16_t>(xdr_load_unit(wire)));
-      return true;
-    case wire_kind::bool_:
-      store<std::int32_t>(data, xdr_load_unit(wire) != 0 ? 1 : 0);
-      return true;
-    default:
-      return false;
-  }
-}
-
-const char* unpack_fields(const char* wire, char* base, const record_field* field,
-                          const record_field* end) {
-  for (; field != end && field->type.wire_size != variable_size; ++field) {
-    char* const data = base + field->offset;
-    if (unpack_scalar(wire, data, field->type.kind)) {
-      wire += 4;
-    } else {
-      wire = unpack(wire, data, field->type);
-    }
-  }
-  return wire;
-}
-
 }  // namespace
 
-char* new_target(const record_type& record) {
-  char* target = new_block(record.size);
+char* new_target(const record_walk& walk, const record_type& record) {
+  char* target = walk.arena != nullptr ? walk.arena->take(record.size) : new_block(record.size);
   if (target == nullptr) std::fputs("xdr_reference: out of memory\n", stderr);
   return target;
 }
 
-bool_t xdr_list(XDR* xdrs, char* base, const record_type& record) {
+void free_target(const record_walk& walk, char* target) {
+  if (walk.arena == nullptr) std::free(target);
+}
+
+bool_t xdr_list(const record_walk& walk, char* base, const record_type& record) {
   const list_shape list(record);
-  switch (xdrs->x_op) {
+  switch (walk.xdrs->x_op) {
     case XDR_ENCODE:
-      return encode_list(xdrs, base, list);
+      return encode_list(walk, base, list);
     case XDR_DECODE:
-      return list.link == 0 ? decode_links_first(xdrs, base, list) : decode_list(xdrs, base, list);
+      return list.link == 0 ? decode_links_first(walk, base, list) : decode_list(walk, base, list);
     case XDR_FREE:
-      free_list(xdrs, list.next(base), list);
+      free_list(walk, list.next(base), list);
       list.set_next(base, nullptr);
-      free_fields(xdrs, base, list);
+      free_fields(walk, base, list);
       return TRUE;
   }
   return FALSE;
@@ -225,59 +175,26 @@ bool_t xdr_list(XDR* xdrs, char* base, const record_type& record) {
 void list_free(const record_type& record, char* node) {
   XDR xdrs{};
   xdrs.x_op = XDR_FREE;
-  free_list(&xdrs, node, list_shape(record));
+  free_list({&xdrs, nullptr}, node, list_shape(record));
 }
 
-bool_t xdr_array_of(XDR* xdrs, char* block, const record_type& record) {
+bool_t xdr_array_of(const record_walk& walk, char* block, const record_type& record) {
   std::uint32_t count = load_block_count(block);
-  if (!xdr_u_int(xdrs, &count)) return FALSE;
-  if (xdrs->x_op == XDR_DECODE) return decode_array(xdrs, block, count, record);
+  if (!xdr_u_int(walk.xdrs, &count)) return FALSE;
+  if (walk.xdrs->x_op == XDR_DECODE) return decode_array(walk, block, count, record);
   char* const elements = load_block_pointer(block);
-  const std::uint32_t present = elements != nullptr ? count : 0;
+  const bool nothing_to_walk =
+      elements == nullptr || (walk.xdrs->x_op == XDR_FREE && record.wire_size != variable_size);
+  const std::uint32_t present = nothing_to_walk ? 0 : count;
   for (std::uint32_t i = 0; i < present; ++i) {
-    const bool_t done = xdr_record(xdrs, elements + std::size_t{i} * record.size, record);
-    if (!done && xdrs->x_op == XDR_ENCODE) return FALSE;
+    const bool_t done = xdr_record(walk, elements + std::size_t{i} * record.size, record);
+    if (!done && walk.xdrs->x_op == XDR_ENCODE) return FALSE;
   }
-  if (xdrs->x_op == XDR_FREE) {
+  if (walk.xdrs->x_op == XDR_FREE) {
     std::free(elements);
     store_block(block, 0, nullptr);
   }
   return TRUE;
-}
-
-const char* unpack(const char* wire, char* data, const wire_type& type) {
-  switch (type.kind) {
-    case wire_kind::chars:
-    case wire_kind::schars:
-      unpack_chars(wire, data, type.count);
-      break;
-    case wire_kind::fixed_text:
-    case wire_kind::opaque:
-      std::memcpy(data, wire, type.count);
-      break;
-    case wire_kind::vector:
-      return unpack_items(wire, data, type);
-    case wire_kind::record:
-      return unpack_fields(wire, data, type.target->fields,
-                           type.target->fields + type.target->field_count);
-    default:
-      unpack_scalar(wire, data, type.kind);
-      break;
-  }
-  return wire + type.wire_size;
-}
-
-std::uint32_t unpack_run(XDR* xdrs, char* base, const record_type& record, std::uint32_t begin,
-                         std::uint32_t end) {
-  if (xdrs->x_op != XDR_DECODE) return 0;
-  const std::uint32_t size = record.fields[begin].run_wire;
-  if (size == 0 || size > INT32_MAX) return 0;
-  const char* wire = XDR_INLINE(xdrs, static_cast<std::int32_t>(size));
-  if (wire == nullptr) return 0;
-  unpack_fields(wire, base, record.fields + begin, record.fields + end);
-  std::uint32_t behind = begin;
-  while (behind < end && record.fields[behind].run_wire != 0) ++behind;
-  return behind - begin;
 }
 
 }  // namespace kvrpc

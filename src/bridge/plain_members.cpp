@@ -79,13 +79,13 @@ char* write_plain(char* place, const char* data, const wire_type& type) {
   }
 }
 
-// A whole member, the comma before it included. The whole place of a label is copied, which costs
-// less than copying its exact size.
+// A whole member. Of every label the same number of bytes is copied, which costs less than copying
+// its size.
 char* write_member(char* place, const char* base, const record_field& field, bool first) {
-  *place = ',';
-  if (!first) ++place;
-  std::memcpy(place, field.label, sizeof field.label);
-  return write_plain(place + field.label_size, base + field.offset, field.type);
+  const std::uint32_t skipped = first ? 1 : 0;
+  std::memcpy(place, field.label + skipped, label_room);
+  place += field.label_size - skipped;
+  return write_plain(place, base + field.offset, field.type);
 }
 
 }  // namespace

@@ -14,10 +14,14 @@
 
 namespace kvrpc {
 
-// A value of a table's type, as clnt_call hands it to xdr_typed.
+class record_arena;
+
+// A value of a table's type, as clnt_call hands it to xdr_typed. What its pointers lead to lives in
+// the arena when there is one, and has to be released with the same arena.
 struct typed_value {
   const wire_type* type;
   char* data;
+  record_arena* arena;
 };
 
 // The xdrproc_t of every argument and result; the object is a typed_value.
@@ -28,11 +32,8 @@ bool_t xdr_value(XDR* xdrs, char* data, const wire_type& type);
 
 // Releases what a value holds and leaves its pointers null.
 void record_free(const wire_type& type, void* data);
+void record_free(typed_value& value);
 // Releases a list from `node` (which may be null) to its end, the nodes included.
 void list_free(const record_type& record, char* node);
-
-// Reads a value of fixed wire size from `wire`, where type.wire_size bytes lie, and returns the
-// place behind it.
-const char* unpack(const char* wire, char* data, const wire_type& type);
 
 }  // namespace kvrpc

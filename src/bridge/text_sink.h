@@ -34,17 +34,16 @@ class text_sink {
   int base64(const void* bytes, std::size_t size);
 
   int begin_object() { return begin('{'); }
-  int key(const record_field& field) { return label(field.label, field.label_size); }
-  // The label is the key in quotes and a colon.
-  int label(const char* bytes, std::size_t size) {
-    char* place = out_.reserve(size + 1);
-    if (place == nullptr) return 0;
-    const std::size_t comma = first_ ? 0 : 1;
-    place[0] = ',';
-    std::memcpy(place + comma, bytes, size);
-    out_.commit(comma + size);
+  int key(const record_field& field) {
+    const std::size_t skipped = first_ ? 1 : 0;
     first_ = false;
-    return 1;
+    return out_.append(field.label + skipped, field.label_size - skipped);
+  }
+  int key(const char* name, std::size_t size) {
+    const bool separate = !first_;
+    first_ = false;
+    return (!separate || out_.append(',')) && out_.append('"') && out_.append(name, size) &&
+           out_.append("\":", 2);
   }
   // Writes the members from `begin` on that are scalars or fixed texts with their NUL, in one go,
   // and returns the index of the first member that is none. A sink may write none of them.

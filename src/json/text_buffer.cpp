@@ -8,6 +8,7 @@ namespace kvrpc {
 namespace {
 
 constexpr std::size_t smallest_block = 256;
+constexpr std::size_t second_block = 4096;
 constexpr std::size_t largest_block = PTRDIFF_MAX;
 
 }  // namespace
@@ -35,7 +36,8 @@ char* text_buffer::grow(std::size_t count) {
     return nullptr;
   }
   const std::size_t doubled = used > largest_block / 2 ? largest_block : used * 2;
-  const std::size_t block = std::max({used + count + 1, doubled, smallest_block});
+  const std::size_t least = used == 0 ? smallest_block : second_block;
+  const std::size_t block = std::max({used + count + 1, doubled, least});
   auto* moved = static_cast<char*>(json_hooks().resize(begin_, block));
   if (moved == nullptr) {
     fail();

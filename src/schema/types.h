@@ -82,11 +82,12 @@ struct record_field {
   std::uint32_t run_wire = 0;  // wire bytes of this and the fields behind it that have a fixed size
   std::uint32_t run_text = 0;  // most bytes of JSON text of this and the plain fields behind it
   std::uint32_t label_size = 0;
-  char label[32] = {};  // `"key":`
+  char label[40] = {};  // `,"key":`
 };
 
-// A comma and the whole place of a label.
-constexpr std::uint32_t label_room = 1 + sizeof(record_field::label);
+// The bytes that are copied for a label of any size, with or without its comma.
+constexpr std::uint32_t label_room = 32;
+static_assert(label_room < sizeof(record_field::label), "copied from behind the comma as well");
 
 // The most bytes that the JSON text of a plain value takes: a scalar or a fixed text. 0 for others.
 constexpr std::uint32_t plain_text_room(const wire_type& type) {
@@ -216,6 +217,7 @@ struct structure : record_type {
  public:
   static constexpr void set_label(record_field& row) {
     std::uint32_t n = 0;
+    row.label[n++] = ',';
     row.label[n++] = '"';
     for (const char* c = row.key; *c != '\0'; ++c) row.label[n++] = *c;
     row.label[n++] = '"';
