@@ -26,13 +26,13 @@ bytes hex(const std::string& digits) {
   return result;
 }
 
-// Fifty calls of all six servers that succeed.
+// Fifty calls that succeed, spread over the 640 of the file.
 std::vector<sample> samples() {
   std::ifstream file(KVRPC_SOURCE_DIR "/tests/vectors/procedures.jsonl");
   std::vector<sample> result;
   int number = 0;
-  for (std::string line; result.size() < 50 && std::getline(file, line); ++number) {
-    if (number % 12 != 1) continue;
+  for (std::string line; std::getline(file, line); ++number) {
+    if (number * 50 % 640 >= 50) continue;
     const json_value row(line);
     const auto text = [&](const char* key) { return json_find(row.node(), key)->text; };
     result.push_back({text("program"), text("call"), hex(text("res_xdr"))});
