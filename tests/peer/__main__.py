@@ -112,7 +112,7 @@ def serve_datagrams(script, sock):
 
 def bind_both(host, port):
     while True:
-        listener = socket.create_server((host, port), backlog=64)
+        listener = socket.create_server((host, port), backlog=1024)
         sock = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
         try:
             sock.bind((host, listener.getsockname()[1]))

@@ -27,17 +27,18 @@ class Call:
     def data(self):
         if self.transport == "udp":
             return self.whole
-        data, rest = b"", self.whole
+        parts, place = [], 0
         for length in self.fragments:
-            data, rest = data + rest[4:4 + length], rest[4 + length:]
-        return data
+            parts.append(self.whole[place + 4:place + 4 + length])
+            place += 4 + length
+        return b"".join(parts)
 
     @property
     def fragments(self):
-        lengths, rest = [], self.whole
-        while rest:
-            lengths.append(int.from_bytes(rest[:4], "big") & 0x7FFFFFFF)
-            rest = rest[4 + lengths[-1]:]
+        lengths, place = [], 0
+        while place < len(self.whole):
+            lengths.append(int.from_bytes(self.whole[place:place + 4], "big") & 0x7FFFFFFF)
+            place += 4 + lengths[-1]
         return lengths
 
     @property

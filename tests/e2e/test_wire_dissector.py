@@ -1,0 +1,124 @@
+"""Calls as a dissector that nobody here wrote reads them in a capture of loopback."""
+
+import contextlib
+import json
+import os
+import shutil
+import signal
+import subprocess
+import time
+
+import pytest
+from failures import STATUS, STATUS_REPLY, VERSION, VERSION_REPLY
+from peer import messages
+from servers import plain_environment
+
+pytestmark = pytest.mark.peers
+
+LAMBDA = "26011932"
+CALL, REPLY = "0", "1"
+FIELDS = ("rpc.msgtyp", "rpc.version", "rpc.program", "rpc.programversion", "rpc.procedure",
+          "rpc.auth.flavor", "rpc.auth.length", "rpc.xid", "rpc.lastfrag", "rpc.fraglen",
+          "rpc.reassembled.length", "_ws.malformed",
+          "_ws.expert.message")
+SECONDS = 30
+
+
+def missing(reason):
+    if os.environ.get("KVRPC_REQUIRE_PEERS"):
+        pytest.fail(reason)
+    pytest.skip(reason)
+
+
+@contextlib.contextmanager
+def captured(port, file):
+    """The packets of this port go to the file, up to the end of the block."""
+    if shutil.which("tshark") is None or shutil.which("dumpcap") is None:
+        missing("tshark is missing")
+    process = subprocess.Popen(
+        ["dumpcap", "-i", "lo", "-f", f"port {port}", "-w", str(file), "-a", "duration:60", "-q"],
+        stderr=subprocess.PIPE, encoding="utf-8", env=plain_environment())
+    said = process.stderr.readline()
+    while said and "File:" not in said:
+        said = process.stderr.readline()
+    if not said:
+        missing("loopback cannot be captured: only root may")
+    yield
+    time.sleep(0.5)  # the last packets are on their way through the kernel
+    process.send_signal(signal.SIGINT)
+    process.communicate(timeout=SECONDS)
+
+
+def dissected(port, transport, file):
+    """Per packet with RPC in it, the values of the fields."""
+    command = ["tshark", "-r", str(file), "-d", f"{transport}.port=={port},rpc",
+               "-o", "rpc.dissect_unknown_programs:TRUE", "-Y", "rpc", "-T", "json"]
+    for field in FIELDS:
+        command += ["-e", field]
+    done = subprocess.run(command, capture_output=True, encoding="utf-8", timeout=SECONDS,
+                          env=plain_environment(), check=True)
+    return [packet["_source"]["layers"] for packet in json.loads(done.stdout)]
+
+
+def of_type(packets, kind):
+    return [packet for packet in packets if packet.get("rpc.msgtyp") == [kind]]
+
+
+def procedures(calls):
+    """The dissector names them in the header and once more in the tree's own line, which it does
+    with the version as well.
+    """
+    return [int(procedure) for call in calls for procedure in sorted(set(call["rpc.procedure"]))]
+
+
+@pytest.fixture(params=["tcp", "udp"])
+def transport(request):
+    return request.param
+
+
+def test_every_call_is_read_as_what_it_is(module, fault_peer, allow, tmp_path, transport):
+    peer = fault_peer(transport)
+    file = tmp_path / "capture"
+    with captured(peer.port, file):
+        client = module.RpcClient("lambda")
+        peer.script(otherwise={})
+        assert client.call(STATUS, allow) == STATUS_REPLY
+        assert client.call(VERSION, allow) == VERSION_REPLY
+        client.call('{"l_startserver_1":"fax"}', allow)
+        peer.script({"reply": messages.success(messages.words(1, 7))})
+        client.call('{"l_statfile_1":{"filename":"%s"}}' % ("x" * 1000), allow)
+        client.close()
+    packets = dissected(peer.port, transport, file)
+    assert [packet for packet in packets
+            if "_ws.malformed" in packet or "_ws.expert.message" in packet] == []
+    calls, replies = of_type(packets, CALL), of_type(packets, REPLY)
+    assert procedures(calls) == [29, 19, 9, 20]
+    assert [reply["rpc.xid"] for reply in replies] == [call["rpc.xid"] for call in calls]
+    for call in calls:
+        assert (call["rpc.version"], call["rpc.program"], call["rpc.programversion"]) == (
+            ["2"], [LAMBDA], ["1", "1"])
+        assert (call["rpc.auth.flavor"], call["rpc.auth.length"]) == (["0", "0"], ["0", "0"])
+    marks = [(call.get("rpc.lastfrag"), call.get("rpc.fraglen")) for call in calls]
+    if transport == "udp":
+        assert marks == [(None, None)] * 4
+    else:
+        assert [(last[0] in ("1", "True"), int(length[0])) for last, length in marks] == [
+            (True, 40), (True, 40), (True, 40 + 44), (True, 40 + 4 + 1000)]
+
+
+def test_a_long_call_is_put_together_from_its_fragments(module, fault_peer, allow, tmp_path):
+    peer = fault_peer("tcp")
+    file = tmp_path / "capture"
+    with captured(peer.port, file):
+        client = module.RpcClient("lambda")
+        peer.script({"reply": messages.success(messages.words(1, 7))})
+        client.call('{"l_statfile_1":{"filename":"%s"}}' % ("x" * 10000), allow)
+        assert client.call(VERSION, allow) == VERSION_REPLY
+        client.close()
+    packets = dissected(peer.port, "tcp", file)
+    calls = of_type(packets, CALL)
+    assert procedures(calls) == [20, 19]
+    assert [(packet["rpc.lastfrag"], packet["rpc.fraglen"]) for packet in packets[:3]] == [
+        (["0"], ["3996"]), (["0"], ["3996"]), (["1"], ["2052"])]
+    assert calls[0]["rpc.reassembled.length"] == [str(40 + 4 + 10000)]
+    assert [packet for packet in packets if "_ws.malformed" in packet] == []
