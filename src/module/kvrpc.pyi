@@ -10,8 +10,8 @@ class _Encodable(Protocol):
 class _Verifier(Protocol):
     """Vets calls. The name is that of the procedure; 0 or False refuses the call.
 
-    A verdict that is no integer, and an exception, refuse the call as well: they are printed to
-    standard error and do not reach the caller of `call`.
+    A verdict counts by its `__int__`, so that 0.5 refuses. One without it, and an exception, refuse
+    the call as well: they are printed to standard error and do not reach the caller of `call`.
     """
 
     def verify_call(self, name: str, /) -> SupportsInt: ...

@@ -122,17 +122,18 @@ TEST(Delete, TakesTheSubtreeAndLeavesTheSiblings) {
   EXPECT_EQ(hooks.live_blocks(), 0);
 }
 
-// The parent is not told, so a child that was deleted without being taken off its list is still
-// what the list's head points at.
+// The siblings are not told, so a child that was deleted without being taken off its list is still
+// what they point at.
 TEST(Delete, DoesNotTakeTheNodeOffItsParentsList) {
-  const tree_ptr tree = parse("[1,2]");
-  json_node* tail = tree->child->next;
-  const auto head = reinterpret_cast<std::uintptr_t>(tree->child);
-  json_delete(tree->child);
-  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(tree->child), head);
-  tail->prev = nullptr;
-  tree->child = tail;
-  EXPECT_EQ(describe(tree.get()), "[2]");
+  const tree_ptr tree = parse("[1,2,3]");
+  json_node* head = tree->child;
+  json_node* tail = head->next->next;
+  const auto middle = reinterpret_cast<std::uintptr_t>(head->next);
+  json_delete(head->next);
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(head->next), middle);
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(tail->prev), middle);
+  json_link(head, tail);
+  EXPECT_EQ(describe(tree.get()), "[1 3]");
 }
 
 TEST(Delete, AllocatesNothing) {
