@@ -100,7 +100,7 @@ int decoding<Sink>::list(const char* first, const record_type& type) const {
   resume_stack<const char*> nodes;
   decoding node = *this;
   for (const char* base = first; base != nullptr;) {
-    if (base != first) node.block = {base, &node_type, 1};
+    if (base != first) node.block = {base, &node_type};
     if (!nodes.push(base) || !out.begin_object()) return 0;
     if (!node.members(base, type, 0, link) || !out.key(type.fields[link])) return 0;
     base = load<const char*>(base + type.fields[link].offset);
@@ -108,7 +108,7 @@ int decoding<Sink>::list(const char* first, const record_type& type) const {
   if (!out.null()) return 0;
   while (!nodes.empty()) {
     const char* const base = nodes.pop();
-    node.block = base == first ? block : record_block{base, &node_type, 1};
+    node.block = base == first ? block : record_block{base, &node_type};
     if (!node.members(base, type, link + 1, type.field_count) || !out.end_object()) return 0;
   }
   return 1;
@@ -132,12 +132,12 @@ int decoding<Sink>::vector(const char* data, const wire_type& type) const {
 template <class Sink>
 int decoding<Sink>::array(const char* data, const wire_type& type) const {
   const wire_type element_type = wire::inline_(*type.target);
-  const decoding elements{
-      out, raw_text, {load_block_pointer(data), &element_type, load_block_count(data)}};
-  return json_decode_array(
-      out, raw_text, data, element_type.size, [&elements, &type](Sink&, int, const void* element) {
-        return elements.record(static_cast<const char*>(element), *type.target);
-      });
+  return json_decode_array(out, raw_text, data, element_type.size,
+                           [this, &element_type](Sink&, int, const void* element) {
+                             const char* const base = static_cast<const char*>(element);
+                             const decoding inner{out, raw_text, {base, &element_type}};
+                             return inner.record(base, *element_type.target);
+                           });
 }
 
 template <class Sink>
@@ -146,7 +146,7 @@ int decoding<Sink>::target(const char* field, const wire_type& type) const {
   return json_decode_pointer(out, raw_text, field,
                              [this, &target_type](Sink&, int, const void* data) {
                                const char* const base = static_cast<const char*>(data);
-                               const decoding inner{out, raw_text, {base, &target_type, 1}};
+                               const decoding inner{out, raw_text, {base, &target_type}};
                                return inner.record(base, *target_type.target);
                              });
 }
@@ -199,7 +199,7 @@ int decoding<Sink>::value(const char* data, const wire_type& type) const {
 template <class Sink>
 int json_decode(Sink& out, int raw_text, const void* data, const wire_type& type) {
   const char* const base = static_cast<const char*>(data);
-  return decoding<Sink>{out, raw_text, {base, &type, 1}}.value(base, type);
+  return decoding<Sink>{out, raw_text, {base, &type}}.value(base, type);
 }
 
 template <class Sink>

@@ -66,7 +66,7 @@ std::uint64_t first_pointer(const char* base, const wire_type& type, std::uint64
 
 const char* text_end(const record_block& block, const char* text) {
   const auto from = static_cast<std::uint64_t>(text - block.base);
-  return block.base + first_pointer_in_row(block.base, *block.type, block.count, from);
+  return block.base + first_pointer(block.base, *block.type, from);
 }
 
 }  // namespace kvrpc

@@ -2,7 +2,8 @@
 //
 // The servers' texts are read up to their NUL, so one that fills its field runs on into the bytes
 // of the fields behind it. It ends before the first pointer behind it, so that no address reaches
-// a reply, or with the block of memory that it lies in.
+// a reply, or with its record: the argument or result, a list node, the target of a pointer, an
+// element of a counted array.
 #pragma once
 
 #include <cstdint>
@@ -11,11 +12,10 @@
 
 namespace kvrpc {
 
-// A block of memory that holds `count` values of one type, one behind the other.
+// A value in memory that texts may run on in.
 struct record_block {
   const char* base;
   const wire_type* type;
-  std::uint32_t count;
 };
 
 // The end of what a text at `text`, in the block, may be read from.

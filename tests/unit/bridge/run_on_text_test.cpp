@@ -66,13 +66,12 @@ TEST(run_on_text, goes_on_through_the_items_of_a_vector) {
   EXPECT_EQ(text_of(value), R"({"v":["aabbccNN", "bbccNN", "ccNN"],"n":20046})");
 }
 
-TEST(run_on_text, goes_on_through_the_elements_of_an_array) {
+TEST(run_on_text, stops_at_the_end_of_an_array_element) {
   test_value value(array_of(plain));
   ASSERT_EQ(value.encode("[{},{}]"), 1);
   std::memcpy(load_block_pointer(value.data()), "ab..ABCDxyz.cd..EFGHuvw.", 24);
-  EXPECT_EQ(text_of(value),
-            R"([{"a":"ab..ABCDxyz.cd..EFGHuvw.","n":1145258561,"b":"xyz.cd..EFGHuvw."}, )"
-            R"({"a":"cd..EFGHuvw.","n":1212630597,"b":"uvw."}])");
+  EXPECT_EQ(text_of(value), R"([{"a":"ab..ABCDxyz.","n":1145258561,"b":"xyz."}, )"
+                            R"({"a":"cd..EFGHuvw.","n":1212630597,"b":"uvw."}])");
 }
 
 TEST(run_on_text, takes_a_count_but_stops_before_the_pointer_behind_it) {
