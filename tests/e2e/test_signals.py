@@ -115,6 +115,7 @@ def test_ctrl_c_from_outside_ends_a_script_in_a_hung_call(fault_peer, transport)
         except KeyboardInterrupt:
             print("interrupted", flush=True)
         print(client.call('{"l_version_1":null}', Allow()).decode(), flush=True)
+        client.close()
     """
     process = subprocess.Popen(
         [sys.executable, "-c", script], stdout=subprocess.PIPE, encoding="ascii",

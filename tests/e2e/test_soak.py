@@ -37,6 +37,8 @@ SCRIPT = """
         run(count)
         seen.append(usage())
     print(json.dumps(seen[1:]))
+    client.close()
+    stream.close()
 """
 
 

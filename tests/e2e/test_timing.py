@@ -30,6 +30,7 @@ CALL = textwrap.dedent("""
     if CLOSES:
         client.close()
     again = client.call('{"l_get_status_1":null}', Allow()).decode()
+    client.close()
     print(json.dumps({"start": start, "took": end - start, "reply": reply, "names": names,
                       "again": again}))
 """)
