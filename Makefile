@@ -3,7 +3,7 @@ SHELL := bash
 .SHELLFLAGS := -euo pipefail -c
 .DEFAULT_GOAL := build
 MAKEFLAGS += --no-print-directory
-.PHONY: build test test-clang test-newest check demo bench fuzz clean help setup
+.PHONY: build win32 test-win32 test test-clang test-newest check demo bench fuzz clean help setup
 
 PYTHON := .venv/bin/python
 FUZZ_SECONDS ?= 60
@@ -15,7 +15,7 @@ compile = cmake --preset $(1) --log-level=WARNING -DKVRPC_PYTHON="$$(tools/find-
           && cmake --build --preset $(1) $(addprefix --target ,$(2))
 
 help: ## this list
-	@awk -F ':.*## ' '/^[a-z-]+:.*## / {printf "  make %-12s %s\n", $$1, $$2}' $(MAKEFILE_LIST)
+	@awk -F ':.*## ' '/^[a-z0-9-]+:.*## / {printf "  make %-12s %s\n", $$1, $$2}' $(MAKEFILE_LIST)
 
 setup:
 	@tools/setup build
@@ -53,6 +53,15 @@ demo: build ## examples against the simulator, over real sockets; ends by itself
 	  echo "== $$example"; \
 	  PYTHONPATH=build/lib timeout 60 $(PYTHON) -u -m simulator --run $$example; \
 	done
+
+win32: setup ## the module for 32-bit Windows, in build/win32/lib
+	@tools/setup win32
+	@tools/win32-root
+	@cmake --preset win32 --log-level=WARNING >/dev/null && cmake --build --preset win32
+
+test-win32: build win32 ## the tests with a 32-bit Windows interpreter under Wine; as root
+	@tools/win32-root wine
+	@tools/win32-tests
 
 bench: build ## measurements of the release build
 	@tools/bench

@@ -129,6 +129,16 @@ function(kvrpc_module)
   endif()
 endfunction()
 
+# kvrpc_refusing_module(): the module over a socket library that does not start, for a test.
+function(kvrpc_refusing_module)
+  kvrpc_sources(sources ${CMAKE_SOURCE_DIR}/src/module)
+  add_library(kvrpc_refusing MODULE ${sources} ${CMAKE_SOURCE_DIR}/tests/win32/refusing_sockets.cpp)
+  target_link_libraries(kvrpc_refusing PRIVATE
+    kvrpc_bridge kvrpc_directory kvrpc_flags kvrpc_python)
+  set_target_properties(kvrpc_refusing PROPERTIES PREFIX "" OUTPUT_NAME kvrpc
+    SUFFIX .cp39-win32.pyd LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/refusing)
+endfunction()
+
 # kvrpc_bench_programs(): bench/*.cpp, one program each, built by the target `bench`.
 function(kvrpc_bench_programs)
   add_custom_target(bench)

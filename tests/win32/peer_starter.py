@@ -1,0 +1,92 @@
+"""Starts peers on this side of the loopback for tests that run as Windows programs.
+
+A connection brings one line of JSON, the arguments of the Python interpreter, and then the standard
+input of the process. What the process writes goes back, in frames:
+
+    byte     1 standard output, 2 standard error, 0 the end: the exit code, as text
+    4 bytes  length, big-endian
+    data
+
+The process runs in the root of the repository. It is killed when the connection ends; until then its
+standard input stays open.
+"""
+
+import json
+import os
+import socket
+import struct
+import subprocess
+import sys
+import threading
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parents[2]
+PATH = f"{ROOT}:{ROOT / 'tests'}"
+EXIT, OUTPUT, ERRORS = 0, 1, 2
+
+
+class Sender:
+    def __init__(self, connection):
+        self._connection = connection
+        self._lock = threading.Lock()
+
+    def send(self, kind, data):
+        with self._lock:
+            self._connection.sendall(struct.pack(">BI", kind, len(data)) + data)
+
+    def copy(self, kind, stream):
+        try:
+            while True:
+                data = stream.read1(65536)
+                if not data:
+                    return
+                self.send(kind, data)
+        except OSError:
+            pass  # The other side has gone; the process is being killed.
+
+
+def feed(lines, process):
+    """Hands on the standard input, and kills the process when the other side goes."""
+    try:
+        while True:
+            data = lines.read1(65536)
+            if not data:
+                break
+            process.stdin.write(data)
+            process.stdin.flush()
+    except OSError:
+        pass
+    process.kill()
+
+
+def serve(connection):
+    with connection, connection.makefile("rb") as lines:
+        arguments = json.loads(lines.readline())
+        process = subprocess.Popen(
+            [sys.executable, "-u", *arguments], cwd=ROOT, env=dict(os.environ, PYTHONPATH=PATH),
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        sender = Sender(connection)
+        copiers = [threading.Thread(target=sender.copy, args=pair)
+                   for pair in ((OUTPUT, process.stdout), (ERRORS, process.stderr))]
+        feeder = threading.Thread(target=feed, args=(lines, process), daemon=True)
+        for thread in (*copiers, feeder):
+            thread.start()
+        for thread in copiers:
+            thread.join()
+        try:
+            sender.send(EXIT, str(process.wait()).encode("ascii"))
+        except OSError:
+            pass
+
+
+def start():
+    """Serves from threads of this process; returns the port."""
+    listener = socket.create_server(("127.0.0.1", 0))
+
+    def accept():
+        while True:
+            connection, _ = listener.accept()
+            threading.Thread(target=serve, args=(connection,), daemon=True).start()
+
+    threading.Thread(target=accept, daemon=True).start()
+    return listener.getsockname()[1]
