@@ -92,24 +92,29 @@ int decoding<Sink>::structure(const char* base, const record_type& type) const {
 }
 
 // A list: a node is opened, its members up to the link are written, and the node behind it comes as
-// the link's value. The members behind the links follow from the far end.
+// the link's value. The members behind the links, if there are any, follow from the far end.
 template <class Sink>
 int decoding<Sink>::list(const char* first, const record_type& type) const {
   const auto link = static_cast<std::uint32_t>(type.next_field);
+  const bool has_tail = link + 1 < type.field_count;
   const wire_type node_type = wire::inline_(type);
   resume_stack<const char*> nodes;
+  std::size_t open = 0;
   decoding node = *this;
-  for (const char* base = first; base != nullptr;) {
+  for (const char* base = first; base != nullptr; ++open) {
     if (base != first) node.block = {base, &node_type};
-    if (!nodes.push(base) || !out.begin_object()) return 0;
+    if ((has_tail && !nodes.push(base)) || !out.begin_object()) return 0;
     if (!node.members(base, type, 0, link) || !out.key(type.fields[link])) return 0;
     base = load<const char*>(base + type.fields[link].offset);
   }
   if (!out.null()) return 0;
-  while (!nodes.empty()) {
-    const char* const base = nodes.pop();
-    node.block = base == first ? block : record_block{base, &node_type};
-    if (!node.members(base, type, link + 1, type.field_count) || !out.end_object()) return 0;
+  for (; open > 0; --open) {
+    if (has_tail) {
+      const char* const base = nodes.pop();
+      node.block = base == first ? block : record_block{base, &node_type};
+      if (!node.members(base, type, link + 1, type.field_count)) return 0;
+    }
+    if (!out.end_object()) return 0;
   }
   return 1;
 }

@@ -6,6 +6,7 @@
 #include "bridge/field_memory.h"
 #include "bridge/record_xdr.h"
 #include "bridge/resume_stack.h"
+#include "bridge/unpack.h"
 
 namespace kvrpc {
 
@@ -13,7 +14,13 @@ namespace {
 
 struct list_shape {
   explicit list_shape(const record_type& list)
-      : record(list), link(static_cast<std::uint32_t>(list.next_field)) {}
+      : record(list), link(static_cast<std::uint32_t>(list.next_field)) {
+    for (std::uint32_t i = 0; i < link; ++i) {
+      const std::uint32_t size = list.fields[i].type.wire_size;
+      head_wire =
+          head_wire > INT32_MAX / 2 || size > INT32_MAX / 2 ? variable_size : head_wire + size;
+    }
+  }
 
   char* next(const char* node) const { return load<char*>(node + record.fields[link].offset); }
   void set_next(char* node, char* next) const { store(node + record.fields[link].offset, next); }
@@ -27,8 +34,19 @@ struct list_shape {
   }
   bool has_tail() const { return link + 1 < record.field_count; }
 
+  // Decodes the fields before the link and whether a node is behind it.
+  bool_t head_and_link(const record_walk& walk, char* node, bool_t* present) const {
+    const char* unit = head_wire != variable_size
+                           ? unpack_head(walk.xdrs, node, record, link, head_wire)
+                           : nullptr;
+    if (unit == nullptr) return head(walk, node) && xdr_bool(walk.xdrs, present);
+    *present = xdr_load_unit(unit) != 0 ? TRUE : FALSE;
+    return TRUE;
+  }
+
   const record_type& record;
   std::uint32_t link;
+  std::uint32_t head_wire = 0;  // or variable_size
 };
 
 bool_t finish_tails(const record_walk& walk, const list_shape& list, resume_stack<char*>& nodes) {
@@ -54,7 +72,7 @@ bool_t decode_list(const record_walk& walk, char* node, const list_shape& list) 
   resume_stack<char*> nodes;
   for (;;) {
     bool_t present = FALSE;
-    if (!list.head(walk, node) || !xdr_bool(walk.xdrs, &present)) return FALSE;
+    if (!list.head_and_link(walk, node, &present)) return FALSE;
     if (list.has_tail() && !nodes.push(node)) return FALSE;
     if (!present) return finish_tails(walk, list, nodes);
     char* const next = new_target(walk, list.record);

@@ -134,4 +134,11 @@ std::uint32_t unpack_run(XDR* xdrs, char* base, const record_type& record, std::
   return behind - begin;
 }
 
+const char* unpack_head(XDR* xdrs, char* base, const record_type& record, std::uint32_t count,
+                        std::uint32_t wire_size) {
+  const char* wire = XDR_INLINE(xdrs, static_cast<std::int32_t>(wire_size + 4));
+  if (wire == nullptr) return nullptr;
+  return unpack_fields(wire, base, record.fields, record.fields + count);
+}
+
 }  // namespace kvrpc

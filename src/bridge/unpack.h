@@ -17,4 +17,10 @@ const char* unpack(const char* wire, char* data, const wire_type& type);
 std::uint32_t unpack_run(XDR* xdrs, char* base, const record_type& record, std::uint32_t begin,
                          std::uint32_t end);
 
+// Decodes the first `count` fields, `wire_size` bytes altogether, when they lie in the stream's
+// buffer together with one unit more, and returns the place of that unit; else null, and nothing is
+// read.
+const char* unpack_head(XDR* xdrs, char* base, const record_type& record, std::uint32_t count,
+                        std::uint32_t wire_size);
+
 }  // namespace kvrpc
