@@ -91,9 +91,9 @@ std::int32_t rpc_socket_sendto(rpc_socket sock, const char* bytes, std::int32_t 
 std::int32_t rpc_socket_recvfrom(rpc_socket sock, char* bytes, std::int32_t length,
                                  rpc_address* address);
 
-// The script's say when a signal interrupts a socket call or a wait: a result other than zero ends
-// it with RPC_EINTERRUPTED. Null, the default, lets everything go on. Windows, whose sockets no
-// signal interrupts, asks it twenty times a second during a wait.
+// The script's say about signals: a result other than zero ends a socket call or a wait with
+// RPC_EINTERRUPTED. It is asked when a signal interrupts a call, before each wait, and twenty times
+// a second during one. Null, the default, lets everything go on.
 void rpc_set_interrupt_hook(int (*hook)());
 
 // The address of `host` with port 0: 0, or the cf_stat of the failure (RPC_UNKNOWNHOST, or

@@ -13,8 +13,12 @@ void rpc_stop_sockets();
 // process with exit code 1.
 [[noreturn]] void rpc_startup_failed(const char* text);
 
-// Whether the interrupt hook, if there is one, wants the interrupted call to end.
+// Whether the interrupt hook, if there is one, wants the call to end.
 bool rpc_interrupt_wanted();
+
+// A wait asks the hook before it begins and again after so many microseconds: no signal interrupts
+// Windows's sockets, and elsewhere one may come just before the wait.
+constexpr std::int64_t hook_interval = 50000;
 
 // POSIX: Winsock's number for an errno value.
 std::int32_t rpc_winsock_number(std::int32_t error);

@@ -7,8 +7,8 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <climits>
 #include <cstdlib>
 #include <cstring>
 
@@ -64,12 +64,11 @@ static_assert(sizeof(sockaddr_in) == sizeof(rpc_address) &&
                   AF_INET == RPC_IPV4,
               "rpc_address is the platform's IPv4 address");
 
-// poll's milliseconds until the deadline, rounded up so that it never wakes before it.
-int milliseconds_until(std::int64_t deadline) {
-  const std::int64_t left = deadline - rpc_clock();
-  if (left <= 0) return 0;
-  const std::int64_t milliseconds = (left + 999) / 1000;
-  return milliseconds > INT_MAX ? INT_MAX : static_cast<int>(milliseconds);
+// The part of the time until the deadline that one poll may take: its milliseconds are rounded up
+// so that it never wakes before the deadline.
+int next_slice(std::int64_t deadline) {
+  const std::int64_t left = std::min(deadline - rpc_clock(), hook_interval);
+  return left <= 0 ? 0 : static_cast<int>((left + 999) / 1000);
 }
 
 // Waits until an interrupted connect has come to its end. 0 or -1.
@@ -143,10 +142,10 @@ std::int32_t rpc_socket_close(rpc_socket sock) {
 std::int32_t rpc_socket_wait(rpc_socket sock, std::int64_t deadline) {
   pollfd entry = {sock, POLLIN, 0};
   for (;;) {
-    const int ready = poll(&entry, 1, milliseconds_until(deadline));
+    if (!goes_on()) return -1;
+    const int ready = poll(&entry, 1, next_slice(deadline));
     if (ready > 0) return 1;
-    if (ready < 0 && errno != EINTR) return failed();
-    if (ready < 0) return goes_on() ? failed_with(RPC_EINTR) : -1;
+    if (ready < 0) return errno == EINTR ? failed_with(RPC_EINTR) : failed();
     if (rpc_clock() >= deadline) return 0;
   }
 }

@@ -21,8 +21,6 @@ struct rpc_lock_record {
 
 namespace {
 
-constexpr std::int64_t hook_interval = 50000;  // microseconds
-
 SOCKET as_socket(rpc_socket sock) { return static_cast<SOCKET>(sock); }
 
 sockaddr* as_sockaddr(rpc_address* address) { return reinterpret_cast<sockaddr*>(address); }
@@ -102,16 +100,16 @@ std::int32_t rpc_socket_close(rpc_socket sock) { return closesocket(as_socket(so
 // select's count has no meaning here; a set is a list of sockets, whatever their values.
 std::int32_t rpc_socket_wait(rpc_socket sock, std::int64_t deadline) {
   for (;;) {
+    if (rpc_interrupt_wanted()) {
+      WSASetLastError(RPC_EINTERRUPTED);
+      return -1;
+    }
     fd_set readable;
     readable.fd_count = 1;
     readable.fd_array[0] = as_socket(sock);
     timeval slice = next_slice(deadline);
     const int ready = select(0, &readable, nullptr, nullptr, &slice);
     if (ready != 0) return ready;
-    if (rpc_interrupt_wanted()) {
-      WSASetLastError(RPC_EINTERRUPTED);
-      return -1;
-    }
     if (rpc_clock() >= deadline) return 0;
   }
 }
