@@ -3,7 +3,7 @@
 // Each returns 1 on success and 0 on failure, with no message but the fixed texts on standard
 // error. With `raw_text` 0 a text crosses from the record's ISO code to UTF-8; otherwise its bytes
 // pass as they stand. A fixed text is read to its NUL and so may run on into the fields behind it;
-// it ends before the first pointer behind it, or with the block of memory it lies in.
+// it ends before the first pointer behind it, or with the record it lies in (see text_end.h).
 //
 // The functions are built for text_sink and tree_sink; decode.cpp has them.
 #pragma once

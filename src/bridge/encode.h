@@ -7,7 +7,8 @@
 //
 // What a converter allocates belongs to the record, whether or not the record was filled to its
 // end, and is released with record_free. A field that is filled twice keeps the later value and
-// releases the earlier one.
+// releases the earlier one; the converters of counted arrays and pointers leave the release to
+// json_encode, since they do not know what the earlier value holds.
 #pragma once
 
 #include <cstdint>

@@ -20,7 +20,7 @@ class source_text {
  public:
   source_text(const json_node* node, int raw_text) {
     if (node->type != JSON_STRING || node->text == nullptr) return;
-    if (raw_text == 0) converted_ = text_in(node->text);
+    if (raw_text == 0) converted_ = json_text_in(node->text);
     bytes_ = raw_text == 0 ? converted_ : node->text;
     if (bytes_ != nullptr) length_ = std::strlen(bytes_);
   }
@@ -32,7 +32,7 @@ class source_text {
   std::size_t length() const { return length_; }
 
  private:
-  static char* text_in(const char* text) {
+  static char* json_text_in(const char* text) {
     char replacement[] = "?";
     return utf8string_to_iso_alloc(text, replacement);
   }

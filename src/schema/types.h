@@ -72,6 +72,9 @@ struct wire_type {
 
 constexpr std::uint32_t variable_size = 0xFFFFFFFFu;
 
+// The bytes that are copied for a label of any size, with or without its comma.
+constexpr std::uint32_t label_room = 32;
+
 struct record_field {
   const char* key = "";
   wire_type type{};
@@ -82,12 +85,8 @@ struct record_field {
   std::uint32_t run_wire = 0;  // wire bytes of this and the fields behind it that have a fixed size
   std::uint32_t run_text = 0;  // most bytes of JSON text of this and the plain fields behind it
   std::uint32_t label_size = 0;
-  char label[40] = {};  // `,"key":`
+  char label[label_room + 1] = {};  // `,"key":` and a NUL
 };
-
-// The bytes that are copied for a label of any size, with or without its comma.
-constexpr std::uint32_t label_room = 32;
-static_assert(label_room < sizeof(record_field::label), "copied from behind the comma as well");
 
 // The most bytes that the JSON text of a plain value takes: a scalar or a fixed text. 0 for others.
 constexpr std::uint32_t plain_text_room(const wire_type& type) {
@@ -222,6 +221,7 @@ struct structure : record_type {
     for (const char* c = row.key; *c != '\0'; ++c) row.label[n++] = *c;
     row.label[n++] = '"';
     row.label[n++] = ':';
+    row.label[n] = '\0';  // lies outside, and so does not compile, where the label has no room
     row.label_size = n;
   }
 };

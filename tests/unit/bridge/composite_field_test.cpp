@@ -152,6 +152,15 @@ TEST(pointer_converter, keeps_a_target_that_could_not_be_filled) {
   std::free(field);
 }
 
+TEST(reference_converter, gives_its_targets_form) {
+  std::int32_t target = 12;
+  char* field = reinterpret_cast<char*>(&target);
+  text_buffer buffer;
+  text_sink sink(buffer);
+  EXPECT_EQ(json_decode_reference(sink, 0, &field, decode_long), 1);
+  EXPECT_EQ(std::string(buffer.data(), buffer.size()), "12");
+}
+
 TEST(reference_converter, null_is_a_value_like_any_other) {
   char* field = nullptr;
   EXPECT_EQ(json_encode_reference(json_value("null").node(), 0, &field, 4, encode_long), 0);

@@ -56,6 +56,11 @@ TEST(stub, an_array_of_processes_comes_back) {
   client.answer = units({0});
   EXPECT_EQ(call(client.handle(), "lambda", R"({"l_ps_1":0})").reply,
             R"({"status":0,"message":"ok","result":[]})");
+  client.answer = units({1, 2, 3, 4, 'c'});
+  client.answer.resize(4 * (4 + 128));
+  EXPECT_EQ(call(client.handle(), "lambda", R"({"l_ps_1":0})").reply,
+            R"({"status":0,"message":"ok","result":[{"slot":2,"pid":3,"status":4,"cmd":"c",)"
+            R"("dir":""}]})");
 }
 
 TEST(stub, a_result_that_does_not_convert_is_status_2) {
@@ -76,10 +81,23 @@ TEST(stub, a_result_that_does_not_decode_is_a_failed_rpc) {
             R"("message":"rpc_call: RPC: Can't decode result\n"})");
 }
 
-TEST(stub, a_union_outside_its_table_fails_the_rpc_both_ways) {
+TEST(stub, an_argument_outside_its_unions_table_is_status_1) {
   fake_client client;
   EXPECT_EQ(call(client.handle(), "alpha", R"({"a_bif_new_1":{"vers":99,"v1":{}}})").status, 1);
   EXPECT_EQ(client.calls, 0);
+}
+
+// The wire comes before the converter, which would say status 2.
+TEST(stub, a_result_outside_its_unions_table_is_a_failed_rpc) {
+  fake_client client;
+  client.answer = units({0, 5, 1});
+  EXPECT_EQ(call(client.handle(), "alpha", R"({"a_bif_new_1":{"vers":0,"v0":{}}})").reply,
+            R"({"status":0,"message":"ok","result":{"vers":0,"v0":{"err":5,"out":true}}})");
+  client.answer = units({1, 5, 1});
+  EXPECT_EQ(call(client.handle(), "alpha", R"({"a_bif_new_1":{"vers":0,"v0":{}}})").reply,
+            R"({"status":3,"rpc_err":{"re_status":2},)"
+            R"("message":"rpc_call: RPC: Can't decode result\n"})");
+  EXPECT_EQ(client.calls, 2);
 }
 
 TEST(stub, no_argument_or_result_is_larger_than_its_room) {

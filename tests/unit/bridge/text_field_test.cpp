@@ -80,6 +80,62 @@ TEST(fixed_text, in_a_record_passes_raw_as_well) {
   EXPECT_EQ(value.tree_text(1), value.text(1));
 }
 
+TEST(raw_text, passes_through_every_kind_of_text_as_it_is) {
+  const std::string apostrophe_and_umlaut = "\"'\u00e4\"";
+  const json_value text(apostrophe_and_umlaut);
+  for (const wire_type& type : {wire::chars(8), wire::schars(8), wire::opaque(8), wire::text,
+                                wire::text_of(8), wire::string}) {
+    test_value value(type);
+    EXPECT_EQ(value.encode(text.node(), 1), 1);
+    EXPECT_EQ(value.text(1), apostrophe_and_umlaut);
+    EXPECT_EQ(value.tree_text(1), apostrophe_and_umlaut);
+    EXPECT_EQ(value.text(), "\"'\u00c3\u20ac\"");  // C3 A4, each a character of its own
+  }
+}
+
+TEST(raw_text, changes_nothing_for_bytes) {
+  for (const wire_type& type : {wire::opaque64(3), wire::blob}) {
+    test_value value(type);
+    EXPECT_EQ(value.encode(json_value("\"abcd\"").node(), 1), 1);
+    EXPECT_EQ(value.text(1), "\"abcd\"");
+    EXPECT_EQ(value.text(), "\"abcd\"");
+  }
+}
+
+TEST(raw_text, is_passed_on_to_the_members_of_records) {
+  static constexpr structure inner{"inner", {{"t", wire::text}}};
+  static constexpr wire_type chars_8 = wire::chars(8);
+  static constexpr structure record{"record",
+                                    {
+                                        {"p", wire::pointer_to(inner)},
+                                        {"v", wire::vector_of(chars_8, 1)},
+                                        {"a", wire::array_of(inner)},
+                                        {"r", wire::inline_(inner)},
+                                    }};
+  const std::string json = R"({"p":{"t":"'"},"v":["'"],"a":[{"t":"'"}],"r":{"t":"'"}})";
+  test_value raw(wire::inline_(record));
+  EXPECT_EQ(raw.encode(json_value(json).node(), 1), 1);
+  EXPECT_EQ(raw.text(1), json);
+  test_value converted(wire::inline_(record));
+  EXPECT_EQ(converted.encode(json), 1);
+  EXPECT_EQ(converted.text(), R"({"p":{"t":"?"},"v":["?"],"a":[{"t":"?"}],"r":{"t":"?"}})");
+}
+
+TEST(fixed_text_decoders, end_at_the_nul_or_at_the_given_end) {
+  const char field[] = "ab\xA4\0c";
+  for (auto decode : {json_decode_fixed_text<text_sink>, json_decode_char_vector<text_sink>,
+                      json_decode_counted_text<text_sink>}) {
+    text_buffer buffer;
+    text_sink sink(buffer);
+    EXPECT_EQ(decode(sink, 0, field, field + 5), 1);
+    EXPECT_EQ(decode(sink, 0, field, field + 2), 1);
+    EXPECT_EQ(decode(sink, 1, field, field + 3), 1);
+    EXPECT_EQ(decode(sink, 0, field, field), 1);
+    EXPECT_EQ(std::string(buffer.data(), buffer.size()), "\"ab\u20ac\"\"ab\"\"ab\xA4\"\"\"");
+    EXPECT_EQ(decode(sink, 0, nullptr, nullptr), 0);
+  }
+}
+
 TEST(opaque_text, a_text_that_reaches_the_cap_fills_the_bytes) {
   test_value value(wire::opaque(5));
   EXPECT_EQ(value.encode("\"abcdefgh\""), 1);

@@ -138,8 +138,12 @@ TEST(labels, are_the_key_as_json_writes_it) {
           << expected;
       longest = std::max(longest, expected.size());
     }
+    if (record->is_union) {
+      EXPECT_EQ(record->selector->label, ",\"" + std::string(record->discriminant) + "\":");
+    }
   }
   EXPECT_EQ(longest, 28u);
+  EXPECT_LE(longest, label_room);
 }
 
 std::uint32_t end_of(const record_field& field) { return field.offset + field.type.size; }
