@@ -141,8 +141,8 @@ def fault_peer(monkeypatch):
     """Starts a scripted peer in a server's place and points the environment to it."""
     peers = []
 
-    def start(transport="tcp", server="lambda"):
-        peer = FaultPeer()
+    def start(transport="tcp", server="lambda", host="127.0.0.1"):
+        peer = FaultPeer(host)
         peers.append(peer)
         monkeypatch.setenv("KORVEXRPCPORT", str(peer.base_port(server)))
         monkeypatch.setenv("RPCTRANSPORT", transport)

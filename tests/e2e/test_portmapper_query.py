@@ -8,7 +8,7 @@ from failures import TEXTS
 from peer import FaultPeer, messages
 
 LAMBDA, ALPHA, TCP, UDP = 26011932, 16011967, 6, 17
-HOST = "127.0.0.1"
+HOST = "127.0.0.4"  # an address that no other test asks
 FAILED = "clnt_create: RPC: Port mapper failure - "
 
 
@@ -41,7 +41,7 @@ def reason(module, server="lambda"):
 @pytest.mark.parametrize(("transport", "asked_over", "protocol"), [
     (None, "udp", TCP), ("tcp", "tcp", TCP), ("udp", "udp", UDP)])
 def test_the_question(module, fault_peer, answers, monkeypatch, transport, asked_over, protocol):
-    server = fault_peer()
+    server = fault_peer(host=HOST)
     monkeypatch.delenv("KORVEXRPCPORT")
     if transport:
         monkeypatch.setenv("RPCTRANSPORT", transport)
@@ -98,7 +98,7 @@ def test_a_silent_portmapper_is_asked_once_for_three_seconds(module, answers, mo
 
 
 def test_a_port_from_the_environment_asks_nobody(module, fault_peer, answers):
-    fault_peer("tcp", "alpha")
+    fault_peer("tcp", "alpha", HOST)
     mapper = answers(0)
     module.RpcClient("alpha", HOST).close()
     assert mapper.calls() == []
@@ -106,7 +106,7 @@ def test_a_port_from_the_environment_asks_nobody(module, fault_peer, answers):
 
 def test_port_0_of_the_map_asks_whatever_the_common_port_is(module, fault_peer, answers,
                                                             monkeypatch):
-    peer = fault_peer("tcp", "alpha")
+    peer = fault_peer("tcp", "alpha", HOST)
     monkeypatch.setenv("KORVEXRPCMAP", HOST + ":0")
     mapper = answers(peer.port)
     module.RpcClient("alpha", HOST).close()
@@ -115,7 +115,7 @@ def test_port_0_of_the_map_asks_whatever_the_common_port_is(module, fault_peer, 
 
 def test_a_map_without_the_host_asks_and_says_nothing(module, fault_peer, answers, monkeypatch,
                                                       capfd):
-    peer = fault_peer("tcp", "alpha")
+    peer = fault_peer("tcp", "alpha", HOST)
     monkeypatch.delenv("KORVEXRPCPORT")
     monkeypatch.setenv("KORVEXRPCMAP", "a:7000;b:7100")
     mapper = answers(peer.port)
