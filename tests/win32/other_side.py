@@ -6,9 +6,13 @@ that Windows cannot have are named in tests/win32/excluded.txt, each with its re
 fits no test is an error.
 """
 
+import json
+import os
+import socket
 import subprocess
 import sys
 import time
+import uuid
 from pathlib import Path
 
 import pytest
@@ -30,9 +34,26 @@ def runs_a_peer(arguments):
 
 class Popen(subprocess.Popen):
     def __init__(self, arguments, **options):
-        if runs_a_peer(arguments):
-            arguments = [sys.executable, str(HERE / "peer_relay.py"), *arguments[1:]]
+        self._name = str(uuid.uuid4()) if runs_a_peer(arguments) else None
+        if self._name:
+            relay = [sys.executable, str(HERE / "peer_relay.py"), self._name]
+            arguments = relay + list(arguments[1:])
         super().__init__(arguments, **options)
+
+    def wait(self, timeout=None):
+        """The peer has gone as well, with its ports."""
+        code = super().wait(timeout)
+        if self._name:
+            starter = ("127.0.0.1", int(os.environ["KVRPC_PEER_STARTER"]))
+            with socket.create_connection(starter) as end:
+                end.sendall(json.dumps([self._name]).encode("ascii") + b"\n")
+                end.recv(1)
+            self._name = None
+        return code
+
+
+def start_peers_on_the_other_side():
+    subprocess.Popen = Popen
 
 
 def excluded():
@@ -42,7 +63,7 @@ def excluded():
 
 
 def pytest_configure(config):
-    subprocess.Popen = Popen
+    start_peers_on_the_other_side()
     from simulator import fixture  # the root of the repository is on the path from here on
 
     log = fixture.Simulator.log
@@ -57,10 +78,10 @@ def pytest_configure(config):
 def pytest_collection_modifyitems(config, items):
     entries = excluded()
     found = {entry: [item for item in items if item.nodeid.startswith(entry)] for entry in entries}
-    if config.args_source == config.ArgsSource.TESTPATHS or "tests/e2e" in config.args:
-        unused = [entry for entry, those in found.items() if not those]
-        if unused:
-            raise pytest.UsageError(f"tests/win32/excluded.txt names no test: {unused}")
+    unused = [entry for entry, those in found.items()
+              if not those and entry.split("::")[0] in config.args]
+    if unused:
+        raise pytest.UsageError(f"tests/win32/excluded.txt names no test: {unused}")
     left_out = {item for those in found.values() for item in those}
     config.hook.pytest_deselected(items=sorted(left_out, key=lambda item: item.nodeid))
     items[:] = [item for item in items if item not in left_out]

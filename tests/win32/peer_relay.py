@@ -1,7 +1,7 @@
 """Stands for a peer in a Windows process tree: has tests/win32/peer_starter.py start it, and passes
 on what it reads and writes and how it ends. Ends with the peer, and the peer ends with this.
 
-    peer_relay.py ARGUMENT...
+    peer_relay.py NAME ARGUMENT...
 """
 
 import json
@@ -28,7 +28,8 @@ def pass_input(connection):
 
 
 def main(arguments):
-    with socket.create_connection(("127.0.0.1", int(os.environ["KVRPC_PEER_STARTER"]))) as connection:
+    starter = ("127.0.0.1", int(os.environ["KVRPC_PEER_STARTER"]))
+    with socket.create_connection(starter) as connection:
         line = json.dumps([unix_path(argument) for argument in arguments]) + "\n"
         connection.sendall(line.encode("utf-8"))
         threading.Thread(target=pass_input, args=(connection,), daemon=True).start()

@@ -1,14 +1,15 @@
 """Starts peers on this side of the loopback for tests that run as Windows programs.
 
-A connection brings one line of JSON, the arguments of the Python interpreter, and then the standard
-input of the process. What the process writes goes back, in frames:
+A connection brings one line of JSON, a name for the process and the arguments of the Python
+interpreter, and then the standard input of the process. What the process writes goes back in
+frames:
 
     byte     1 standard output, 2 standard error, 0 the end: the exit code, as text
     4 bytes  length, big-endian
     data
 
-The process runs in the root of the repository. It is killed when the connection ends; until then its
-standard input stays open.
+The process runs in the root of the repository. It is killed when the connection ends; until then
+its standard input stays open. A line without arguments waits until the process of that name is gone.
 """
 
 import json
@@ -23,6 +24,9 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parents[2]
 PATH = f"{ROOT}:{ROOT / 'tests'}"
 EXIT, OUTPUT, ERRORS = 0, 1, 2
+
+ended = {}  # an event for each name
+changes = threading.Lock()
 
 
 class Sender:
@@ -59,24 +63,35 @@ def feed(lines, process):
     process.kill()
 
 
+def run(connection, lines, arguments):
+    process = subprocess.Popen(
+        [sys.executable, "-u", *arguments], cwd=ROOT, env=dict(os.environ, PYTHONPATH=PATH),
+        stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+    sender = Sender(connection)
+    copiers = [threading.Thread(target=sender.copy, args=pair)
+               for pair in ((OUTPUT, process.stdout), (ERRORS, process.stderr))]
+    feeder = threading.Thread(target=feed, args=(lines, process), daemon=True)
+    for thread in (*copiers, feeder):
+        thread.start()
+    code = process.wait()
+    for thread in copiers:
+        thread.join()
+    try:
+        sender.send(EXIT, str(code).encode("ascii"))
+    except OSError:
+        pass
+
+
 def serve(connection):
     with connection, connection.makefile("rb") as lines:
-        arguments = json.loads(lines.readline())
-        process = subprocess.Popen(
-            [sys.executable, "-u", *arguments], cwd=ROOT, env=dict(os.environ, PYTHONPATH=PATH),
-            stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
-        sender = Sender(connection)
-        copiers = [threading.Thread(target=sender.copy, args=pair)
-                   for pair in ((OUTPUT, process.stdout), (ERRORS, process.stderr))]
-        feeder = threading.Thread(target=feed, args=(lines, process), daemon=True)
-        for thread in (*copiers, feeder):
-            thread.start()
-        for thread in copiers:
-            thread.join()
-        try:
-            sender.send(EXIT, str(process.wait()).encode("ascii"))
-        except OSError:
-            pass
+        name, *arguments = json.loads(lines.readline())
+        with changes:
+            gone = ended.setdefault(name, threading.Event())
+        if arguments:
+            run(connection, lines, arguments)
+            gone.set()
+        else:
+            gone.wait(10)
 
 
 def start():

@@ -28,5 +28,6 @@ def test_it_imports_from_windows_and_the_interpreter_alone(headers):
 
 def test_it_exports_its_entry_point_alone(headers):
     table = headers[headers.index("[Ordinal/Name Pointer] Table"):]
-    names = re.findall(r"^\s+\[\s*\d+\] (?:\+base\[\s*\d+\]\s+[0-9a-f]+ )?(\S+)$", table, re.MULTILINE)
+    entry = r"^\s+\[\s*\d+\] (?:\+base\[\s*\d+\]\s+[0-9a-f]+ )?(\S+)$"
+    names = re.findall(entry, table, re.MULTILINE)
     assert names == ["PyInit_kvrpc"]

@@ -10,7 +10,8 @@ NUMBER = 10092  # what the stand-in leaves as the last error
 
 
 def run(library, script):
-    command = [str(ROOT / "tools" / "win32-run"), str(BUILD / "python" / "python.exe"), "-c", script]
+    python = BUILD / "python" / "python.exe"
+    command = [str(ROOT / "tools" / "win32-run"), str(python), "-c", script]
     done = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=120,
                           env=dict(os.environ, PYTHONPATH=f"Z:{BUILD / library}"))
     return done.returncode, done.stdout.replace(b"\r\n", b"\n"), done.stderr.replace(b"\r\n", b"\n")
