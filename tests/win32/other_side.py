@@ -69,8 +69,12 @@ def pytest_configure(config):
     log = fixture.Simulator.log
 
     def settled_log(self):
-        time.sleep(0.3)  # what the simulator says takes longer than its answers
-        return log(self)
+        """What the simulator says takes longer than its answers: waits until it is silent."""
+        text, before = log(self), None
+        while text != before:
+            time.sleep(0.06)
+            text, before = log(self), text
+        return text
 
     fixture.Simulator.log = settled_log
 

@@ -9,7 +9,8 @@ frames:
     data
 
 The process runs in the root of the repository. It is killed when the connection ends; until then
-its standard input stays open. A line without arguments waits until the process of that name is gone.
+its standard input stays open. A line without arguments waits until the process of that name has
+gone.
 """
 
 import json
