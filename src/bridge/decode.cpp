@@ -59,19 +59,10 @@ int decoding<Sink>::union_record(const char* base, const record_type& type) cons
   const std::int32_t selected = load<std::int32_t>(base);
   if (!out.begin_object() || !out.key(*type.selector)) return 0;
   if (!json_decode_int(out, raw_text, base)) return 0;
-  for (std::uint32_t i = 0; i < type.field_count; ++i) {
-    const record_field& arm = type.fields[i];
-    if (arm.value != selected) continue;
-    return out.key(arm) && value(base + arm.offset, arm.type) && out.end_object();
-  }
-  return 0;
+  const record_field* const arm = arm_of(type, selected);
+  if (arm == nullptr) return 0;
+  return out.key(*arm) && value(base + arm->offset, arm->type) && out.end_object();
 }
-
-// Where to go on in a node of a list once the nodes behind it are done.
-struct node_place {
-  const char* base;
-  std::uint32_t field;
-};
 
 // The members of a structure from `begin` up to `end`, none of them the link of a list.
 template <class Sink>

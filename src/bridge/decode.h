@@ -96,6 +96,7 @@ int json_decode_elements(Sink& out, int raw_text, const char* base, std::uint32_
 template <class Sink, class Elem>
 int json_decode_vector(Sink& out, int raw_text, const char* base, std::uint32_t count,
                        std::uint32_t size, Elem elem) {
+  static_assert(!std::is_same<Elem, json_decoder<Sink>>::value, "it may be a char's: pass the end");
   return json_decode_elements(out, raw_text, base, count, size, elem);
 }
 template <class Sink>

@@ -15,13 +15,6 @@ const record_field* find_member(const record_type& record, const char* key) {
   return nullptr;
 }
 
-const record_field* find_arm(const record_type& record, std::int32_t value) {
-  for (std::uint32_t i = 0; i < record.field_count; ++i) {
-    if (record.fields[i].value == value) return &record.fields[i];
-  }
-  return nullptr;
-}
-
 int encode_vector(const json_node* node, int raw_text, char* base, const wire_type& type) {
   const wire_type& item = *type.item;
   return json_encode_vector(node, raw_text, base, type.count, item.size,
@@ -106,7 +99,7 @@ int encode_union(const json_node* node, int raw_text, char* base, const record_t
   std::int32_t value = 0;
   if (discriminant == nullptr || !json_encode_int(discriminant, raw_text, &value)) return 0;
   select_arm(base, record, value);
-  const record_field* arm = find_arm(record, value);
+  const record_field* arm = arm_of(record, value);
   if (arm == nullptr) return 0;
   const json_node* member = json_find(node, arm->key);
   if (member == nullptr) return 0;

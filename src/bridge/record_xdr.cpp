@@ -10,17 +10,9 @@ namespace kvrpc {
 
 namespace {
 
-const record_field* selected_arm(const record_type& record, const char* base) {
-  const std::int32_t value = load<std::int32_t>(base);
-  for (std::uint32_t i = 0; i < record.field_count; ++i) {
-    if (record.fields[i].value == value) return &record.fields[i];
-  }
-  return nullptr;
-}
-
 bool_t xdr_union_record(const record_walk& walk, char* base, const record_type& record) {
   if (!xdr_int(walk.xdrs, base)) return FALSE;
-  const record_field* arm = selected_arm(record, base);
+  const record_field* arm = arm_of(record, load<std::int32_t>(base));
   return arm != nullptr ? xdr_value(walk, base + arm->offset, arm->type) : FALSE;
 }
 

@@ -45,8 +45,8 @@ class text_sink {
     return (!separate || out_.append(',')) && out_.append('"') && out_.append(name, size) &&
            out_.append("\":", 2);
   }
-  // Writes the members from `begin` on that are scalars or fixed texts with their NUL, in one go,
-  // and returns the index of the first member that is none. A sink may write none of them.
+  // Writes the members from `begin` on that are scalars or chars(n) with their NUL, in one go, and
+  // returns the index of the first member that is none. A sink may write none of them.
   std::uint32_t plain_members(const char* base, const record_type& record, std::uint32_t begin);
   int end_object() { return end('}'); }
 

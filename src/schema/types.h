@@ -88,7 +88,7 @@ struct record_field {
   char label[label_room + 1] = {};  // `,"key":` and a NUL
 };
 
-// The most bytes that the JSON text of a plain value takes: a scalar or a fixed text. 0 for others.
+// The most bytes that the JSON text of a plain value takes: a scalar or chars(n). 0 for others.
 constexpr std::uint32_t plain_text_room(const wire_type& type) {
   switch (type.kind) {
     case wire_kind::long_:
@@ -117,6 +117,14 @@ struct record_type {
   std::int32_t next_field;       // index of the list_next member, or -1
   const record_field* selector;  // of a union: its discriminant as a field
 };
+
+// The arm of a union that the value of its discriminant selects, or null.
+inline const record_field* arm_of(const record_type& record, std::int32_t value) {
+  for (std::uint32_t i = 0; i < record.field_count; ++i) {
+    if (record.fields[i].value == value) return &record.fields[i];
+  }
+  return nullptr;
+}
 
 // ---- types
 
