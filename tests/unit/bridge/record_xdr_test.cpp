@@ -37,6 +37,16 @@ TEST(record_wire, a_short_keeps_the_low_half_and_a_bool_any_unit) {
             R"({"long":0,"int":0,"u_long":0,"short":-1,"bool":true,"tail":-32768})");
 }
 
+TEST(record_wire, a_bool_is_0_or_1_in_memory_however_it_is_read) {
+  static constexpr structure flags{"flags", {{"a", wire::bool_}, {"b", wire::bool_}}};
+  for (inline_mode mode : {inline_mode::always, inline_mode::never}) {
+    test_value value(wire::inline_(flags));
+    ASSERT_TRUE(value.get(units({0x44434241, 0}), mode));
+    EXPECT_EQ(load<std::int32_t>(value.data()), 1);
+    EXPECT_EQ(load<std::int32_t>(value.data() + 4), 0);
+  }
+}
+
 TEST(record_wire, characters_take_a_unit_each_with_their_sign) {
   for (const wire_type& type : {wire::chars(3), wire::schars(3)}) {
     EXPECT_EQ(wire_of(type, "\"a\u00e4\""), units({'a', 0xFFFFFFE4, 0}));

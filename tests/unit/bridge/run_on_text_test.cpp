@@ -126,6 +126,36 @@ TEST(run_on_text, a_union_holds_the_pointers_of_its_selected_arm) {
   EXPECT_EQ(text_of(other), R"({"u":{"selection":0,"v0":{"a":"aaaa"}},"z":"zzz"})");
 }
 
+// A place that is a pointer's in another arm is text in this one.
+TEST(run_on_text, a_union_hides_the_pointers_of_its_other_arms) {
+  static constexpr structure arm_long{"arm_long", {{"a", chars(4)}, {"b", chars(20)}}};
+  static constexpr choice overlaid{"overlaid",
+                                   "selection",
+                                   {
+                                       {0, "v0", inline_(arm_text)},
+                                       {0x41414141, "v1", inline_(arm_long)},
+                                       {2, "v2", inline_(arm_text)},
+                                   }};
+  static constexpr structure record{"record", {{"z", chars(2)}, {"u", inline_(overlaid)}}};
+  test_value value(inline_(record));
+  store<std::int32_t>(value.data() + 4, 0x41414141);
+  fill(value, 0, "zz..");
+  fill(value, 8, "aaaabbbbccccddddeeeefff");
+  EXPECT_EQ(text_of(value), R"({"z":"zz..AAAAaaaabbbbccccddddeeeefff","u":{"selection":1094795585,)"
+                            R"("v1":{"a":"aaaabbbbccccddddeeeefff","b":"bbbbccccddddeeeefff"}}})");
+}
+
+TEST(run_on_text, goes_on_from_the_first_node_of_an_inline_list_into_the_outer_record) {
+  static constexpr structure record{"record", {{"l", inline_(with_next)}, {"y", chars(4)}}};
+  test_value value(inline_(record));
+  ASSERT_EQ(value.encode(R"({"l":{"next":{}}})"), 1);
+  fill(value, 4 + sizeof(char*), "zzzzyyy");
+  char* const node = load<char*>(value.data() + 4);
+  std::memcpy(node + 4 + sizeof(char*), "ZZZZ", 4);
+  EXPECT_EQ(text_of(value),
+            R"({"l":{"a":"","next":{"a":"","next":null,"z":"ZZZZ"},"z":"zzzzyyy"},"y":"yyy"})");
+}
+
 TEST(run_on_text, a_union_before_it_does_not_stop_it) {
   static constexpr structure record{"record", {{"z", chars(4)}, {"u", inline_(either)}}};
   test_value value(inline_(record));
