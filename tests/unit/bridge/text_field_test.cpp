@@ -219,6 +219,8 @@ TEST(string_text, ends_within_its_cap) {
   EXPECT_STREQ(field, "abc");
   EXPECT_EQ(json_encode_string(json_value("\"abc\"").node(), 0, &field, 4), 1);
   EXPECT_STREQ(field, "abc");
+  EXPECT_EQ(json_encode_string(json_value("\"abc\"").node(), 0, &field, 1), 1);
+  EXPECT_STREQ(field, "");
   EXPECT_EQ(json_encode_string(json_value("\"\"").node(), 0, &field, UINT32_MAX), 1);
   EXPECT_STREQ(field, "");
   std::free(field);
