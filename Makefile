@@ -3,7 +3,7 @@ SHELL := bash
 .SHELLFLAGS := -euo pipefail -c
 .DEFAULT_GOAL := build
 MAKEFLAGS += --no-print-directory
-.PHONY: build win32 test-win32 test test-clang test-newest check demo bench fuzz clean help setup
+.PHONY: build win32 test-win32 test test-slow test-clang test-newest check demo bench fuzz clean help setup
 
 PYTHON := .venv/bin/python
 FUZZ_SECONDS ?= 60
@@ -32,6 +32,11 @@ test: ## unit and end-to-end tests, debug and under the sanitizers
 	@$(call compile,asan)
 	@tools/run-tests debug
 	@tools/run-tests asan
+
+test-slow: ## what takes longer: real time limits, a hundred thousand calls, long lists
+	@tools/setup build peers
+	@$(call compile,debug)
+	@tools/run-tests debug -m "slow or once"
 
 test-clang: ## the same tests on clang's release build
 	@tools/setup build peers check

@@ -81,6 +81,7 @@ function(kvrpc_unit_tests name)
   target_include_directories(${name}_test PRIVATE ${CMAKE_SOURCE_DIR}/tests/unit)
   target_link_libraries(${name}_test PRIVATE kvrpc_${name} kvrpc_flags GTest::gtest_main)
   target_link_options(${name}_test PRIVATE ${KVRPC_WRAPPED_HEAP})
+  target_precompile_headers(${name}_test PRIVATE <gtest/gtest.h> <string> <vector>)  # half the time
   target_compile_definitions(${name}_test PRIVATE
     KVRPC_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
   # At -O3 g++ 12 warns of copies beyond the end of a vector of one element, where there are none.
