@@ -11,13 +11,13 @@ import os
 import socket
 import subprocess
 import sys
-import time
 import uuid
 from pathlib import Path
 
 import pytest
 
 HERE = Path(__file__).resolve().parent
+ERRORS = HERE.parents[1] / "build" / "win32" / "peers"
 
 
 def runs_a_peer(arguments):
@@ -35,6 +35,7 @@ def runs_a_peer(arguments):
 class Popen(subprocess.Popen):
     def __init__(self, arguments, **options):
         self._name = str(uuid.uuid4()) if runs_a_peer(arguments) else None
+        self.peer_errors = ERRORS / f"{self._name}"
         if self._name:
             relay = [sys.executable, str(HERE / "peer_relay.py"), self._name]
             arguments = relay + list(arguments[1:])
@@ -66,17 +67,11 @@ def pytest_configure(config):
     start_peers_on_the_other_side()
     from simulator import fixture  # the root of the repository is on the path from here on
 
-    log = fixture.Simulator.log
+    def log(self):
+        """As the simulator wrote it, before it answered."""
+        return self.process.peer_errors.read_text(encoding="utf-8")
 
-    def settled_log(self):
-        """What the simulator says takes longer than its answers: waits until it is silent."""
-        text, before = log(self), None
-        while text != before:
-            time.sleep(0.06)
-            text, before = log(self), text
-        return text
-
-    fixture.Simulator.log = settled_log
+    fixture.Simulator.log = log
 
 
 def pytest_collection_modifyitems(config, items):

@@ -4,13 +4,14 @@ A connection brings one line of JSON, a name for the process and the arguments o
 interpreter, and then the standard input of the process. What the process writes goes back in
 frames:
 
-    byte     1 standard output, 2 standard error, 0 the end: the exit code, as text
+    byte     1 standard output, 0 the end: the exit code, as text
     4 bytes  length, big-endian
     data
 
-The process runs in the root of the repository. It is killed when the connection ends; until then
-its standard input stays open. A line without arguments waits until the process of that name has
-gone.
+Standard error goes to build/win32/peers/NAME, which both sides can read: what stands there stood
+there before the next answer. The process runs in the root of the repository. It is killed
+when the connection ends; until then its standard input stays open. A line without arguments waits
+until the process of that name has gone.
 """
 
 import json
@@ -24,7 +25,8 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
 PATH = f"{ROOT}:{ROOT / 'tests'}"
-EXIT, OUTPUT, ERRORS = 0, 1, 2
+EXIT, OUTPUT = 0, 1
+ERRORS = ROOT / "build" / "win32" / "peers"
 
 ended = {}  # an event for each name
 changes = threading.Lock()
@@ -33,11 +35,9 @@ changes = threading.Lock()
 class Sender:
     def __init__(self, connection):
         self._connection = connection
-        self._lock = threading.Lock()
 
     def send(self, kind, data):
-        with self._lock:
-            self._connection.sendall(struct.pack(">BI", kind, len(data)) + data)
+        self._connection.sendall(struct.pack(">BI", kind, len(data)) + data)
 
     def copy(self, kind, stream):
         try:
@@ -64,19 +64,19 @@ def feed(lines, process):
     process.kill()
 
 
-def run(connection, lines, arguments):
-    process = subprocess.Popen(
-        [sys.executable, "-u", *arguments], cwd=ROOT, env=dict(os.environ, PYTHONPATH=PATH),
-        stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+def run(connection, lines, name, arguments):
+    ERRORS.mkdir(exist_ok=True)
+    with open(ERRORS / name, "wb") as errors:
+        process = subprocess.Popen(
+            [sys.executable, "-u", *arguments], cwd=ROOT, env=dict(os.environ, PYTHONPATH=PATH),
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=errors)
     sender = Sender(connection)
-    copiers = [threading.Thread(target=sender.copy, args=pair)
-               for pair in ((OUTPUT, process.stdout), (ERRORS, process.stderr))]
+    copier = threading.Thread(target=sender.copy, args=(OUTPUT, process.stdout))
     feeder = threading.Thread(target=feed, args=(lines, process), daemon=True)
-    for thread in (*copiers, feeder):
-        thread.start()
+    copier.start()
+    feeder.start()
     code = process.wait()
-    for thread in copiers:
-        thread.join()
+    copier.join()
     try:
         sender.send(EXIT, str(code).encode("ascii"))
     except OSError:
@@ -89,7 +89,7 @@ def serve(connection):
         with changes:
             gone = ended.setdefault(name, threading.Event())
         if arguments:
-            run(connection, lines, arguments)
+            run(connection, lines, name, arguments)
             gone.set()
         else:
             gone.wait(10)

@@ -6,6 +6,7 @@ Each file is a run of its own. Most of the time is spent waiting, so several run
 """
 
 import os
+import shutil
 import subprocess
 import sys
 from concurrent.futures import ThreadPoolExecutor
@@ -14,7 +15,7 @@ import peer_starter
 
 ROOT = peer_starter.ROOT
 BUILD = ROOT / "build" / "win32"
-AT_ONCE = 4
+AT_ONCE = 6
 SECONDS = 400
 NO_TEST_LEFT = 5  # pytest's exit code when all tests of a file are excluded
 
@@ -40,6 +41,7 @@ def run(file, options, environment):
 def main(arguments):
     files = [each for each in arguments if each.endswith(".py")]
     options = [each for each in arguments if each not in files]
+    shutil.rmtree(peer_starter.ERRORS, ignore_errors=True)
     files = files or sorted(f"tests/e2e/{path.name}"
                             for path in (ROOT / "tests" / "e2e").glob("test_*.py"))
     environment = dict(
