@@ -29,52 +29,6 @@ using namespace kvrpc;
 constexpr const char* servers_by_slot[] = {"alpha", "gamma", "theta", "lambda",
                                            "nue",   "omega", "sigma"};
 
-const char* name_of(wire_kind kind) {
-  switch (kind) {
-    case wire_kind::nothing:
-      return "nothing";
-    case wire_kind::long_:
-      return "long";
-    case wire_kind::int_:
-      return "int";
-    case wire_kind::u_long_:
-      return "u_long";
-    case wire_kind::short_:
-      return "short";
-    case wire_kind::bool_:
-      return "bool";
-    case wire_kind::chars:
-      return "chars";
-    case wire_kind::schars:
-      return "schars";
-    case wire_kind::text:
-      return "text";
-    case wire_kind::counted_text:
-      return "counted_text";
-    case wire_kind::fixed_text:
-      return "fixed_text";
-    case wire_kind::opaque:
-      return "opaque";
-    case wire_kind::blob:
-      return "blob";
-    case wire_kind::string:
-      return "string";
-    case wire_kind::pointer:
-      return "pointer";
-    case wire_kind::list_next:
-      return "list_next";
-    case wire_kind::vector:
-      return "vector";
-    case wire_kind::array:
-      return "array";
-    case wire_kind::record:
-      return "record";
-    case wire_kind::unspecified:
-      return "unspecified";
-  }
-  return "";
-}
-
 std::uint32_t program_number(const char* name) {
   for (const server_entry& entry : server_directory) {
     if (std::strcmp(entry.name, name) == 0) return entry.program;
@@ -90,7 +44,7 @@ void begin_member(bool& first, const char* indent) {
 
 // `owner` is the record that holds the field, if any.
 void print_type(const wire_type& type, const record_type* owner) {
-  std::printf("{\"kind\":\"%s\"", name_of(type.kind));
+  std::printf("{\"kind\":\"%s\"", wire_kind_name(type.kind));
   if (type.count != 0) std::printf(",\"count\":%u", type.count);
   const record_type* record = type.kind == wire_kind::list_next ? owner : type.target;
   if (record != nullptr) std::printf(",\"record\":\"%s\"", record->name);

@@ -56,6 +56,9 @@ enum class wire_kind : std::uint8_t {
   unspecified,  // a record that is not described: nothing converts to it
 };
 
+// The name of a kind, as `kvrpc-schema` prints it.
+const char* wire_kind_name(wire_kind kind);
+
 struct record_type;
 
 constexpr std::uint32_t pointer_size = sizeof(void*);

@@ -41,48 +41,26 @@ inline std::string with_count(const char* name, const wire_type& type) {
 // A type as the tables write it.
 inline std::string text_of(const wire_type& type) {
   switch (type.kind) {
-    case wire_kind::nothing:
-      return "nothing";
-    case wire_kind::long_:
-      return "long";
-    case wire_kind::int_:
-      return "int";
-    case wire_kind::u_long_:
-      return "u_long";
-    case wire_kind::short_:
-      return "short";
-    case wire_kind::bool_:
-      return "bool";
     case wire_kind::chars:
-      return with_count("chars", type);
     case wire_kind::schars:
-      return with_count("schars", type);
-    case wire_kind::text:
-      return "text";
+      return with_count(wire_kind_name(type.kind), type);
     case wire_kind::counted_text:
       return with_count("text_of", type);
     case wire_kind::fixed_text:
       return with_count("opaque", type);
     case wire_kind::opaque:
       return with_count("opaque64", type);
-    case wire_kind::blob:
-      return "blob";
-    case wire_kind::string:
-      return "string";
     case wire_kind::pointer:
       return std::string("pointer_to ") + type.target->name;
-    case wire_kind::list_next:
-      return "list_next";
     case wire_kind::vector:
       return with_count("vector_of", type) + " " + text_of(*type.item);
     case wire_kind::array:
       return std::string("array_of ") + type.target->name;
     case wire_kind::record:
       return type.target->name;
-    case wire_kind::unspecified:
-      return "unspecified";
+    default:
+      return wire_kind_name(type.kind);
   }
-  return "?";
 }
 
 }  // namespace kvrpc::test
