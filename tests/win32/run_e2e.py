@@ -2,7 +2,8 @@
 
     run_e2e.py [FILE...] [PYTEST OPTION...]
 
-Each file is a run of its own. Most of the time is spent waiting, so several run at once.
+Each file is a run of its own, but for those that want port 111, which share one. Most of the time is
+spent waiting, so several run at once.
 """
 
 import os
@@ -20,11 +21,16 @@ SECONDS = 400
 NO_TEST_LEFT = 5  # pytest's exit code when all tests of a file are excluded
 
 
-def run(file, options, environment):
-    """Whether the file's tests passed."""
+def runs_of(files):
+    shared = [file for file in files if "portmapper" in file]
+    return [[file] for file in files if file not in shared] + ([shared] if shared else [])
+
+
+def run(files, options, environment):
+    """Whether the files' tests passed."""
     python = BUILD / "python" / "python.exe"
     command = [str(ROOT / "tools" / "win32-run"), str(python), "-m", "pytest", "-q",
-               "-p", "other_side", "-p", "no:cacheprovider", file, *options]
+               "-p", "other_side", "-p", "no:cacheprovider", *files, *options]
     process = subprocess.Popen(command, env=environment, cwd=ROOT, stdout=subprocess.PIPE,
                                stderr=subprocess.STDOUT, encoding="utf-8", errors="replace")
     try:
@@ -34,7 +40,7 @@ def run(file, options, environment):
         output = f"still running after {SECONDS} seconds"
     lines = output.strip().splitlines()
     passed = process.returncode in (0, NO_TEST_LEFT)
-    print(f"{file}: {lines[-1] if passed else output}", flush=True)
+    print(f"{' '.join(files)}: {lines[-1] if passed else output}", flush=True)
     return passed
 
 
@@ -54,7 +60,8 @@ def main(arguments):
         PYTHONDONTWRITEBYTECODE="1",
     )
     with ThreadPoolExecutor(AT_ONCE) as pool:
-        passed = list(pool.map(lambda file: run(file, options, environment), files))
+        passed = list(pool.map(lambda each: run(each, options, environment),
+                               runs_of(files)))
     return 0 if all(passed) else 1
 
 
