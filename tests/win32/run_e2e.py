@@ -2,8 +2,8 @@
 
     run_e2e.py [FILE...] [PYTEST OPTION...]
 
-Each file is a run of its own, but for those that want port 111, which share one. Most of the time is
-spent waiting, so several run at once.
+Each file is a run of its own, but for those that want port 111, which share one. Most of the time
+is spent waiting, so several run at once.
 """
 
 import os
