@@ -76,6 +76,19 @@ TEST(clnt_create, does_not_know_other_transports) {
   }
 }
 
+// Where the system keeps no list of protocols it knows neither of the two.
+TEST(clnt_create, asks_the_system_for_every_other_name) {
+  tcp_peer peer([](descriptor&) {});
+  const base_port environment(peer.port());
+  client clnt(clnt_create("127.0.0.1", slot_less, 1, "TCP"));
+  EXPECT_EQ(clnt.get() != nullptr, rpc_protocol_number("TCP") == RPC_TCP);
+  rpc_createerr = {};
+  EXPECT_EQ(clnt_create("127.0.0.1", slot_less, 1, "icmp"), nullptr);
+  EXPECT_EQ(rpc_createerr.cf_stat,
+            rpc_protocol_number("icmp") == -1 ? RPC_UNKNOWNPROTO : RPC_SYSTEMERROR);
+  EXPECT_EQ(rpc_createerr.cf_error.re_errno, 10046);
+}
+
 const std::string no_host(300, 'x');
 
 TEST(clnt_create, does_not_know_a_host_that_can_be_none) {
