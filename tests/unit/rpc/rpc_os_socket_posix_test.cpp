@@ -130,17 +130,17 @@ class full_listener {
   }
   rpc_address address() const { return loopback(port_of(listener_.get())); }
   void accept_all() {
-    for (int i = 0; i < 4; ++i) {
+    for (descriptor& connection : accepted_) {
       pollfd entry = {listener_.get(), POLLIN, 0};
-      if (poll(&entry, 1, 3000) > 0)
-        ::new (&accepted_[i]) descriptor(accept(listener_.get(), nullptr, nullptr));
+      if (poll(&entry, 1, 3000) <= 0) return;
+      connection = descriptor(accept(listener_.get(), nullptr, nullptr));
     }
   }
 
  private:
   descriptor listener_;
   descriptor fillers_[2];
-  descriptor accepted_[3];
+  descriptor accepted_[3];  // the fillers' and the test's own
 };
 
 TEST(socket_connect, survives_signals) {
