@@ -114,6 +114,7 @@ def traced(fault_peer, transport, tmp_path):
     peer = fault_peer(transport)
     client = TracedClient({"KORVEXRPCPORT": str(peer.base_port()), "RPCTRANSPORT": transport,
                            "ZOLMHOST": "127.0.0.1"}, tmp_path)
+    client.peer = peer
     yield client
     assert client.stop() == 0  # here the sanitizer's leak check runs
 
@@ -169,6 +170,21 @@ def test_a_send_that_fails_is_a_failed_call(traced, transport):
     # On a stream the unsent bytes stay first in line.
     serves = transport == "udp"
     assert_nothing_left(traced, lambda: failed_calls(traced, "sendto", SEND, CANTSEND, serves))
+
+
+@pytest.mark.parametrize("transport", ["tcp"], indirect=True)
+def test_unsent_bytes_leave_in_front_of_the_next_call(traced):
+    traced.do("create")
+    with traced.failing("sendto", "ENOBUFS"):
+        assert traced.do("call") == socket_failure(CANTSEND, 10055).decode()
+    traced.peer.script({"cut": 0, "then": "close"})
+    assert traced.do("call") == STATUS_REPLY.decode()  # by the second attempt
+    both, alone = traced.peer.calls()
+    assert both.fragments == [80]
+    assert both.data[4:40] == both.data[44:] == alone.data[4:]
+    unsent, sent = (int.from_bytes(both.data[at:at + 4], "little") for at in (0, 40))
+    assert sent == (unsent - 1) % 2**32
+    traced.do("close")
 
 
 def test_a_wait_that_fails_is_a_failed_call(traced):
