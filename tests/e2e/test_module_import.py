@@ -4,7 +4,6 @@ import os
 import pathlib
 import subprocess
 import sys
-import sysconfig
 
 import pytest
 
@@ -151,18 +150,29 @@ def test_imports_without_a_warning(run_script):
     assert (done.returncode, done.stderr) == (0, "")
 
 
+ASK_VERSION = """
+import ctypes
+version = ctypes.CDLL(None).Py_GetVersion
+version.restype = ctypes.c_char_p
+print(version().decode())
+"""
+
+
 @pytest.fixture
 def other_version(tmp_path):
     """The environment of an interpreter that says that it is release 3.8."""
-    if not sysconfig.get_config_var("Py_ENABLE_SHARED"):
-        pytest.skip("an interpreter without a shared library cannot be given another version text")
     source = tmp_path / "version.c"
     source.write_text('const char *Py_GetVersion(void) { return "3.8.1 (other)"; }\n')
     shim = tmp_path / "version.so"
     plain = {name: value for name, value in os.environ.items() if name != "LD_PRELOAD"}
     subprocess.run(["cc", "-shared", "-fPIC", "-o", str(shim), str(source)], check=True, env=plain)
     preloaded = [os.environ.get("LD_PRELOAD"), str(shim)]
-    return {"LD_PRELOAD": " ".join(filter(None, preloaded))}
+    other = {"LD_PRELOAD": " ".join(filter(None, preloaded))}
+    text = subprocess.run([sys.executable, "-c", ASK_VERSION], env={**os.environ, **other},
+                          stdout=subprocess.PIPE, check=True).stdout
+    if not text.startswith(b"3.8.1"):
+        pytest.skip("an interpreter without a shared library cannot be given another version text")
+    return other
 
 
 def test_another_release_of_the_interpreter_is_warned_of(run_script, other_version):
