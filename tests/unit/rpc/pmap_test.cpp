@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <random>
 #include <string>
 
 #include "rpc/clnt_support.h"
@@ -10,11 +11,12 @@
 namespace kvrpc::test {
 namespace {
 
-// A loopback address of this process's own, so that parallel tests do not meet at port 111.
+// A loopback address that no other process is likely to draw, so that parallel tests do not meet at
+// port 111. Process ids would not do: two Wines may give the same one.
 std::string own_host() {
-  const auto id = static_cast<unsigned>(getpid());
-  return "127." + std::to_string(100 + id / 65536 % 100) + "." + std::to_string(id / 256 % 256) +
-         "." + std::to_string(id % 256);
+  std::random_device draw;
+  const auto part = [&draw](unsigned count) { return std::to_string(1 + draw() % count); };
+  return "127." + part(200) + "." + part(250) + "." + part(250);
 }
 
 class portmapper : public testing::Test {
