@@ -1,13 +1,14 @@
 // Where a converted record goes as JSON text: the sink of every reply.
 //
 // A sink takes one value after the other, in the order of the text, and keeps the punctuation. It
-// has these operations, each 1 on success and 0 when memory is out:
+// has these operations, each but plain_members 1 on success and 0 when memory is out:
 //
 //   null, boolean, integer, number       scalars
 //   iso_text                             a text in the record's ISO code
 //   plain_text                           a text that is UTF-8 already
 //   base64                               bytes
 //   begin_object, key, end_object        a key stands before each member's value
+//   plain_members                        several members at once; the index behind them
 //   begin_array, item, end_array         an item mark stands before each element
 //
 // text_sink appends to the caller's buffer exactly what printing the tree of tree_sink gives.
