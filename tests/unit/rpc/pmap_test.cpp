@@ -12,7 +12,7 @@ namespace kvrpc::test {
 namespace {
 
 // A loopback address that no other process is likely to draw, so that parallel tests do not meet at
-// port 111. Process ids would not do: two Wines may give the same one.
+// port 111. Under Wine they meet all the same, and ctest keeps them apart.
 std::string own_host() {
   std::random_device draw;
   const auto part = [&draw](unsigned count) { return std::to_string(1 + draw() % count); };
