@@ -85,7 +85,9 @@ function(kvrpc_unit_tests name)
   target_compile_definitions(${name}_test PRIVATE
     KVRPC_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
   # At -O3 g++ 12 warns of copies beyond the end of a vector of one element, where there are none.
-  target_compile_options(${name}_test PRIVATE $<$<CONFIG:Release>:-O1>)
+  # The tests of a sanitized program need no optimizer, and compile in less than half the time.
+  target_compile_options(${name}_test PRIVATE
+    $<$<CONFIG:Release>:-O1> $<$<BOOL:${KVRPC_SANITIZE}>:-O0>)
   foreach(half 0 1)
     add_test(NAME ${name}_test.${half} COMMAND ${name}_test --gtest_brief=1)
     set_tests_properties(${name}_test.${half} PROPERTIES TIMEOUT 300
