@@ -40,28 +40,31 @@ bool close_envelope(CLIENT* clnt, int status, text_buffer& root) {
   return fill_envelope(clnt, status, root) != 0;
 }
 
-// The dispatcher of all six programs, which differ in their tables alone. The reply text, or null
-// with status 7. The envelope has its memory before anything is sent, and the result is written
-// straight into it.
-char* dispatch(const program_table& program, CLIENT* clnt, const char* text, int* status,
-               verify_function verify, void* context) {
-  text_buffer root;
+// The dispatcher of all six programs, which differ in their tables alone. The reply text in `root`,
+// or false with status 7. The envelope has its memory before anything is sent, and the result is
+// written straight into it.
+bool dispatch(const program_table& program, CLIENT* clnt, const char* text, int* status,
+              verify_function verify, void* context, text_buffer& root) {
   if (fill_envelope(clnt, CALL_OK, root)) {
     *status = run_call(program, clnt, text, verify, context, root);
-    char* const reply = close_envelope(clnt, *status, root) ? root.release() : nullptr;
-    if (reply != nullptr) return reply;
+    if (close_envelope(clnt, *status, root)) return true;
   }
   *status = CALL_NO_MEMORY;
-  return nullptr;
+  return false;
 }
 
 }  // namespace
 
 char* server_call(CLIENT* clnt, const char* which, const char* text, int* status,
                   verify_function verify, void* context) {
-  const program_table* program = find_program(which);
-  if (program == nullptr) return nullptr;
-  return dispatch(*program, clnt, text, status, verify, context);
+  text_buffer reply;
+  return server_call(clnt, which, text, status, verify, context, reply) ? reply.release() : nullptr;
+}
+
+bool server_call(CLIENT* clnt, const char* which, const char* text, int* status,
+                 verify_function verify, void* context, text_buffer& reply) {
+  const program_table* const program = find_program(which);
+  return program != nullptr && dispatch(*program, clnt, text, status, verify, context, reply);
 }
 
 }  // namespace kvrpc

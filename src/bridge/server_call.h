@@ -7,6 +7,7 @@
 // and belongs to the caller, who releases it with free. Nothing here holds state between calls.
 #pragma once
 
+#include "json/text_buffer.h"
 #include "rpc/clnt.h"
 
 namespace kvrpc {
@@ -31,5 +32,8 @@ using verify_function = int (*)(const char* name, void* context);
 // has no dispatcher (`status` stays as it was). `verify` may be null.
 char* server_call(CLIENT* clnt, const char* which, const char* text, int* status,
                   verify_function verify, void* context);
+// The same with the reply text in an empty buffer of the caller's; false where there is none.
+bool server_call(CLIENT* clnt, const char* which, const char* text, int* status,
+                 verify_function verify, void* context, text_buffer& reply);
 
 }  // namespace kvrpc

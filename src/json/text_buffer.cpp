@@ -14,7 +14,7 @@ constexpr std::size_t largest_block = PTRDIFF_MAX;
 }  // namespace
 
 text_buffer::~text_buffer() {
-  if (begin_ != nullptr) json_hooks().release(begin_);
+  if (begin_ != nullptr) memory_.release(begin_ - headroom_);
 }
 
 void text_buffer::clear() {
@@ -31,21 +31,22 @@ bool text_buffer::fail() {
 
 char* text_buffer::grow(std::size_t count) {
   const std::size_t used = size();
-  if (failed_ || count >= largest_block - used) {
+  if (failed_ || count >= largest_block - used - headroom_) {
     fail();
     return nullptr;
   }
   const std::size_t doubled = used > largest_block / 2 ? largest_block : used * 2;
   const std::size_t least = used == 0 ? smallest_block : second_block;
   const std::size_t block = std::max({used + count + 1, doubled, least});
-  auto* moved = static_cast<char*>(json_hooks().resize(begin_, block));
+  char* const before = begin_ != nullptr ? begin_ - headroom_ : nullptr;
+  auto* const moved = static_cast<char*>(memory_.resize(before, headroom_ + block));
   if (moved == nullptr) {
     fail();
     return nullptr;
   }
-  begin_ = moved;
-  end_ = moved + used;
-  limit_ = block_end_ = moved + block;
+  begin_ = moved + headroom_;
+  end_ = begin_ + used;
+  limit_ = block_end_ = begin_ + block;
   return end_;
 }
 

@@ -1,9 +1,10 @@
 // A text that grows at its end, and the JSON forms of single values written to it.
 //
-// The buffer comes from the allocation hooks and doubles as it grows, so that appending costs time
-// linear in the bytes. An append that finds no memory returns false, leaves the text as it was and
-// marks the buffer failed; every later append fails as well, so that a writer may look once at the
-// end. release() hands the NUL-terminated text over; otherwise the destructor gives it back.
+// The buffer comes from the allocation hooks, or from others, and doubles as it grows, so that
+// appending costs time linear in the bytes. An append that finds no memory returns false, leaves
+// the text as it was and marks the buffer failed; every later append fails as well, so that a
+// writer may look once at the end. release() hands the NUL-terminated text over; otherwise the
+// destructor gives it back.
 #pragma once
 
 #include <cstddef>
@@ -16,7 +17,10 @@ namespace kvrpc {
 
 class text_buffer {
  public:
-  text_buffer() = default;
+  // With `headroom` its block has so many bytes in front of the text, for what its owner puts
+  // there.
+  explicit text_buffer(const json_allocator& memory = json_hooks(), std::size_t headroom = 0)
+      : memory_(memory), headroom_(headroom) {}
   ~text_buffer();
   text_buffer(const text_buffer&) = delete;
   text_buffer& operator=(const text_buffer&) = delete;
@@ -47,12 +51,15 @@ class text_buffer {
   // Marks the buffer failed, for a writer that has no text for its value; false.
   bool fail();
 
-  // The NUL-terminated text, now the caller's, or null when the buffer has failed.
+  // The NUL-terminated text, now the caller's, or null when the buffer has failed. Its block begins
+  // with the headroom.
   char* release();
 
  private:
   char* grow(std::size_t count);
 
+  const json_allocator memory_;
+  const std::size_t headroom_;
   char* begin_ = nullptr;
   char* end_ = nullptr;
   char* limit_ = nullptr;      // behind the block; the text always ends before it, for the NUL

@@ -1,8 +1,7 @@
-#include <cstdlib>
-
 #include "bridge/server_call.h"
 #include "module/arguments.h"
 #include "module/names.h"
+#include "module/reply_text.h"
 #include "module/rpc_client.h"
 #include "module/running_call.h"
 #include "module/vetting.h"
@@ -13,23 +12,12 @@ namespace {
 
 constexpr int max_tries = 2;
 
-// A reply text and its status; the text is released with the reply.
-struct reply {
-  char* text = nullptr;
-  int status = CALL_OK;
-
-  reply() = default;
-  reply(const reply&) = delete;
-  reply& operator=(const reply&) = delete;
-  ~reply() { std::free(text); }
-};
-
 bool run_method(PyObject* self, PyObject* name) {
   return static_cast<bool>(ref(PyObject_CallMethodObjArgs(self, name, nullptr)));
 }
 
 // One attempt; false with an exception pending when there is no reply to return.
-bool attempt(PyObject* self, PyObject* text, PyObject* verifier, reply* out) {
+bool attempt(PyObject* self, PyObject* text, PyObject* verifier, int* status, text_buffer& reply) {
   auto* client = reinterpret_cast<rpc_client*>(self);
   if (!run_method(self, names.create)) return false;
   ref which_bytes = encode_utf_8(client->which);
@@ -37,15 +25,16 @@ bool attempt(PyObject* self, PyObject* text, PyObject* verifier, reply* out) {
   ref text_bytes = encode_utf_8(text);
   if (!text_bytes) return false;
   running_call call(client, verifier);
-  out->text = server_call(call.handle(), PyBytes_AS_STRING(which_bytes.get()),
-                          PyBytes_AS_STRING(text_bytes.get()), &out->status, eval_verify, &call);
+  const bool replied =
+      server_call(call.handle(), PyBytes_AS_STRING(which_bytes.get()),
+                  PyBytes_AS_STRING(text_bytes.get()), status, eval_verify, &call, reply);
   // A signal handler of the script may have raised while the call waited; that ends the call.
   if (PyErr_Occurred()) {
     call.drop_handle();
     return false;
   }
-  if (out->text == nullptr) PyErr_NoMemory();
-  return out->text != nullptr;
+  if (!replied) PyErr_NoMemory();
+  return replied;
 }
 
 }  // namespace
@@ -57,13 +46,10 @@ PyObject* rpc_client_call(PyObject* self, PyObject* arguments, PyObject* keyword
   const ref text = ref::borrowed(values[0]);
   const ref verifier = ref::borrowed(values[1]);
   for (int tries = 1;; ++tries) {
-    reply answer;
-    if (!attempt(self, text.get(), verifier.get(), &answer)) return nullptr;
-    if (answer.status != CALL_RPC_FAILED || tries == max_tries) {
-      return PyBytes_FromString(answer.text);
-    }
-    std::free(answer.text);
-    answer.text = nullptr;
+    reply_text reply;
+    int status = CALL_OK;
+    if (!attempt(self, text.get(), verifier.get(), &status, reply.text())) return nullptr;
+    if (status != CALL_RPC_FAILED || tries == max_tries) return reply.release();
     if (!run_method(self, names.close)) return nullptr;
   }
 }

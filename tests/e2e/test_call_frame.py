@@ -1,6 +1,8 @@
 """The call text and the reply text, as far as a client without a connection takes them."""
 
 import json
+import pickle
+import sys
 
 import pytest
 
@@ -105,6 +107,15 @@ def test_the_reply_is_bytes_of_json(frame_client, allow):
     reply = frame_client("lambda").call('{"l_version_1":0}', allow)
     assert type(reply) is bytes
     assert list(json.loads(reply)) == ["status", "rpc_err", "message"]
+
+
+def test_the_reply_is_a_bytes_object_like_any_other(frame_client, allow):
+    reply = frame_client("lambda").call("[]", allow)
+    assert reply == MALFORMED and hash(reply) == hash(bytes(bytearray(reply)))
+    assert {reply: 1}[MALFORMED] == 1
+    assert sys.getsizeof(reply) == sys.getsizeof(bytes(bytearray(reply)))
+    assert reply + b"x" == MALFORMED + b"x" and reply[:10] == MALFORMED[:10]
+    assert pickle.loads(pickle.dumps(reply)) == reply
 
 
 def test_texts_of_any_size_pass(frame_client, allow):

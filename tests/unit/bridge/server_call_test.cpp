@@ -124,6 +124,17 @@ TEST_F(frame, a_name_without_dispatcher_gives_nothing_and_leaves_the_status) {
   EXPECT_EQ(client.calls, 0);
 }
 
+TEST_F(frame, a_reply_goes_to_a_buffer_of_the_caller_as_well) {
+  int status = status_unwritten;
+  text_buffer reply;
+  EXPECT_TRUE(server_call(client.handle(), "lambda", "[]", &status, nullptr, nullptr, reply));
+  EXPECT_EQ(status, 5);
+  EXPECT_EQ(std::string(reply.data(), reply.size()), *call(client.handle(), "lambda", "[]").reply);
+  text_buffer none;
+  EXPECT_FALSE(server_call(client.handle(), "gamma", "[]", &status, nullptr, nullptr, none));
+  EXPECT_EQ(none.size(), 0U);
+}
+
 TEST_F(frame, each_of_the_six_servers_has_its_dispatcher) {
   for (const char* which : {"alpha", "lambda", "nue", "omega", "sigma", "theta"}) {
     EXPECT_EQ(call(client.handle(), which, "{\"x\":1}").reply, unknown) << which;

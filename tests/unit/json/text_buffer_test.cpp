@@ -84,6 +84,27 @@ TEST(TextBuffer, KeepsTheTextAndFailsForGoodWithoutMemory) {
   EXPECT_EQ(hooks.live_blocks(), 0);
 }
 
+TEST(TextBuffer, KeepsItsHeadroomInFrontOfTheTextAtEveryLength) {
+  constexpr std::size_t headroom = 32;
+  const counting_hooks hooks;
+  for (std::int32_t length = 0; length < 10'000; length = 2 * length + 1) {
+    text_buffer out(json_hooks(), headroom);
+    const std::string bytes = repeated("x", length);
+    for (const char byte : bytes) ASSERT_TRUE(out.append(byte));
+    ASSERT_EQ(out.size(), bytes.size());
+    char* const text = out.release();
+    ASSERT_NE(text, nullptr);
+    EXPECT_EQ(text, bytes);
+    std::memset(text - headroom, 0, headroom);
+    json_hooks().release(text - headroom);
+  }
+  {
+    text_buffer unreleased(json_hooks(), headroom), unused(json_hooks(), headroom);
+    EXPECT_TRUE(unreleased.append('x'));
+  }
+  EXPECT_EQ(hooks.live_blocks(), 0);
+}
+
 TEST(TextBuffer, RefusesSizesThatNoBlockCanHave) {
   text_buffer out;
   ASSERT_TRUE(out.append('x'));
