@@ -3,7 +3,6 @@
 #include <cstdio>
 
 #include "bridge/resume_stack.h"
-#include "bridge/text_end.h"
 #include "bridge/text_sink.h"
 #include "bridge/tree_sink.h"
 
@@ -68,10 +67,8 @@ int decoding<Sink>::union_record(const char* base, const record_type& type) cons
 template <class Sink>
 int decoding<Sink>::members(const char* base, const record_type& type, std::uint32_t begin,
                             std::uint32_t end) const {
-  for (std::uint32_t i = begin; i < end;) {
-    if (raw_text == 0) i = out.plain_members(base, type, i);
-    if (i == end) break;
-    const record_field& field = type.fields[i++];
+  for (std::uint32_t i = begin; i < end; ++i) {
+    const record_field& field = type.fields[i];
     if (!out.key(field) || !value(base + field.offset, field.type)) return 0;
   }
   return 1;
@@ -199,6 +196,12 @@ int json_decode(Sink& out, int raw_text, const void* data, const wire_type& type
 }
 
 template <class Sink>
+int json_decode_members(Sink& out, int raw_text, const record_block& block, const char* base,
+                        const record_type& record, std::uint32_t begin, std::uint32_t end) {
+  return decoding<Sink>{out, raw_text, block}.members(base, record, begin, end);
+}
+
+template <class Sink>
 int json_decode_void(Sink& out, int, const void*) {
   return out.null();
 }
@@ -283,27 +286,29 @@ int json_decode_opaque(Sink& out, int, const void* buffer, std::uint32_t size) {
   return out.base64(buffer, size);
 }
 
-#define KVRPC_FOR_SINK(SINK)                                                   \
-  template int json_decode(SINK&, int, const void*, const wire_type&);         \
-  template int json_decode_void(SINK&, int, const void*);                      \
-  template int json_decode_int(SINK&, int, const void*);                       \
-  template int json_decode_u_int(SINK&, int, const void*);                     \
-  template int json_decode_long(SINK&, int, const void*);                      \
-  template int json_decode_u_long(SINK&, int, const void*);                    \
-  template int json_decode_short(SINK&, int, const void*);                     \
-  template int json_decode_u_short(SINK&, int, const void*);                   \
-  template int json_decode_float(SINK&, int, const void*);                     \
-  template int json_decode_double(SINK&, int, const void*);                    \
-  template int json_decode_bool(SINK&, int, const void*);                      \
-  template int json_decode_enum(SINK&, int, const void*);                      \
-  template int json_decode_char(SINK&, int, const void*);                      \
-  template int json_decode_u_char(SINK&, int, const void*);                    \
-  template int json_decode_string(SINK&, int, const void*);                    \
-  template int json_decode_counted_text(SINK&, int, const char*, const char*); \
-  template int json_decode_text_block(SINK&, int, const void*);                \
-  template int json_decode_fixed_text(SINK&, int, const char*, const char*);   \
-  template int json_decode_char_vector(SINK&, int, const char*, const char*);  \
-  template int json_decode_bytes(SINK&, int, const void*);                     \
+#define KVRPC_FOR_SINK(SINK)                                                          \
+  template int json_decode(SINK&, int, const void*, const wire_type&);                \
+  template int json_decode_members(SINK&, int, const record_block&, const char*,      \
+                                   const record_type&, std::uint32_t, std::uint32_t); \
+  template int json_decode_void(SINK&, int, const void*);                             \
+  template int json_decode_int(SINK&, int, const void*);                              \
+  template int json_decode_u_int(SINK&, int, const void*);                            \
+  template int json_decode_long(SINK&, int, const void*);                             \
+  template int json_decode_u_long(SINK&, int, const void*);                           \
+  template int json_decode_short(SINK&, int, const void*);                            \
+  template int json_decode_u_short(SINK&, int, const void*);                          \
+  template int json_decode_float(SINK&, int, const void*);                            \
+  template int json_decode_double(SINK&, int, const void*);                           \
+  template int json_decode_bool(SINK&, int, const void*);                             \
+  template int json_decode_enum(SINK&, int, const void*);                             \
+  template int json_decode_char(SINK&, int, const void*);                             \
+  template int json_decode_u_char(SINK&, int, const void*);                           \
+  template int json_decode_string(SINK&, int, const void*);                           \
+  template int json_decode_counted_text(SINK&, int, const char*, const char*);        \
+  template int json_decode_text_block(SINK&, int, const void*);                       \
+  template int json_decode_fixed_text(SINK&, int, const char*, const char*);          \
+  template int json_decode_char_vector(SINK&, int, const char*, const char*);         \
+  template int json_decode_bytes(SINK&, int, const void*);                            \
   template int json_decode_opaque(SINK&, int, const void*, std::uint32_t)
 
 KVRPC_FOR_SINK(text_sink);

@@ -13,6 +13,7 @@
 
 #include "bridge/encode.h"
 #include "bridge/field_memory.h"
+#include "bridge/text_end.h"
 #include "schema/types.h"
 
 namespace kvrpc {
@@ -22,6 +23,11 @@ namespace kvrpc {
 // Converts a whole value of the given type: the record of a call, with all that hangs from it.
 template <class Sink>
 int json_decode(Sink& out, int raw_text, const void* data, const wire_type& type);
+// Converts the members of a structure from `begin` up to `end`, none of them the link of a list.
+// The texts among them may run on in `block`.
+template <class Sink>
+int json_decode_members(Sink& out, int raw_text, const record_block& block, const char* base,
+                        const record_type& record, std::uint32_t begin, std::uint32_t end);
 
 // ---- scalars
 

@@ -14,14 +14,10 @@
 
 namespace kvrpc {
 
-class record_arena;
-
-// A value of a table's type, as clnt_call hands it to xdr_typed. What its pointers lead to lives in
-// the arena when there is one, and has to be released with the same arena.
+// A value of a table's type, as clnt_call hands it to xdr_typed.
 struct typed_value {
   const wire_type* type;
   char* data;
-  record_arena* arena;
 };
 
 // The xdrproc_t of every argument and result; the object is a typed_value.
@@ -32,7 +28,6 @@ bool_t xdr_value(XDR* xdrs, char* data, const wire_type& type);
 
 // Releases what a value holds and leaves its pointers null.
 void record_free(const wire_type& type, void* data);
-void record_free(typed_value& value);
 // Releases a list from `node` (which may be null) to its end, the nodes included.
 void list_free(const record_type& record, char* node);
 

@@ -1,14 +1,13 @@
 // Where a converted record goes as JSON text: the sink of every reply.
 //
 // A sink takes one value after the other, in the order of the text, and keeps the punctuation. It
-// has these operations, each but plain_members 1 on success and 0 when memory is out:
+// has these operations, each 1 on success and 0 when memory is out:
 //
 //   null, boolean, integer, number       scalars
 //   iso_text                             a text in the record's ISO code
 //   plain_text                           a text that is UTF-8 already
 //   base64                               bytes
 //   begin_object, key, end_object        a key stands before each member's value
-//   plain_members                        several members at once; the index behind them
 //   begin_array, item, end_array         an item mark stands before each element
 //
 // text_sink appends to the caller's buffer exactly what printing the tree of tree_sink gives.
@@ -46,9 +45,11 @@ class text_sink {
     return (!separate || out_.append(',')) && out_.append('"') && out_.append(name, size) &&
            out_.append("\":", 2);
   }
-  // Writes the members from `begin` on that are scalars or chars(n) with their NUL, in one go, and
-  // returns the index of the first member that is none. A sink may write none of them.
-  std::uint32_t plain_members(const char* base, const record_type& record, std::uint32_t begin);
+  // Writes the members from `begin` up to `end` (at least one, and all of them plain: see
+  // plain_text_room) from the `size` bytes of their wire form. False, with nothing written, when a
+  // text of them has no NUL or memory is out.
+  bool wire_members(const char* wire, std::uint32_t size, const record_type& record,
+                    std::uint32_t begin, std::uint32_t end);
   int end_object() { return end('}'); }
 
   int begin_array() { return begin('['); }

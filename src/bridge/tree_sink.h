@@ -33,9 +33,6 @@ class tree_sink {
     key_ = field.key;
     return 1;
   }
-  std::uint32_t plain_members(const char*, const record_type&, std::uint32_t begin) {
-    return begin;
-  }
   int end_object() { return end(); }
   int begin_array() { return begin(json_new_array()); }
   int item() { return 1; }

@@ -1,49 +1,11 @@
 #include "bridge/unpack.h"
 
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
-
 #include "bridge/field_memory.h"
+#include "bridge/wire_chars.h"
 
 namespace kvrpc {
 
 namespace {
-
-#ifdef __SSE2__
-
-// The low byte of each of 4 units, in the low bytes of 4 words.
-inline __m128i low_bytes(const char* wire) {
-  return _mm_srli_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(wire)), 24);
-}
-
-// The low byte of each of 8 units, in the low bytes of 8 half words.
-inline __m128i low_bytes_of_8(const char* wire) {
-  return _mm_packs_epi32(low_bytes(wire), low_bytes(wire + 16));
-}
-
-inline void unpack_8_chars(const char* wire, char* data) {
-  const __m128i bytes = _mm_packus_epi16(low_bytes_of_8(wire), _mm_setzero_si128());
-  _mm_storel_epi64(reinterpret_cast<__m128i*>(data), bytes);
-}
-
-inline void unpack_16_chars(const char* wire, char* data) {
-  const __m128i bytes = _mm_packus_epi16(low_bytes_of_8(wire), low_bytes_of_8(wire + 32));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(data), bytes);
-}
-
-#else
-
-inline void unpack_8_chars(const char* wire, char* data) {
-  for (std::uint32_t i = 0; i < 8; ++i) data[i] = wire[4 * i + 3];
-}
-
-inline void unpack_16_chars(const char* wire, char* data) {
-  unpack_8_chars(wire, data);
-  unpack_8_chars(wire + 32, data + 8);
-}
-
-#endif
 
 // The low byte of each unit, 16 or 8 at a time; the last step may overlap the one before.
 void unpack_chars(const char* wire, char* data, std::uint32_t count) {
@@ -121,6 +83,11 @@ const char* unpack(const char* wire, char* data, const wire_type& type) {
   return wire + type.wire_size;
 }
 
+void unpack_fields(const char* wire, char* base, const record_type& record, std::uint32_t begin,
+                   std::uint32_t end) {
+  unpack_fields(wire, base, record.fields + begin, record.fields + end);
+}
+
 std::uint32_t unpack_run(XDR* xdrs, char* base, const record_type& record, std::uint32_t begin,
                          std::uint32_t end) {
   if (xdrs->x_op != XDR_DECODE) return 0;
@@ -132,13 +99,6 @@ std::uint32_t unpack_run(XDR* xdrs, char* base, const record_type& record, std::
   std::uint32_t behind = begin;
   while (behind < end && record.fields[behind].run_wire != 0) ++behind;
   return behind - begin;
-}
-
-const char* unpack_head(XDR* xdrs, char* base, const record_type& record, std::uint32_t count,
-                        std::uint32_t wire_size) {
-  const char* wire = XDR_INLINE(xdrs, static_cast<std::int32_t>(wire_size + 4));
-  if (wire == nullptr) return nullptr;
-  return unpack_fields(wire, base, record.fields, record.fields + count);
 }
 
 }  // namespace kvrpc

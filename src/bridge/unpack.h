@@ -12,15 +12,13 @@ namespace kvrpc {
 // place behind it.
 const char* unpack(const char* wire, char* data, const wire_type& type);
 
+// Reads the fields from `begin` up to `end`, all of fixed wire size, from their wire form.
+void unpack_fields(const char* wire, char* base, const record_type& record, std::uint32_t begin,
+                   std::uint32_t end);
+
 // Decodes the fields of fixed wire size from `begin` in one piece when that piece lies in the
 // stream's buffer. The number of fields decoded, 0 when they have to be read one by one.
 std::uint32_t unpack_run(XDR* xdrs, char* base, const record_type& record, std::uint32_t begin,
                          std::uint32_t end);
-
-// Decodes the first `count` fields, `wire_size` bytes altogether, when they lie in the stream's
-// buffer together with one unit more, and returns the place of that unit; else null, and nothing is
-// read.
-const char* unpack_head(XDR* xdrs, char* base, const record_type& record, std::uint32_t count,
-                        std::uint32_t wire_size);
 
 }  // namespace kvrpc

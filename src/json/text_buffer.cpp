@@ -11,14 +11,22 @@ constexpr std::size_t smallest_block = 256;
 constexpr std::size_t second_block = 4096;
 constexpr std::size_t largest_block = PTRDIFF_MAX;
 
-}  // namespace
-
-text_buffer::~text_buffer() {
-  if (begin_ != nullptr) memory_.release(begin_ - headroom_);
+text_block resize_by_hook(char* block, std::size_t, std::size_t size) {
+  return {static_cast<char*>(json_hooks().resize(block, size)), size};
 }
 
-void text_buffer::clear() {
-  end_ = begin_;
+void release_by_hook(char* block) { json_hooks().release(block); }
+
+}  // namespace
+
+const text_memory hook_memory = {0, resize_by_hook, release_by_hook};
+
+text_buffer::~text_buffer() {
+  if (begin_ != nullptr) memory_.release(begin_ - memory_.headroom);
+}
+
+void text_buffer::clear(std::size_t kept) {
+  end_ = begin_ + kept;
   limit_ = block_end_;
   failed_ = false;
 }
@@ -31,22 +39,23 @@ bool text_buffer::fail() {
 
 char* text_buffer::grow(std::size_t count) {
   const std::size_t used = size();
-  if (failed_ || count >= largest_block - used - headroom_) {
+  const std::size_t headroom = memory_.headroom;
+  if (failed_ || count >= largest_block - used - headroom) {
     fail();
     return nullptr;
   }
   const std::size_t doubled = used > largest_block / 2 ? largest_block : used * 2;
   const std::size_t least = used == 0 ? smallest_block : second_block;
-  const std::size_t block = std::max({used + count + 1, doubled, least});
-  char* const before = begin_ != nullptr ? begin_ - headroom_ : nullptr;
-  auto* const moved = static_cast<char*>(memory_.resize(before, headroom_ + block));
-  if (moved == nullptr) {
+  const std::size_t wanted = headroom + std::max({used + count + 1, doubled, least});
+  char* const block = begin_ != nullptr ? begin_ - headroom : nullptr;
+  const text_block moved = memory_.resize(block, block != nullptr ? headroom + used : 0, wanted);
+  if (moved.bytes == nullptr) {
     fail();
     return nullptr;
   }
-  begin_ = moved + headroom_;
+  begin_ = moved.bytes + headroom;
   end_ = begin_ + used;
-  limit_ = block_end_ = begin_ + block;
+  limit_ = block_end_ = moved.bytes + moved.size;
   return end_;
 }
 

@@ -1,10 +1,10 @@
 // A text that grows at its end, and the JSON forms of single values written to it.
 //
-// The buffer comes from the allocation hooks, or from others, and doubles as it grows, so that
-// appending costs time linear in the bytes. An append that finds no memory returns false, leaves
-// the text as it was and marks the buffer failed; every later append fails as well, so that a
-// writer may look once at the end. release() hands the NUL-terminated text over; otherwise the
-// destructor gives it back.
+// The buffer comes from the allocation hooks, or from the memory that it is given, and doubles as
+// it grows, so that appending costs time linear in the bytes. An append that finds no memory
+// returns false, leaves the text as it was and marks the buffer failed; every later append fails as
+// well, so that a writer may look once at the end. release() hands the NUL-terminated text over;
+// otherwise the destructor gives it back.
 #pragma once
 
 #include <cstddef>
@@ -15,12 +15,27 @@
 
 namespace kvrpc {
 
+struct text_block {
+  char* bytes;  // null when memory is out
+  std::size_t size;
+};
+
+// Where a text_buffer has its block from.
+struct text_memory {
+  std::size_t headroom;  // bytes in front of the text, for what the block's owner puts there
+  // Moves a block (null at first) with its first `used` bytes to one of `size` bytes or more. On
+  // failure it stays.
+  text_block (*resize)(char* block, std::size_t used, std::size_t size);
+  void (*release)(char* block);
+};
+
+// That of the allocation hooks.
+extern const text_memory hook_memory;
+
 class text_buffer {
  public:
-  // With `headroom` its block has so many bytes in front of the text, for what its owner puts
-  // there.
-  explicit text_buffer(const json_allocator& memory = json_hooks(), std::size_t headroom = 0)
-      : memory_(memory), headroom_(headroom) {}
+  // `memory` has to outlive the buffer.
+  explicit text_buffer(const text_memory& memory = hook_memory) : memory_(memory) {}
   ~text_buffer();
   text_buffer(const text_buffer&) = delete;
   text_buffer& operator=(const text_buffer&) = delete;
@@ -45,8 +60,8 @@ class text_buffer {
   const char* data() const { return begin_; }
   bool failed() const { return failed_; }
 
-  // Forgets the text and an earlier failure; the memory stays.
-  void clear();
+  // Forgets the text but for its first `kept` bytes, and an earlier failure; the memory stays.
+  void clear(std::size_t kept = 0);
 
   // Marks the buffer failed, for a writer that has no text for its value; false.
   bool fail();
@@ -58,8 +73,7 @@ class text_buffer {
  private:
   char* grow(std::size_t count);
 
-  const json_allocator memory_;
-  const std::size_t headroom_;
+  const text_memory& memory_;
   char* begin_ = nullptr;
   char* end_ = nullptr;
   char* limit_ = nullptr;      // behind the block; the text always ends before it, for the NUL

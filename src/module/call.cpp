@@ -46,10 +46,10 @@ PyObject* rpc_client_call(PyObject* self, PyObject* arguments, PyObject* keyword
   const ref text = ref::borrowed(values[0]);
   const ref verifier = ref::borrowed(values[1]);
   for (int tries = 1;; ++tries) {
-    reply_text reply;
+    text_buffer reply(reply_memory);
     int status = CALL_OK;
-    if (!attempt(self, text.get(), verifier.get(), &status, reply.text())) return nullptr;
-    if (status != CALL_RPC_FAILED || tries == max_tries) return reply.release();
+    if (!attempt(self, text.get(), verifier.get(), &status, reply)) return nullptr;
+    if (status != CALL_RPC_FAILED || tries == max_tries) return take_reply(reply);
     if (!run_method(self, names.close)) return nullptr;
   }
 }

@@ -1,25 +1,17 @@
-// The reply of a call, written from the start where the bytes object of the script has its bytes:
-// a long reply is neither copied nor measured again, nor does it need its memory twice.
+// The memory of a reply text, such that a long reply becomes the bytes object of the script where
+// it stands: it is not copied, and its memory is not needed twice.
 #pragma once
-
-#include <cstddef>
 
 #include "json/text_buffer.h"
 #include "module/ref.h"
 
 namespace kvrpc {
 
-class reply_text {
- public:
-  reply_text();
+// Blocks with room in front for the header of a bytes object.
+extern const text_memory reply_memory;
 
-  text_buffer& text() { return text_; }
-
-  // The text as a bytes object, or null with MemoryError pending.
-  PyObject* release();
-
- private:
-  text_buffer text_;
-};
+// The text of a buffer with reply_memory as a bytes object, or null with MemoryError pending. The
+// buffer may be empty afterwards.
+PyObject* take_reply(text_buffer& text);
 
 }  // namespace kvrpc

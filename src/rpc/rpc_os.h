@@ -127,6 +127,9 @@ class environment_text {
 
 std::uint32_t rpc_process_id();
 std::uint32_t rpc_time_seconds();
+// Asks for a large block that is about to be filled to be backed by large pages, where the system
+// has such: handing out small ones can take longer than filling them.
+void rpc_use_large_pages(void* block, std::size_t size);
 // Microseconds of a clock that nobody sets.
 std::int64_t rpc_clock();
 

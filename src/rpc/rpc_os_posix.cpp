@@ -3,6 +3,7 @@
 #include <netinet/in.h>
 #include <poll.h>
 #include <pthread.h>
+#include <sys/mman.h>
 #include <sys/socket.h>
 #include <time.h>
 #include <unistd.h>
@@ -223,6 +224,19 @@ char* rpc_environment(const char* name) {
 
 std::uint32_t rpc_process_id() { return static_cast<std::uint32_t>(getpid()); }
 std::uint32_t rpc_time_seconds() { return static_cast<std::uint32_t>(time(nullptr)); }
+
+// From the first byte's page to the last one's: a part of a mapping alone would be a mapping of its
+// own from then on, and the whole could no longer grow in place.
+void rpc_use_large_pages([[maybe_unused]] void* block, [[maybe_unused]] std::size_t size) {
+#ifdef MADV_HUGEPAGE
+  const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  const std::size_t before = reinterpret_cast<std::uintptr_t>(block) % page;
+  const int number = errno;
+  madvise(static_cast<char*>(block) - before, (before + size + page - 1) / page * page,
+          MADV_HUGEPAGE);
+  errno = number;  // a system without large pages goes on with small ones
+#endif
+}
 
 std::int64_t rpc_clock() {
   timespec now;

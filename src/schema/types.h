@@ -91,23 +91,6 @@ struct record_field {
   char label[label_room + 1] = {};  // `,"key":` and a NUL
 };
 
-// The most bytes that the JSON text of a plain value takes: a scalar or chars(n). 0 for others.
-constexpr std::uint32_t plain_text_room(const wire_type& type) {
-  switch (type.kind) {
-    case wire_kind::long_:
-    case wire_kind::int_:
-    case wire_kind::u_long_:
-    case wire_kind::short_:
-    case wire_kind::bool_:
-      return 12;
-    case wire_kind::chars:
-    case wire_kind::schars:
-      return 3 * type.count + 16;
-    default:
-      return 0;
-  }
-}
-
 struct record_type {
   const char* name;
   bool is_union;
@@ -119,7 +102,28 @@ struct record_type {
   std::uint32_t wire_size;       // or variable_size
   std::int32_t next_field;       // index of the list_next member, or -1
   const record_field* selector;  // of a union: its discriminant as a field
+  std::uint32_t text_room = 0;   // most bytes of JSON text, when all members are plain
 };
+
+// The most bytes that the JSON text of a plain value takes: a scalar, chars(n), or a structure of
+// plain members. 0 for others.
+constexpr std::uint32_t plain_text_room(const wire_type& type) {
+  switch (type.kind) {
+    case wire_kind::long_:
+    case wire_kind::int_:
+    case wire_kind::u_long_:
+    case wire_kind::short_:
+    case wire_kind::bool_:
+      return 12;
+    case wire_kind::chars:
+    case wire_kind::schars:
+      return 3 * type.count + 16;
+    case wire_kind::record:
+      return type.target->text_room;
+    default:
+      return 0;
+  }
+}
 
 // The arm of a union that the value of its discriminant selects, or null.
 inline const record_field* arm_of(const record_type& record, std::int32_t value) {
@@ -215,13 +219,16 @@ struct structure : record_type {
   constexpr void sum_runs() {
     std::uint32_t wire = 0;
     std::uint32_t text = 0;
+    bool plain = true;
     for (std::size_t i = N; i-- > 0;) {
       const std::uint32_t room = plain_text_room(table[i].type);
       wire = table[i].type.wire_size == variable_size ? 0 : wire + table[i].type.wire_size;
       text = room == 0 ? 0 : text + label_room + room;
+      plain = plain && room != 0;
       table[i].run_wire = wire;
       table[i].run_text = text;
     }
+    text_room = plain ? text + 2 : 0;
   }
 
  public:

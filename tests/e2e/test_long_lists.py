@@ -1,6 +1,7 @@
 """A list of a hundred thousand send records: the right text, in time that grows with its length."""
 
 import os
+import sys
 import time
 
 import pytest
@@ -41,11 +42,15 @@ def expected(count):
             % (count, nodes, "}" * count)).encode("utf-8")
 
 
-@pytest.mark.parametrize("count", [0, 1, 2, 1000, 100_000])
+# Among them texts that just fit a block of memory, and texts that just do not.
+@pytest.mark.parametrize(
+    "count", [0, 1, 2, 12, 13, 14, 204, 205, 206, 1000, 3250, 3260, 3270, 100_000,
+              pytest.param(210_000, marks=pytest.mark.slow)])
 def test_a_list_of_any_length_has_the_right_text(client, allow, count):
     reply = ask(client, allow, count)
     assert len(reply) == len(expected(count))
     assert reply == expected(count)
+    assert sys.getsizeof(reply) == sys.getsizeof(b"") + len(reply)
 
 
 @pytest.mark.slow

@@ -26,6 +26,9 @@ void read(const wire_type& type, const bytes& wire, inline_mode mode) {
     test_value value(type);
     if (value.get(wire, mode)) {
       EXPECT_EQ(value.text(), value.tree_text());
+      EXPECT_EQ(streamed_text(type, wire, mode), value.text());
+    } else {
+      EXPECT_EQ(streamed_text(type, wire, mode), "");
     }
   }
   EXPECT_EQ(heap.live_blocks(), 0);

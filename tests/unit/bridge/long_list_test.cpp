@@ -75,6 +75,7 @@ class list_set {
     for (auto& value : values_) value->release();
     for (std::size_t i = 0; i < wires_.size(); ++i) ASSERT_TRUE(values_[i]->get(wires_[i]));
     for (auto& value : values_) ASSERT_EQ(value->text(), text_);
+    for (const bytes& wire : wires_) ASSERT_EQ(streamed_text(values_[0]->type(), wire), text_);
     for (std::size_t i = 0; i < trees_.size(); ++i) trees_[i] = values_[i]->tree();
     for (json_node* tree : trees_) {
       char* printed = json_print(tree);

@@ -31,6 +31,7 @@ void expect_round_trip(const wire_type& type, const random_value& sample) {
     ASSERT_EQ(wire, sample.wire) << sample.json;
     ASSERT_EQ(value.text(), sample.json);
     ASSERT_EQ(value.tree_text(), sample.json);
+    ASSERT_EQ(streamed_text(type, sample.wire, mode), sample.json);
   }
   ASSERT_EQ(heap.live_blocks(), 0) << sample.json;
 }
@@ -84,6 +85,9 @@ TEST(every_table, reads_random_bytes_alike_by_every_road) {
       test_value by_unit(type);
       const bool_t done = in_place.get(wire, inline_mode::always);
       ASSERT_EQ(by_unit.get(wire, inline_mode::never), done) << seed;
+      for (inline_mode mode : modes) {
+        ASSERT_EQ(streamed_text(type, wire, mode), done ? in_place.text() : "") << seed;
+      }
       if (!done) continue;
       ++read;
       bytes once;

@@ -84,25 +84,48 @@ TEST(TextBuffer, KeepsTheTextAndFailsForGoodWithoutMemory) {
   EXPECT_EQ(hooks.live_blocks(), 0);
 }
 
-TEST(TextBuffer, KeepsItsHeadroomInFrontOfTheTextAtEveryLength) {
-  constexpr std::size_t headroom = 32;
+// Memory with room in front of the text, in blocks of half as much again as is asked for.
+constexpr text_memory roomy_memory = {
+    32,
+    [](char* block, std::size_t used, std::size_t size) {
+      EXPECT_LE(used, size);
+      size += size / 2;
+      return text_block{static_cast<char*>(json_hooks().resize(block, size)), size};
+    },
+    [](char* block) { json_hooks().release(block); },
+};
+
+TEST(TextBuffer, UsesTheBlocksOfItsMemoryWhole) {
   const counting_hooks hooks;
-  for (std::int32_t length = 0; length < 10'000; length = 2 * length + 1) {
-    text_buffer out(json_hooks(), headroom);
+  for (std::int32_t length = 0; length < 100'000; length = 2 * length + 1) {
+    text_buffer out(roomy_memory);
     const std::string bytes = repeated("x", length);
     for (const char byte : bytes) ASSERT_TRUE(out.append(byte));
     ASSERT_EQ(out.size(), bytes.size());
     char* const text = out.release();
     ASSERT_NE(text, nullptr);
     EXPECT_EQ(text, bytes);
-    std::memset(text - headroom, 0, headroom);
-    json_hooks().release(text - headroom);
+    char* const block = text - roomy_memory.headroom;
+    std::memset(block, 0, roomy_memory.headroom);
+    roomy_memory.release(block);
   }
   {
-    text_buffer unreleased(json_hooks(), headroom), unused(json_hooks(), headroom);
+    text_buffer unreleased(roomy_memory);
+    text_buffer unused(roomy_memory);
     EXPECT_TRUE(unreleased.append('x'));
   }
   EXPECT_EQ(hooks.live_blocks(), 0);
+}
+
+TEST(TextBuffer, ForgetsItsEnd) {
+  text_buffer out;
+  out.clear();
+  EXPECT_EQ(out.size(), 0U);
+  ASSERT_TRUE(out.append("abcdef", 6));
+  out.fail();
+  out.clear(2);
+  EXPECT_TRUE(out.append('x'));
+  EXPECT_EQ(released(out), "abx");
 }
 
 TEST(TextBuffer, RefusesSizesThatNoBlockCanHave) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -147,6 +148,16 @@ TEST(network_order, puts_the_high_byte_first) {
 }
 
 // ---- environment
+
+TEST(large_pages, leave_a_block_and_the_error_number_as_they_are) {
+  for (const std::size_t size : {std::size_t{1}, std::size_t{5000}, std::size_t{9} << 20}) {
+    std::vector<char> block(size + 1, 'x');
+    errno = EDOM;
+    rpc_use_large_pages(block.data() + 1, size);
+    EXPECT_EQ(errno, EDOM);
+    EXPECT_EQ(std::count(block.begin(), block.end(), 'x'), static_cast<std::ptrdiff_t>(size) + 1);
+  }
+}
 
 TEST(environment, is_read_as_it_stands_at_that_moment) {
   const environment_guard guard("KVRPC_TEST", "first");

@@ -9,6 +9,7 @@
 #include "bridge/decode.h"
 #include "bridge/encode.h"
 #include "bridge/record_xdr.h"
+#include "bridge/result_stream.h"
 #include "bridge/support/test_streams.h"
 #include "bridge/text_sink.h"
 #include "bridge/tree_sink.h"
@@ -88,5 +89,18 @@ class test_value {
   wire_type type_;
   bytes block_;
 };
+
+// The JSON text of a result straight from its XDR bytes, as a reply has it; test_value::failure
+// when it has no text, and an empty one when it cannot be read.
+inline std::string streamed_text(const wire_type& type, const bytes& wire,
+                                 inline_mode mode = inline_mode::always) {
+  test_value value(type);
+  source_stream stream(wire, mode);
+  text_buffer text;
+  text.append("head", 4);
+  streamed_result result{{&type, value.data()}, text, 4};
+  if (!xdr_streamed(&stream.xdrs, &result)) return "";
+  return result.written ? std::string(text.data() + 4, text.size() - 4) : test_value::failure;
+}
 
 }  // namespace kvrpc::test

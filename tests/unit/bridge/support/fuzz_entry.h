@@ -46,6 +46,10 @@ inline const char* fuzz_records_xdr(const char* input, std::size_t size) {
   test_value unit_by_unit(type);
   const bool_t done = value.get(wire, inline_mode::always);
   if (unit_by_unit.get(wire, inline_mode::never) != done) return "in-place reading differs";
+  for (inline_mode mode : {inline_mode::always, inline_mode::never, inline_mode::sometimes}) {
+    const std::string expected = done ? value.text() : "";
+    if (streamed_text(type, wire, mode) != expected) return "straight to text differs";
+  }
   if (!done) return nullptr;
   if (value.text() != unit_by_unit.text()) return "in-place reading gives another record";
   return check_decoded(value);
