@@ -1,9 +1,8 @@
-#include "bridge/list_xdr.h"
-
 #include <algorithm>
 #include <cstdio>
 
 #include "bridge/field_memory.h"
+#include "bridge/record_walk.h"
 #include "bridge/record_xdr.h"
 #include "bridge/resume_stack.h"
 

@@ -1,7 +1,7 @@
 #include "bridge/record_xdr.h"
 
 #include "bridge/field_memory.h"
-#include "bridge/list_xdr.h"
+#include "bridge/record_walk.h"
 #include "bridge/unpack.h"
 
 namespace kvrpc {

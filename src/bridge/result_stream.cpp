@@ -5,7 +5,7 @@
 
 #include "bridge/decode.h"
 #include "bridge/field_memory.h"
-#include "bridge/list_xdr.h"
+#include "bridge/record_walk.h"
 #include "bridge/text_end.h"
 #include "bridge/text_sink.h"
 #include "bridge/unpack.h"
