@@ -58,11 +58,10 @@ struct member_range {
 
 class result_stream {
  public:
-  result_stream(XDR* xdrs, text_buffer& text) : xdrs_(xdrs), out_(text) {}
+  result_stream(XDR* xdrs, text_buffer& text) : xdrs_(xdrs), text_(text), out_(text) {}
 
-  // Each reads something and writes it; false when it cannot be read.
+  // Reads something and writes it, as all below; false when it cannot be read.
   bool_t value(char* data, const wire_type& type);
-  bool written() const { return written_; }
 
  private:
   bool_t record(char* base, const wire_type& type);
@@ -75,12 +74,14 @@ class result_stream {
   bool_t list_with_link_last(member_range& node);
   void reuse(member_range& node);
 
-  // Notes a failure to write; nothing more is written then.
-  void check(int done) { written_ = written_ && done != 0; }
+  // After a failure to write the text has failed, and nothing more is written.
+  void check(int done) {
+    if (!done) text_.fail();
+  }
 
   XDR* const xdrs_;
+  text_buffer& text_;
   text_sink out_;
-  bool written_ = true;
 };
 
 bool_t result_stream::members(member_range& range) {
@@ -108,15 +109,15 @@ bool_t result_stream::segment(member_range& range, std::uint32_t begin, std::uin
   const std::uint32_t size = plain_wire_size(range.record, begin, end);
   const char* const wire = size != 0 ? XDR_INLINE(xdrs_, static_cast<std::int32_t>(size)) : nullptr;
   if (wire != nullptr) {
-    if (written_ && out_.wire_members(wire, size, range.record, begin, end)) return TRUE;
+    if (out_.wire_members(wire, size, range.record, begin, end)) return TRUE;
     range.in_memory = true;
     unpack_fields(wire, range.base, range.record, begin, end);
   } else {
     range.in_memory = true;
     if (!xdr_fields(xdrs_, range.base, range.record, begin, end)) return FALSE;
   }
-  check(written_ && json_decode_members(out_, converted_text, range.block, range.base, range.record,
-                                        begin, end));
+  check(!text_.failed() && json_decode_members(out_, converted_text, range.block, range.base,
+                                               range.record, begin, end));
   return TRUE;
 }
 
@@ -223,10 +224,12 @@ bool_t result_stream::value(char* data, const wire_type& type) {
 bool_t xdr_streamed(XDR* xdrs, void* object, std::uint32_t) {
   auto& result = *static_cast<streamed_result*>(object);
   if (xdrs->x_op != XDR_DECODE) return xdr_typed(xdrs, &result.value);
+  const typed_value& value = result.value;
+  record_free(*value.type, value.data);  // a transport may read again
+  std::memset(value.data, 0, value.type->size);
   result.text.clear(result.kept);
-  result_stream stream(xdrs, result.text);
-  const bool_t read = stream.value(result.value.data, *result.value.type);
-  result.written = read && stream.written() && !result.text.failed();
+  const bool_t read = result_stream(xdrs, result.text).value(value.data, *value.type);
+  result.written = read && !result.text.failed();
   return read;
 }
 

@@ -20,6 +20,9 @@ void unpack_chars(const char* wire, char* data, std::uint32_t count) {
   unpack_8_chars(wire + std::size_t{4} * i, data + i);
 }
 
+// Reads a value of fixed wire size; the place behind it.
+const char* unpack(const char* wire, char* data, const wire_type& type);
+
 const char* unpack_items(const char* wire, char* data, const wire_type& type) {
   for (std::uint32_t i = 0; i < type.count; ++i, data += type.item->size) {
     wire = unpack(wire, data, *type.item);
@@ -59,8 +62,6 @@ const char* unpack_fields(const char* wire, char* base, const record_field* fiel
   return wire;
 }
 
-}  // namespace
-
 const char* unpack(const char* wire, char* data, const wire_type& type) {
   switch (type.kind) {
     case wire_kind::chars:
@@ -82,6 +83,8 @@ const char* unpack(const char* wire, char* data, const wire_type& type) {
   }
   return wire + type.wire_size;
 }
+
+}  // namespace
 
 void unpack_fields(const char* wire, char* base, const record_type& record, std::uint32_t begin,
                    std::uint32_t end) {

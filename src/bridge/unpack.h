@@ -8,10 +8,6 @@
 
 namespace kvrpc {
 
-// Reads a value of fixed wire size from `wire`, where type.wire_size bytes lie, and returns the
-// place behind it.
-const char* unpack(const char* wire, char* data, const wire_type& type);
-
 // Reads the fields from `begin` up to `end`, all of fixed wire size, from their wire form.
 void unpack_fields(const char* wire, char* base, const record_type& record, std::uint32_t begin,
                    std::uint32_t end);

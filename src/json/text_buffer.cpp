@@ -40,11 +40,12 @@ bool text_buffer::fail() {
 char* text_buffer::grow(std::size_t count) {
   const std::size_t used = size();
   const std::size_t headroom = memory_.headroom;
-  if (failed_ || count >= largest_block - used - headroom) {
+  const std::size_t most = largest_block - headroom;
+  if (failed_ || count >= most - used) {
     fail();
     return nullptr;
   }
-  const std::size_t doubled = used > largest_block / 2 ? largest_block : used * 2;
+  const std::size_t doubled = used > most / 2 ? most : used * 2;
   const std::size_t least = used == 0 ? smallest_block : second_block;
   const std::size_t wanted = headroom + std::max({used + count + 1, doubled, least});
   char* const block = begin_ != nullptr ? begin_ - headroom : nullptr;

@@ -11,11 +11,15 @@ namespace {
 
 constexpr std::size_t header_size = offsetof(PyBytesObject, ob_sval);
 
-// The sizes of blocks. What is not touched of a block costs nothing, and growing in small steps
-// would copy the text, or move its pages, time and again. The largest step is one of large pages.
-constexpr std::size_t block_sizes[] = {256, std::size_t{4} << 10, std::size_t{64} << 10,
-                                       std::size_t{1} << 20, std::size_t{64} << 20};
-constexpr std::size_t most_without_large_pages = std::size_t{1} << 20;
+// The sizes of blocks up to the largest that a heap keeps. Few of them, since growing copies the
+// text; a block is cut to fit in the end.
+constexpr std::size_t block_sizes[] = {std::size_t{512}, std::size_t{4} << 10,
+                                       std::size_t{64} << 10, std::size_t{1} << 20};
+constexpr std::size_t most_in_heap = std::size_t{1} << 20;
+
+// A text that outgrows them gets so much at once where there are large pages: what is not touched
+// of it costs nothing, and growing in small steps would move pages time and again.
+constexpr std::size_t large_block = std::size_t{64} << 20;
 
 std::size_t block_size(std::size_t least) {
   for (const std::size_t size : block_sizes) {
@@ -24,13 +28,15 @@ std::size_t block_size(std::size_t least) {
   return least;
 }
 
-// Moves a text to a block of large pages, which have to be asked for before the first is touched;
-// null when there is no memory for it.
-char* move_to_large_pages(char* block, std::size_t used, std::size_t size) {
-  auto* const large = static_cast<char*>(PyObject_Malloc(size));
-  if (large == nullptr) return nullptr;
-  rpc_use_large_pages(large, size);
-  std::memcpy(large, block, used);
+// A large block with the text of `block`, which is given back; null when there is none. Large pages
+// have to be asked for before the first is touched.
+char* move_to_large_pages(char* block, std::size_t used) {
+  auto* const large = static_cast<char*>(PyObject_Malloc(large_block));
+  if (large == nullptr || !rpc_use_large_pages(large, large_block)) {
+    PyObject_Free(large);
+    return nullptr;
+  }
+  if (used > 0) std::memcpy(large, block, used);
   PyObject_Free(block);
   return large;
 }
@@ -40,22 +46,20 @@ char* move_to_large_pages(char* block, std::size_t used, std::size_t size) {
 // are.
 void keep_blocks_in_heap() {
   static bool kept = false;
-  if (!kept) PyObject_Free(PyObject_Malloc(2 * most_without_large_pages));
+  if (!kept) PyObject_Free(PyObject_Malloc(2 * most_in_heap));
   kept = true;
 }
 
-// The size of the step, or no more than what is asked for when memory is short.
 text_block resize_reply(char* block, std::size_t used, std::size_t size) {
   keep_blocks_in_heap();
-  const std::size_t attempts[] = {block_size(size), size};
-  for (const std::size_t attempt : attempts) {
-    const bool first_large = used <= most_without_large_pages && attempt > most_without_large_pages;
-    char* const moved = first_large && block != nullptr
-                            ? move_to_large_pages(block, used, attempt)
-                            : static_cast<char*>(PyObject_Realloc(block, attempt));
-    if (moved != nullptr) return {moved, attempt};
+  if (used <= most_in_heap && size > most_in_heap && size <= large_block) {
+    char* const large = move_to_large_pages(block, used);
+    if (large != nullptr) return {large, large_block};
   }
-  return {nullptr, 0};
+  const std::size_t step = block_size(size);
+  void* const moved = PyObject_Realloc(block, step);
+  if (moved != nullptr || step == size) return {static_cast<char*>(moved), step};
+  return {static_cast<char*>(PyObject_Realloc(block, size)), size};  // memory is short
 }
 
 void release_reply(char* block) { PyObject_Free(block); }
@@ -78,6 +82,9 @@ const text_memory reply_memory = {header_size, resize_reply, release_reply};
 
 PyObject* take_reply(text_buffer& text) {
   const std::size_t size = text.size();
+  if (!rpc_cut_blocks_shrink) {
+    return PyBytes_FromStringAndSize(text.data(), static_cast<Py_ssize_t>(size));
+  }
   char* const bytes = text.release();
   if (bytes == nullptr) return PyErr_NoMemory();
   char* const block = bytes - header_size;

@@ -127,9 +127,12 @@ class environment_text {
 
 std::uint32_t rpc_process_id();
 std::uint32_t rpc_time_seconds();
-// Asks for a large block that is about to be filled to be backed by large pages, where the system
-// has such: handing out small ones can take longer than filling them.
-void rpc_use_large_pages(void* block, std::size_t size);
+// Asks for a large block that is about to be filled to be backed by large pages: handing out small
+// ones can take longer than filling them. Whether the system has such.
+bool rpc_use_large_pages(void* block, std::size_t size);
+// Whether realloc gives back what it cuts off a block. Where it does not, a block that is cut still
+// takes the address space of the whole.
+extern const bool rpc_cut_blocks_shrink;
 // Microseconds of a clock that nobody sets.
 std::int64_t rpc_clock();
 

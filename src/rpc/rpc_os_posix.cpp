@@ -227,16 +227,21 @@ std::uint32_t rpc_time_seconds() { return static_cast<std::uint32_t>(time(nullpt
 
 // From the first byte's page to the last one's: a part of a mapping alone would be a mapping of its
 // own from then on, and the whole could no longer grow in place.
-void rpc_use_large_pages([[maybe_unused]] void* block, [[maybe_unused]] std::size_t size) {
+bool rpc_use_large_pages([[maybe_unused]] void* block, [[maybe_unused]] std::size_t size) {
 #ifdef MADV_HUGEPAGE
   const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
   const std::size_t before = reinterpret_cast<std::uintptr_t>(block) % page;
   const int number = errno;
-  madvise(static_cast<char*>(block) - before, (before + size + page - 1) / page * page,
-          MADV_HUGEPAGE);
-  errno = number;  // a system without large pages goes on with small ones
+  const bool done = madvise(static_cast<char*>(block) - before,
+                            (before + size + page - 1) / page * page, MADV_HUGEPAGE) == 0;
+  errno = number;
+  return done;
+#else
+  return false;
 #endif
 }
+
+const bool rpc_cut_blocks_shrink = true;
 
 std::int64_t rpc_clock() {
   timespec now;

@@ -53,6 +53,13 @@ def test_a_list_of_any_length_has_the_right_text(client, allow, count):
     assert sys.getsizeof(reply) == sys.getsizeof(b"") + len(reply)
 
 
+def test_replies_that_are_kept_take_no_more_than_their_text(client, allow):
+    """Far more of them than larger blocks would find room for in 32 bits."""
+    text = expected(3300)
+    replies = [ask(client, allow, 3300) for _ in range(200)]
+    assert all(reply == text for reply in replies)
+
+
 @pytest.mark.slow
 @pytest.mark.skipif("KVRPC_SANITIZED" in os.environ, reason="the sanitizers' time is not ours")
 def test_time_grows_with_the_length_and_no_faster(client, allow):

@@ -99,6 +99,34 @@ TEST(failing_allocation, in_a_decode_to_a_tree_fails_it_and_leaks_nothing) {
   fail_each_in_decode([](test_value& value) { return value.tree_text(); });
 }
 
+TEST(failing_allocation, in_a_result_that_is_streamed_fails_it_and_leaks_nothing) {
+  for (const inline_mode mode : {inline_mode::always, inline_mode::never}) {
+    std::int64_t failures = 0;
+    for (const test_shape& shape : test_shapes) {
+      bytes wire;
+      {
+        test_value value(shape.type);
+        ASSERT_EQ(value.encode(shape.sample), 1);
+        ASSERT_TRUE(value.put(&wire));
+      }
+      testing::internal::CaptureStderr();
+      failures += fail_each_allocation([&](std::int64_t number) {
+        failing_heap heap(number);
+        const std::string text = streamed_text(shape.type, wire, mode);
+        if (heap.failed()) {
+          EXPECT_TRUE(text.empty() || text == test_value::failure) << shape.name << number;
+        } else {
+          EXPECT_EQ(text, shape.sample);
+        }
+        EXPECT_EQ(heap.live_blocks(), 0) << shape.name << number;
+        return heap.failed();
+      });
+      testing::internal::GetCapturedStderr();
+    }
+    EXPECT_GT(failures, 20);
+  }
+}
+
 TEST(failing_allocation, in_a_release_does_not_arise) {
   for (const test_shape& shape : test_shapes) {
     test_value value(shape.type);

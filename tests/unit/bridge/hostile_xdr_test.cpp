@@ -87,6 +87,15 @@ TEST(hostile_bytes, a_chain_of_links_without_data_takes_no_memory) {
   EXPECT_LT(heap.peak_bytes(), 1u << 20);
 }
 
+TEST(hostile_bytes, a_chain_of_links_without_data_takes_the_memory_of_its_text) {
+  bytes wire;
+  for (int i = 0; i < 1000000; ++i) wire.insert(wire.end(), {0, 0, 0, 1});
+  failing_heap heap(-1);
+  EXPECT_EQ(streamed_text(wire::inline_(shapes::next_first), wire), "");
+  EXPECT_EQ(heap.live_blocks(), 0);
+  EXPECT_LT(heap.peak_bytes(), 8 * wire.size());
+}
+
 TEST(hostile_bytes, a_long_list_takes_a_small_multiple_of_its_bytes) {
   // 4 bytes of link and 4 of data a node, the least that a node of the interface takes.
   bytes wire;
@@ -99,6 +108,9 @@ TEST(hostile_bytes, a_long_list_takes_a_small_multiple_of_its_bytes) {
     EXPECT_TRUE(value.get(wire));
   }
   EXPECT_LT(heap.peak_bytes(), 16 * wire.size());
+  const failing_heap streaming(-1);
+  EXPECT_NE(streamed_text(wire::inline_(shapes::next_first), wire), "");
+  EXPECT_LT(streaming.peak_bytes(), 16 * wire.size());
 }
 
 TEST(hostile_bytes, a_count_far_beyond_the_bytes_takes_little_memory) {

@@ -169,16 +169,26 @@ TEST(result_stream, reads_to_the_end_when_there_is_no_memory_for_the_text) {
 
 TEST(result_stream, starts_anew_when_a_result_is_read_again) {
   wire_bytes wire;
-  wire.chars_of(std::string("ab\0\0", 4)).units({5});
-  test_value value(inline_(leaf));
-  text_buffer text;
-  text.append("head", 4);
-  streamed_result result{{&value.type(), value.data()}, text, 4};
-  for (int i = 0; i < 2; ++i) {
-    source_stream stream(wire, inline_mode::always);
-    EXPECT_TRUE(xdr_streamed(&stream.xdrs, &result));
-    EXPECT_EQ(std::string(text.data(), text.size()), R"(head{"a":"ab","n":5})");
+  wire.chars_of("abcd").units({0});
+  wire.chars_of("efgh").units({0, 1, 0}).chars_of("ijkl").units({1, 0});
+  wire.chars_of("mnop").units({2, 0x74000000, 0}).chars_of("qrst").chars_of("uvwx");
+  const std::string expected =
+      R"({"a":"abcd","last":null,"m":"efgh","first":null,"inner":{"next":null,"a":"ijkl",)"
+      R"("list":{"next":null,"a":"mnop","t":"t","b":""},"z":"qrst"},"z":"uvwx"})";
+  failing_heap heap(-1);
+  {
+    test_value value(inline_(top));
+    text_buffer text;
+    text.append("head", 4);
+    streamed_result result{{&value.type(), value.data()}, text, 4};
+    for (int i = 0; i < 2; ++i) {
+      source_stream stream(wire, inline_mode::never);
+      EXPECT_TRUE(xdr_streamed(&stream.xdrs, &result));
+      EXPECT_TRUE(result.written);
+      EXPECT_EQ(std::string(text.data(), text.size()), "head" + expected);
+    }
   }
+  EXPECT_EQ(heap.live_blocks(), 0);
 }
 
 }  // namespace

@@ -97,7 +97,7 @@ inline std::string streamed_text(const wire_type& type, const bytes& wire,
   test_value value(type);
   source_stream stream(wire, mode);
   text_buffer text;
-  text.append("head", 4);
+  if (!text.append("head", 4)) return test_value::failure;
   streamed_result result{{&type, value.data()}, text, 4};
   if (!xdr_streamed(&stream.xdrs, &result)) return "";
   return result.written ? std::string(text.data() + 4, text.size() - 4) : test_value::failure;
