@@ -21,7 +21,7 @@ struct streamed_result {
 };
 
 // The xdrproc_t of a result; the object is a streamed_result. It reads to the result's end also
-// when the text cannot be written, so that FALSE always means a result that is not well-formed.
+// when the text cannot be written, so that FALSE always means a result that could not be read.
 bool_t xdr_streamed(XDR* xdrs, void* object, std::uint32_t limit = LASTUNSIGNED);
 
 }  // namespace kvrpc

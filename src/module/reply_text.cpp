@@ -17,8 +17,9 @@ constexpr std::size_t block_sizes[] = {std::size_t{512}, std::size_t{4} << 10,
                                        std::size_t{64} << 10, std::size_t{1} << 20};
 constexpr std::size_t most_in_heap = std::size_t{1} << 20;
 
-// A text that outgrows them gets so much at once where there are large pages: what is not touched
-// of it costs nothing, and growing in small steps would move pages time and again.
+// A text that outgrows them gets so much at once where there are large pages and it can be cut to
+// fit: what is not touched of it costs nothing, and growing in small steps would move pages time
+// and again.
 constexpr std::size_t large_block = std::size_t{64} << 20;
 
 std::size_t block_size(std::size_t least) {
@@ -52,7 +53,8 @@ void keep_blocks_in_heap() {
 
 text_block resize_reply(char* block, std::size_t used, std::size_t size) {
   keep_blocks_in_heap();
-  if (used <= most_in_heap && size > most_in_heap && size <= large_block) {
+  const bool outgrows_heap = used <= most_in_heap && size > most_in_heap && size <= large_block;
+  if (outgrows_heap && rpc_cut_blocks_shrink) {
     char* const large = move_to_large_pages(block, used);
     if (large != nullptr) return {large, large_block};
   }
