@@ -18,16 +18,13 @@
 #include <cstring>
 
 #include "directory/directory.h"
+#include "rpc/port_lookup.h"
 #include "schema/reachable.h"
 #include "schema/types.h"
 
 namespace {
 
 using namespace kvrpc;
-
-// In the order of their ports.
-constexpr const char* servers_by_slot[] = {"alpha", "gamma", "theta", "lambda",
-                                           "nue",   "omega", "sigma"};
 
 std::uint32_t program_number(const char* name) {
   for (const server_entry& entry : server_directory) {
@@ -57,11 +54,11 @@ void print_type(const wire_type& type, const record_type* owner) {
 
 void print_servers() {
   bool first = true;
-  unsigned slot = 0;
   std::printf("\"servers\":[");
-  for (const char* name : servers_by_slot) {
+  for (const server_entry& server : server_directory) {
     begin_member(first, "  ");
-    std::printf("{\"name\":\"%s\",\"program\":%u,\"slot\":%u}", name, program_number(name), slot++);
+    std::printf("{\"name\":\"%s\",\"program\":%u,\"slot\":%d}", server.name, server.program,
+                port_slot(server.program));
   }
   std::printf("]");
 }

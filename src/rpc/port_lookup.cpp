@@ -1,5 +1,6 @@
 #include "rpc/port_lookup.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -29,18 +30,6 @@ std::uint16_t low_half(std::int32_t number) {
 std::int32_t environment_number(const char* name) {
   const environment_text value(name);
   return value.get() == nullptr ? 0 : parse_decimal(value.get());
-}
-
-bool find_slot(std::uint32_t program, std::uint16_t* slot) {
-  std::uint16_t number = 0;
-  for (const std::uint32_t entry : programs_by_slot) {
-    if (entry == program) {
-      *slot = number;
-      return true;
-    }
-    ++number;
-  }
-  return false;
 }
 
 void remove_blanks(char* text) {
@@ -92,20 +81,29 @@ void walk_map(char* map, const char* host, std::uint16_t* base) {
 
 }  // namespace
 
+int port_slot(std::uint32_t program) {
+  int slot = 0;
+  for (const std::uint32_t entry : programs_by_slot) {
+    if (entry == program) return slot;
+    ++slot;
+  }
+  return -1;
+}
+
 std::uint16_t rpc_port_lookup(const char* host, std::uint32_t program, std::uint32_t) {
   std::uint16_t base = low_half(environment_number("KORVEXRPCPORT"));
-  std::uint16_t slot = 0;
   const environment_text map("KORVEXRPCMAP");
   if (map.get() == nullptr && errno == ENOMEM) {
     std::fputs("rpclib: out of memory\n", stderr);
     return base;
   }
   const std::int32_t offset = environment_number("KORVEXRPCOFFSET");
-  if (find_slot(program - static_cast<std::uint32_t>(offset), &slot) && map.get() != nullptr) {
+  const int slot = port_slot(program - static_cast<std::uint32_t>(offset));
+  if (slot >= 0 && map.get() != nullptr) {
     remove_blanks(map.get());
     walk_map(map.get(), host, &base);
   }
-  return base == 0 ? base : static_cast<std::uint16_t>(base + slot);
+  return base == 0 ? base : static_cast<std::uint16_t>(base + std::max(slot, 0));
 }
 
 }  // namespace kvrpc

@@ -15,6 +15,9 @@
 
 namespace kvrpc {
 
+// The place of a program's port among the seven ports of an installation, or -1 when it has none.
+int port_slot(std::uint32_t program);
+
 // The port in the host's order, or 0 when the environment gives none. A faulty map is told on the
 // standard error stream, and the port found so far counts.
 std::uint16_t rpc_port_lookup(const char* host, std::uint32_t program, std::uint32_t version);

@@ -69,9 +69,11 @@ TEST(port_lookup, gives_nothing_without_the_environment) {
 TEST(port_lookup, adds_the_slot_of_each_server) {
   const std::uint32_t by_slot[] = {alpha, gamma_server, theta, lambda, nue, omega, sigma};
   for (std::uint32_t slot = 0; slot < 7; ++slot) {
+    EXPECT_EQ(port_slot(by_slot[slot]), static_cast<int>(slot));
     EXPECT_EQ(lookup({"7000", nullptr, nullptr}, "a", by_slot[slot]),
               (lookup_result{7000 + slot, ""}));
   }
+  EXPECT_EQ(port_slot(alpha + 1), -1);
 }
 
 TEST(port_lookup, undoes_the_offset_to_find_the_slot) {
