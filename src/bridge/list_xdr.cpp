@@ -1,10 +1,10 @@
-#include <algorithm>
 #include <cstdio>
 
 #include "bridge/field_memory.h"
 #include "bridge/record_walk.h"
 #include "bridge/record_xdr.h"
 #include "bridge/resume_stack.h"
+#include "rpc/growing_block.h"
 
 namespace kvrpc {
 
@@ -100,36 +100,16 @@ void free_list(XDR* xdrs, char* node, const list_shape& list) {
   }
 }
 
-// The elements that a block of a counted array can take without looking far ahead.
-std::uint32_t first_capacity(std::uint32_t count, std::uint32_t size) {
-  constexpr std::uint32_t first_block = 64 * 1024;
-  return std::min(count, std::max(1u, first_block / std::max(1u, size)));
-}
-
-// Grows a block from `used` to `capacity` elements, zero-filled and with a zero byte behind.
-char* grow_array(char* block, std::uint32_t used, std::uint32_t capacity, std::uint32_t size) {
-  const std::uint64_t bytes = std::uint64_t{capacity} * size;
-  const std::uint64_t kept = std::uint64_t{used} * size;
-  void* moved =
-      bytes < SIZE_MAX ? std::realloc(block, static_cast<std::size_t>(bytes) + 1) : nullptr;
-  if (moved == nullptr) {
-    std::fputs("xdr_array: out of memory\n", stderr);
-    return nullptr;
-  }
-  char* const grown = static_cast<char*>(moved);
-  std::memset(grown + kept, 0, static_cast<std::size_t>(bytes - kept) + 1);
-  return grown;
-}
-
 // Reads `count` elements into a block that grows as they arrive. The block's count covers what
 // was read, also when a later element fails.
 bool_t decode_array(XDR* xdrs, char* block, std::uint32_t count, const record_type& record) {
   std::uint32_t capacity = 0;
   for (std::uint32_t i = 0; i < count; ++i) {
     if (i == capacity) {
-      capacity = i == 0 ? first_capacity(count, record.size)
-                        : static_cast<std::uint32_t>(std::min<std::uint64_t>(count, 2ull * i));
-      char* grown = grow_array(load_block_pointer(block), i, capacity, record.size);
+      capacity = next_room(i, first_block_elements(record.size), count);
+      const std::uint64_t size = record.size;
+      char* const grown =
+          grow_block(load_block_pointer(block), i * size, capacity * size, "xdr_array");
       if (grown == nullptr) return FALSE;
       store_block(block, i, grown);
     }

@@ -1,19 +1,15 @@
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
+#include "rpc/growing_block.h"
 #include "rpc/xdr.h"
 
 namespace kvrpc {
 namespace {
 
 constexpr std::uint32_t unit_bytes = 4;
-
-// Blocks start with this many bytes at most and double as their content arrives.
-constexpr std::uint64_t first_piece = 64U << 10;
 
 // A record's pointers stand at multiples of 4, which may be less than a pointer's own alignment.
 char* load_pointer(char* const* place) {
@@ -31,26 +27,11 @@ void release(char** place) {
   store_pointer(place, nullptr);
 }
 
-// Makes the block behind `place` `bytes` long, with one zero byte behind them; the first `held`
-// bytes stay, the others are zero. On failure the block stays as it was.
-bool resize(char** place, std::uint64_t held, std::uint64_t bytes) {
-  if (bytes >= SIZE_MAX) return false;
-  auto* block =
-      static_cast<char*>(std::realloc(load_pointer(place), static_cast<std::size_t>(bytes) + 1));
-  if (block == nullptr) return false;
-  std::memset(block + held, 0, static_cast<std::size_t>(bytes - held) + 1);
-  store_pointer(place, block);
-  return true;
-}
-
-bool_t out_of_memory(const char* routine) {
-  std::fprintf(stderr, "%s: out of memory\n", routine);
-  return FALSE;
-}
-
-// What a block grows to: twice what has arrived, at least `first`, and never beyond `all`.
-std::uint32_t next_room(std::uint64_t arrived, std::uint64_t first, std::uint32_t all) {
-  return static_cast<std::uint32_t>(std::min<std::uint64_t>(all, std::max(2 * arrived, first)));
+// Makes the block behind `place` grow; on failure it stays as it was.
+bool grow(char** place, std::uint64_t kept, std::uint64_t bytes, const char* routine) {
+  char* const grown = grow_block(load_pointer(place), kept, bytes, routine);
+  if (grown != nullptr) store_pointer(place, grown);
+  return grown != nullptr;
 }
 
 // Decodes `size` bytes and their fill into a block of their own. Every piece but the last is a
@@ -58,8 +39,8 @@ std::uint32_t next_room(std::uint64_t arrived, std::uint64_t first, std::uint32_
 bool_t decode_block(XDR* xdrs, char** data, std::uint32_t size, const char* routine) {
   std::uint32_t arrived = 0;
   do {
-    const std::uint32_t room = next_room(arrived, first_piece, size);
-    if (!resize(data, arrived, room)) return out_of_memory(routine);
+    const std::uint32_t room = next_room(arrived, first_block_bytes, size);
+    if (!grow(data, arrived, room, routine)) return FALSE;
     if (!xdr_opaque(xdrs, load_pointer(data) + arrived, room - arrived)) return FALSE;
     arrived = room;
   } while (arrived < size);
@@ -78,20 +59,17 @@ bool_t walk_elements(XDR* xdrs, char* array, std::uint32_t from, std::uint32_t t
 
 // Decodes `*count` elements into a block of their own, and lowers `*count` to what the block holds
 // where it could not be made whole: whoever releases the record walks that many.
-bool_t decode_elements(XDR* xdrs, char** array, std::uint32_t* count, std::uint64_t element_size,
+bool_t decode_elements(XDR* xdrs, char** array, std::uint32_t* count, std::uint32_t element_size,
                        xdrproc_t element) {
   const std::uint32_t wanted = *count;
-  const std::uint64_t first =
-      std::max<std::uint64_t>(1, first_piece / std::max<std::uint64_t>(1, element_size));
+  const std::uint32_t first = first_block_elements(element_size);
   std::uint32_t arrived = 0;
   while (arrived < wanted) {
     const std::uint32_t room = next_room(arrived, first, wanted);
-    if (!resize(array, arrived * element_size, room * element_size)) {
-      return out_of_memory("xdr_array");
-    }
+    const std::uint64_t size = element_size;
+    if (!grow(array, arrived * size, room * size, "xdr_array")) return FALSE;
     *count = room;
-    if (!walk_elements(xdrs, load_pointer(array), arrived, room,
-                       static_cast<std::size_t>(element_size), element)) {
+    if (!walk_elements(xdrs, load_pointer(array), arrived, room, element_size, element)) {
       return FALSE;
     }
     arrived = room;
@@ -222,9 +200,7 @@ bool_t xdr_vector(XDR* xdrs, char* array, std::uint32_t count, std::uint32_t ele
 bool_t xdr_reference(XDR* xdrs, char** object, std::uint32_t size, xdrproc_t routine) {
   if (load_pointer(object) == nullptr) {
     if (xdrs->x_op == XDR_FREE) return TRUE;
-    if (xdrs->x_op == XDR_DECODE && !resize(object, 0, size)) {
-      return out_of_memory("xdr_reference");
-    }
+    if (xdrs->x_op == XDR_DECODE && !grow(object, 0, size, "xdr_reference")) return FALSE;
   }
   const bool_t status = routine(xdrs, load_pointer(object), LASTUNSIGNED);
   if (xdrs->x_op == XDR_FREE) release(object);
