@@ -22,7 +22,7 @@ sys.path.insert(0, str(LIBRARY))
 sys.path.insert(0, str(ROOT / "tests"))
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 
-from lambda_peer import Peer  # noqa: E402
+from lambda_peer import LambdaPeer  # noqa: E402
 from peer import FaultPeer  # noqa: E402
 
 SETTINGS = (
@@ -125,7 +125,7 @@ def lambda_peer(monkeypatch):
     peers = []
 
     def start(*actions):
-        peer = Peer(actions)
+        peer = LambdaPeer(actions)
         peers.append(peer)
         monkeypatch.setenv("KORVEXRPCPORT", str(peer.base_port))
         monkeypatch.setenv("ZOLMHOST", "127.0.0.1")

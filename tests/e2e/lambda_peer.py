@@ -1,127 +1,43 @@
-"""A server for `lambda` over TCP in a process of its own, as far as the client object needs one.
+"""The fault peer in the place of `lambda`, told in words what to do with each call that arrives:
 
-The process takes a list of actions, one for each call that arrives on whatever connection; the
-last one goes for all later calls. It writes a line for each event to its standard output:
+    answer   give the result of its procedure
+    slow     the same, after half a second
+    hang     give nothing
+    drop     close the connection
 
-    port N        once: it listens on N
-    open          a connection was accepted
-    call N        a call of procedure N arrived
-    gone          the client closed a connection
+The last word goes for all later calls. What happens is told in words as well:
 
-Run as a script it is the server; `Peer` starts it and reads its lines.
+    open     a connection was accepted
+    call N   a call of procedure N arrived
+    gone     the client closed a connection
 """
 
-import pathlib
 import queue
-import socket
-import struct
-import subprocess
-import sys
-import threading
-import time
 
-LAMBDA_SLOT = 3  # its port behind the base port
+from peer import FaultPeer
+from peer.started import Call
 
-# What each procedure answers: l_startserver_1, l_version_1, l_get_status_1.
-RESULTS = {
-    9: struct.pack(">i", 1),
-    19: struct.pack(">i", 7),
-    29: struct.pack(">4i", 1, 2, 3, 4),
+ACTIONS = {
+    "answer": {},
+    "slow": {"delay": 0.5},
+    "hang": [],
+    "drop": {"cut": 0, "then": "close"},
 }
 
 
-# ---- the server
-
-
-def read_exactly(connection, length):
-    data = b""
-    while len(data) < length:
-        piece = connection.recv(length - len(data))
-        if not piece:
-            raise EOFError
-        data += piece
-    return data
-
-
-def read_record(connection):
-    record = b""
-    while True:
-        (mark,) = struct.unpack(">I", read_exactly(connection, 4))
-        record += read_exactly(connection, mark & 0x7FFFFFFF)
-        if mark & 0x80000000:
-            return record
-
-
-def send_reply(connection, record):
-    xid, procedure = struct.unpack(">I16xI", record[:24])
-    reply = struct.pack(">6I", xid, 1, 0, 0, 0, 0) + RESULTS[procedure]
-    connection.sendall(struct.pack(">I", 0x80000000 | len(reply)) + reply)
-
-
-class Server:
+class LambdaPeer:
     def __init__(self, actions):
-        self.actions = actions
-        self.calls = 0
-        self.lock = threading.Lock()
+        self._peer = FaultPeer()
+        self.base_port = self._peer.base_port("lambda")
+        steps = [ACTIONS[action] for action in actions]
+        self._peer.script(*steps, otherwise=steps[-1])
 
-    def say(self, *words):
-        with self.lock:
-            print(*words, flush=True)
-
-    def next_action(self):
-        with self.lock:
-            action = self.actions[min(self.calls, len(self.actions) - 1)]
-            self.calls += 1
-            return action
-
-    def serve(self, connection):
-        self.say("open")
-        try:
-            while True:
-                record = read_record(connection)
-                action = self.next_action()
-                self.say("call", *struct.unpack(">I", record[20:24]))
-                if action == "drop":
-                    break
-                if action == "slow":
-                    time.sleep(0.5)
-                if action != "hang":
-                    send_reply(connection, record)
-        except (EOFError, OSError):
-            self.say("gone")
-        connection.close()
-
-    def run(self):
-        listener = socket.create_server(("127.0.0.1", 0))
-        self.say("port", listener.getsockname()[1])
-        while True:
-            connection, _ = listener.accept()
-            threading.Thread(target=self.serve, args=(connection,), daemon=True).start()
-
-
-# ---- the tests' side
-
-
-class Peer:
-    def __init__(self, actions):
-        self.process = subprocess.Popen(
-            [sys.executable, str(pathlib.Path(__file__)), *actions],
-            stdin=subprocess.PIPE,
-            stdout=subprocess.PIPE,
-            encoding="ascii",
-        )
-        self.lines = queue.Queue()
-        threading.Thread(target=self.read_lines, daemon=True).start()
-        self.base_port = int(self.event().split()[1]) - LAMBDA_SLOT
-
-    def read_lines(self):
-        with self.process.stdout as stream:
-            for line in stream:
-                self.lines.put(line.strip())
-
-    def event(self, timeout=20):
+    def event(self, seconds=20):
         """The next event; queue.Empty when none comes in time."""
-        return self.lines.get(timeout=timeout)
+        event = self._peer.event(seconds)
+        if event["event"] == "call":
+            return f"call {Call.of(event).procedure}"
+        return event["event"]
 
     def events(self, count):
         return [self.event() for _ in range(count)]
@@ -134,16 +50,4 @@ class Peer:
         return False
 
     def stop(self):
-        self.process.kill()
-        self.process.stdin.close()
-        self.process.wait()
-
-
-def end_with_parent():
-    sys.stdin.read()
-    sys.exit()
-
-
-if __name__ == "__main__":
-    threading.Thread(target=Server(sys.argv[1:]).run, daemon=True).start()
-    end_with_parent()
+        self._peer.stop()

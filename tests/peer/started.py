@@ -23,6 +23,11 @@ class Call:
     time: float
     whole: bytes
 
+    @classmethod
+    def of(cls, event):
+        return cls(event["transport"], event["connection"], event["time"],
+                   bytes.fromhex(event["bytes"]))
+
     @property
     def data(self):
         if self.transport == "udp":
@@ -109,9 +114,7 @@ class FaultPeer:
 
     def calls(self):
         """The calls since it was last asked for anything."""
-        return [Call(event["transport"], event["connection"], event["time"],
-                     bytes.fromhex(event["bytes"]))
-                for event in self.events() if event["event"] == "call"]
+        return [Call.of(event) for event in self.events() if event["event"] == "call"]
 
     def stop(self):
         self._process.stdin.close()
