@@ -9,6 +9,7 @@ import ctypes
 import importlib
 import os
 import pathlib
+import signal
 import subprocess
 import sys
 import textwrap
@@ -153,3 +154,17 @@ def fault_peer(monkeypatch):
     yield start
     for peer in peers:
         peer.stop()
+
+
+@pytest.fixture
+def on_alarm():
+    """Installs a handler and sends the alarm after a while, again and again if asked."""
+
+    def start(handler, delay=0.1, interval=0.0):
+        signal.signal(signal.SIGALRM, lambda number, frame: handler())
+        signal.setitimer(signal.ITIMER_REAL, delay, interval)
+
+    before = signal.getsignal(signal.SIGALRM)
+    yield start
+    signal.setitimer(signal.ITIMER_REAL, 0)
+    signal.signal(signal.SIGALRM, before)

@@ -13,20 +13,6 @@ class Alarm(Exception):
     pass
 
 
-@pytest.fixture
-def on_alarm():
-    """Installs a handler and sends the alarm after a while, again and again if asked."""
-
-    def start(handler, delay=0.1, interval=0.0):
-        signal.signal(signal.SIGALRM, lambda number, frame: handler())
-        signal.setitimer(signal.ITIMER_REAL, delay, interval)
-
-    before = signal.getsignal(signal.SIGALRM)
-    yield start
-    signal.setitimer(signal.ITIMER_REAL, 0)
-    signal.signal(signal.SIGALRM, before)
-
-
 def raise_alarm():
     raise Alarm
 
@@ -134,28 +120,6 @@ def test_a_handler_that_closes_and_raises_leaves_a_closed_client(
     assert peer.events(3) == ["open", "call 19", "gone"]
     assert client.call(VERSION, allow) == REPLY
     client.close()
-
-
-def test_a_raising_handler_leaves_create_too(run_script):
-    """A connection that never comes about: the portmapper is asked and never answers."""
-    done = run_script("""
-        import kvrpc, signal, socket, time
-        class Alarm(Exception):
-            pass
-        def handler(number, frame):
-            raise Alarm
-        signal.signal(signal.SIGALRM, handler)
-        signal.setitimer(signal.ITIMER_REAL, 0.2)
-        try:
-            kvrpc.RpcClient("lambda", "127.0.0.1")
-        except Alarm:
-            print("alarm")
-        except kvrpc.ClntCreateError as error:
-            print("no silence on port 111:", error.message)
-    """)
-    if "no silence" in done.stdout:
-        pytest.skip("a portmapper or a refusal answers on port 111 of this machine")
-    assert done.stdout == "alarm\n"
 
 
 def test_a_call_of_another_thread_that_was_vetting_does_not_wait_for_this_one(

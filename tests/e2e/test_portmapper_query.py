@@ -97,6 +97,25 @@ def test_a_silent_portmapper_is_asked_once_for_three_seconds(module, answers, mo
     assert len(mapper.calls()) == 1
 
 
+@pytest.mark.parametrize("transport", ["tcp", "udp"])
+def test_a_handler_that_raises_ends_the_wait_for_a_silent_portmapper(module, answers, monkeypatch,
+                                                                     on_alarm, transport):
+    class Alarm(Exception):
+        pass
+
+    def ring():
+        raise Alarm
+
+    monkeypatch.setenv("RPCTRANSPORT", transport)
+    mapper = answers([])
+    on_alarm(ring)
+    started = time.monotonic()
+    with pytest.raises(Alarm):
+        module.RpcClient("lambda", HOST)
+    assert time.monotonic() - started < 1
+    assert len(mapper.calls()) == 1
+
+
 def test_a_port_from_the_environment_asks_nobody(module, fault_peer, answers):
     fault_peer("tcp", "alpha", HOST)
     mapper = answers(0)
