@@ -1,20 +1,16 @@
+// The tables of uc2, and the conversions of one character with their null checks.
 #include "bridge/uc2.h"
 
-// The conditions asserted here do the work of the loops, so they stand in every build.
-#undef NDEBUG
-#include <cassert>
-#include <cstdlib>
-#include <cstring>
 #include <initializer_list>
 
+#include "bridge/uc2_code.h"
+
 namespace kvrpc {
-namespace {
+namespace uc2 {
 
 // ---- the tables
 
-struct unit_table {
-  std::uint16_t unit[256];
-};
+namespace {
 
 constexpr unit_table make_units() {
   unit_table table{};
@@ -29,18 +25,13 @@ constexpr unit_table make_units() {
   table.unit[0xBE] = 0x0178;
   return table;
 }
-constexpr unit_table units = make_units();
-
-struct byte_table {
-  std::uint8_t byte[0x10000];  // 0: the unit has no byte
-};
 
 struct unit_byte {
   std::uint16_t unit;
   std::uint8_t byte;
 };
 
-// The server's own places for what ISO 8859-15 puts elsewhere or lacks.
+// The server's own bytes for characters that ISO 8859-15 has elsewhere or lacks.
 constexpr unit_byte private_and_folded[] = {
     {0x0060, 0x80}, {0x02C6, 0x81}, {0x02DC, 0x82}, {0x0131, 0x83}, {0x0192, 0x84}, {0x201C, 0x85},
     {0x201D, 0x86}, {0x2039, 0x87}, {0x203A, 0x88}, {0xFB01, 0x89}, {0xFB02, 0x8A}, {0x2020, 0x8B},
@@ -51,33 +42,51 @@ constexpr unit_byte private_and_folded[] = {
     {0x2005, 0x20}, {0x2006, 0x20}, {0x2009, 0x20}, {0x200A, 0x20},
 };
 
+// Builds the byte table, giving out a page when its first byte is set. Does not compile if
+// byte_pages is too small.
+class byte_table_maker {
+ public:
+  constexpr void set(std::uint16_t unit, int byte) {
+    std::uint8_t& page = table_.page[unit >> 8];
+    if (page == 0) page = ++used_;
+    table_.byte[page][unit & 0xFF] = static_cast<std::uint8_t>(byte);
+  }
+  constexpr void set_same(int first, int last) {
+    for (int same = first; same <= last; ++same) set(static_cast<std::uint16_t>(same), same);
+  }
+  constexpr const byte_table& table() const { return table_; }
+
+ private:
+  byte_table table_{};
+  std::uint8_t used_ = 0;
+};
+
+constexpr unit_table made_units = make_units();
+
 constexpr byte_table make_bytes() {
-  byte_table table{};
-  for (int same : {0x07, 0x09, 0x0A, 0x0C, 0x0D})
-    table.byte[same] = static_cast<std::uint8_t>(same);
-  for (int same = 0x20; same <= 0x7F; ++same) table.byte[same] = static_cast<std::uint8_t>(same);
-  for (int same = 0xA0; same <= 0xFF; ++same) table.byte[same] = static_cast<std::uint8_t>(same);
+  byte_table_maker maker;
+  for (int same : {0x07, 0x09, 0x0A, 0x0C, 0x0D}) maker.set_same(same, same);
+  maker.set_same(0x20, 0x7F);
+  maker.set_same(0xA0, 0xFF);
   for (int none : {0x27, 0xA4, 0xA6, 0xA8, 0xAC, 0xB4, 0xB8, 0xBC, 0xBD, 0xBE, 0xD8, 0xF7}) {
-    table.byte[none] = 0;
+    maker.set(static_cast<std::uint16_t>(none), 0);
   }
   for (int byte : {0xA4, 0xA6, 0xA8, 0xB4, 0xB8, 0xBC, 0xBD, 0xBE}) {
-    table.byte[units.unit[byte]] = static_cast<std::uint8_t>(byte);
+    maker.set(made_units.unit[byte], byte);
   }
-  for (const unit_byte& row : private_and_folded) table.byte[row.unit] = row.byte;
-  return table;
+  for (const unit_byte& row : private_and_folded) maker.set(row.unit, row.byte);
+  return maker.table();
 }
-constexpr byte_table bytes = make_bytes();
-
-constexpr std::uint16_t replacement_character = 0xFFFD;
-
-constexpr bool vanishes(std::uint16_t unit) { return unit == 0x080C || unit == 0xFEFF; }
 
 // ---- UTF-8
+
+constexpr std::uint16_t replacement_character = 0xFFFD;
 
 constexpr char as_char(std::uint32_t byte) {
   return static_cast<char>(static_cast<unsigned char>(byte));
 }
 
+// Returns the size of the sequence, or the negative result of uc2_to_utf8.
 constexpr int encode_utf8(std::uint32_t value, char* out) {
   if (value >= 0xD800 && value <= 0xDFFF) return -2;
   if (value == 0xFFFF || value >= 0x10FFFF) return -1;
@@ -96,102 +105,60 @@ constexpr utf8_forms make_forms() {
   utf8_forms forms{};
   for (int byte = 0; byte < 256; ++byte) {
     utf8_form& form = forms.form[byte];
-    form.size = static_cast<std::uint8_t>(encode_utf8(units.unit[byte], form.bytes));
+    form.size = static_cast<std::uint8_t>(encode_utf8(made_units.unit[byte], form.bytes));
   }
   return forms;
 }
 
-constexpr int byte_of(const char* text, std::size_t index) {
-  return static_cast<unsigned char>(text[index]);
-}
+constexpr int byte_at(const char* text) { return static_cast<unsigned char>(*text); }
 
 constexpr bool is_continuation(int byte) { return byte >= 0x80 && byte <= 0xBF; }
 
-int bad_sequence(std::size_t* index, std::size_t step, std::uint16_t* unit) {
-  *unit = replacement_character;
-  *index += step;
-  return 0;
+constexpr utf8_char bad_sequence(std::uint8_t size) { return {false, replacement_character, size}; }
+
+// A whole sequence of `size` bytes. It is bad if its value is below `least`, that is, if a shorter
+// sequence has that value.
+constexpr utf8_char whole_sequence(int value, int least, std::uint8_t size) {
+  if (value < least) return bad_sequence(size);
+  return {true, static_cast<std::uint16_t>(value), size};
 }
-
-// A whole sequence of `size` bytes, of which an overlong one counts as bad.
-int whole_sequence(int value, int least, std::size_t size, std::size_t* index,
-                   std::uint16_t* unit) {
-  if (value < least) return bad_sequence(index, size, unit);
-  *unit = static_cast<std::uint16_t>(value);
-  *index += size;
-  return 1;
-}
-
-// ---- output that is cut at the buffer's end
-
-template <class Unit>
-Unit* terminate(Unit* buffer, std::size_t count, std::size_t size) {
-  if (size > 0) buffer[count < size ? count : size - 1] = 0;
-  return buffer;
-}
-
-std::size_t length_or_zero(const char* text) { return text == nullptr ? 0 : std::strlen(text); }
-
-void cut_to_one_byte(char* text) {
-  if (length_or_zero(text) > 1) text[1] = '\0';
-}
-
-// Collects ISO text and puts the replacement where there is no byte.
-class iso_writer {
- public:
-  iso_writer(char* buffer, std::size_t size, const char* replacement)
-      : buffer_(buffer),
-        size_(size),
-        replacement_(replacement),
-        replacement_size_(length_or_zero(replacement)) {}
-
-  bool has_room() const { return count_ < size_; }
-
-  void put(char iso, int mod) {
-    if (mod == iso_good) {
-      buffer_[count_++] = iso;
-    } else if (mod != iso_vanish && replacement_size_ != 0 && replacement_size_ < size_ - count_) {
-      std::memcpy(buffer_ + count_, replacement_, replacement_size_);
-      count_ += replacement_size_;
-    }
-  }
-
-  char* finish() { return terminate(buffer_, count_, size_); }
-
- private:
-  char* buffer_;
-  std::size_t size_;
-  const char* replacement_;
-  std::size_t replacement_size_;
-  std::size_t count_ = 0;
-};
 
 }  // namespace
 
-constexpr utf8_forms iso_utf8 = make_forms();
+constexpr unit_table units = made_units;
+constexpr byte_table bytes = make_bytes();
+
+utf8_char read_utf8(const char* text) {
+  const int lead = byte_at(text);
+  if (lead < 0x80) return whole_sequence(lead, 0, 1);
+  if (lead < 0xC0 || lead > 0xEF) return bad_sequence(1);
+  const int second = byte_at(text + 1);
+  if (!is_continuation(second)) return bad_sequence(1);
+  if (lead < 0xE0) return whole_sequence((lead & 0x1F) << 6 | (second & 0x3F), 0x80, 2);
+  const int third = byte_at(text + 2);
+  if (!is_continuation(third)) return bad_sequence(2);
+  return whole_sequence((lead & 0x0F) << 12 | (second & 0x3F) << 6 | (third & 0x3F), 0x800, 3);
+}
+
+}  // namespace uc2
+
+constexpr utf8_forms iso_utf8 = uc2::make_forms();
 
 // ---- one character
 
 int utf8_to_uc2(const char* text, std::size_t* index, std::uint16_t* unit) {
   if (text == nullptr || index == nullptr || unit == nullptr) return 0;
-  const int lead = byte_of(text, *index);
-  if (lead < 0x80) return whole_sequence(lead, 0, 1, index, unit);
-  if (lead < 0xC0 || lead > 0xEF) return bad_sequence(index, 1, unit);
-  const int second = byte_of(text, *index + 1);
-  if (!is_continuation(second)) return bad_sequence(index, 1, unit);
-  if (lead < 0xE0) {
-    return whole_sequence((lead & 0x1F) << 6 | (second & 0x3F), 0x80, 2, index, unit);
-  }
-  const int third = byte_of(text, *index + 2);
-  if (!is_continuation(third)) return bad_sequence(index, 2, unit);
-  return whole_sequence((lead & 0x0F) << 12 | (second & 0x3F) << 6 | (third & 0x3F), 0x800, 3,
-                        index, unit);
+  const uc2::utf8_char read = uc2::read_utf8(text + *index);
+  *unit = read.unit;
+  *index += read.size;
+  return read.good ? 1 : 0;
 }
 
 int uc2_to_iso(std::uint16_t unit, char* iso, int* mod) {
   if (iso == nullptr || mod == nullptr) return 0;
-  *iso = as_char(bytes.byte[unit]);
-  *mod = *iso != 0 ? iso_good : vanishes(unit) ? iso_vanish : iso_no_byte;
+  const uc2::iso_char converted = uc2::to_iso(unit);
+  *iso = converted.byte;
+  *mod = converted.mod;
   return 1;
 }
 
@@ -206,113 +173,19 @@ int utf8_to_iso(const char* text, std::size_t* index, char* iso, int* mod) {
 
 int iso_to_uc2(char iso, std::uint16_t* unit) {
   if (unit == nullptr) return 0;
-  *unit = units.unit[static_cast<unsigned char>(iso)];
+  *unit = uc2::to_uc2(iso);
   return 1;
 }
 
 int uc2_to_utf8(std::uint32_t value, char* buffer) {
-  const int size = encode_utf8(value, buffer);
+  const int size = uc2::encode_utf8(value, buffer);
   if (size > 0) buffer[size] = '\0';
   return size;
 }
 
 int iso_to_utf8(const char* iso, char* buffer) {
   if (iso == nullptr || buffer == nullptr) return -1;
-  std::uint16_t uc2 = 0;
-  assert(iso_to_uc2(*iso, &uc2));
-  const int ret = uc2_to_utf8(uc2, buffer);
-  assert(ret > 0);
-  return ret;
-}
-
-// ---- whole texts
-
-char* utf8string_to_iso(const char* utf8string, char* buffer, std::size_t size,
-                        const char* replacement) {
-  if (utf8string == nullptr || buffer == nullptr) return nullptr;
-  const std::size_t length = std::strlen(utf8string);
-  iso_writer out(buffer, size, replacement);
-  char iso = 0;
-  int mod = 0;
-  for (std::size_t i = 0; i < length && out.has_room(); out.put(iso, mod)) {
-    assert(utf8_to_iso(utf8string, &i, &iso, &mod));
-  }
-  return out.finish();
-}
-
-char* utf8string_to_iso_alloc(const char* text, char* replacement) {
-  if (text == nullptr) return nullptr;
-  cut_to_one_byte(replacement);
-  const std::size_t size = std::strlen(text) + 1;
-  return utf8string_to_iso(text, static_cast<char*>(std::malloc(size)), size, replacement);
-}
-
-std::size_t isostring_utf8_size(const char* text) {
-  if (text == nullptr) return 0;
-  std::size_t size = 1;
-  char u8[5];
-  int runlen = 0;
-  for (const char* p = text; *p != '\0'; ++p) {
-    assert((runlen = iso_to_utf8(p, u8)) > 0);
-    size += static_cast<std::size_t>(runlen);
-  }
-  return size;
-}
-
-char* isostring_to_utf8(const char* text, char* buffer, std::size_t size) {
-  if (text == nullptr || buffer == nullptr) return nullptr;
-  std::size_t count = 0;
-  char u8[5];
-  int runlen = 0;
-  for (const char* p = text; *p != '\0' && count < size; ++p) {
-    assert((runlen = iso_to_utf8(p, u8)) > 0);
-    const std::size_t run = static_cast<std::size_t>(runlen);
-    if (run + count >= size) break;
-    std::memcpy(buffer + count, u8, run);
-    count += run;
-  }
-  return terminate(buffer, count, size);
-}
-
-char* isostring_to_utf8_alloc(const char* text) {
-  if (text == nullptr) return nullptr;
-  const std::size_t size = isostring_utf8_size(text);
-  return isostring_to_utf8(text, static_cast<char*>(std::malloc(size)), size);
-}
-
-std::uint16_t* isostring_to_uc2(const char* text, std::uint16_t* array, std::size_t size) {
-  if (text == nullptr || array == nullptr) return nullptr;
-  std::uint16_t* u = array;
-  for (const char* p = text; *p != '\0' && u != array + size; ++p, ++u) {
-    assert(iso_to_uc2(*p, u));
-  }
-  return terminate(array, static_cast<std::size_t>(u - array), size);
-}
-
-std::uint16_t* isostring_to_uc2_alloc(const char* text) {
-  if (text == nullptr) return nullptr;
-  const std::size_t size = std::strlen(text) + 1;
-  return isostring_to_uc2(text, static_cast<std::uint16_t*>(std::malloc(2 * size)), size);
-}
-
-char* uc2array_to_iso(const std::uint16_t* uc2array, std::size_t count, char* buffer,
-                      std::size_t size, const char* replacement) {
-  if (uc2array == nullptr || buffer == nullptr) return nullptr;
-  iso_writer out(buffer, size, replacement);
-  char iso = 0;
-  int mod = 0;
-  for (std::size_t i = 0; i < count && out.has_room(); ++i) {
-    assert(uc2_to_iso(uc2array[i], &iso, &mod));
-    out.put(iso, mod);
-  }
-  return out.finish();
-}
-
-char* uc2array_to_iso_alloc(const std::uint16_t* array, std::size_t count, char* replacement) {
-  if (array == nullptr) return nullptr;
-  cut_to_one_byte(replacement);
-  return uc2array_to_iso(array, count, static_cast<char*>(std::malloc(count + 1)), count + 1,
-                         replacement);
+  return uc2_to_utf8(uc2::to_uc2(*iso), buffer);
 }
 
 }  // namespace kvrpc

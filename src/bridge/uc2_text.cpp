@@ -1,0 +1,172 @@
+// The conversions of whole texts: loops over the steps of one character, with output that is cut
+// at the buffer's end. ASCII on the way in, which is most of all text, is copied by words.
+#include <cstdlib>
+#include <cstring>
+
+#include "bridge/uc2_code.h"
+
+namespace kvrpc {
+namespace {
+
+// Ends the output after `count` elements, or at the last place of a full buffer.
+template <class Unit>
+Unit* terminate(Unit* buffer, std::size_t count, std::size_t size) {
+  if (size > 0) buffer[count < size ? count : size - 1] = 0;
+  return buffer;
+}
+
+std::size_t length_or_zero(const char* text) { return text == nullptr ? 0 : std::strlen(text); }
+
+void cut_to_one_byte(char* text) {
+  if (length_or_zero(text) > 1) text[1] = '\0';
+}
+
+constexpr std::size_t word_size = sizeof(std::uint64_t);
+
+// Returns true if each byte of the word is a character whose ISO byte is the same: ASCII from the
+// space on, except the apostrophe and the grave accent. The subtractions set the top bit of the
+// lowest byte that is too small or has become zero; a borrow can only make later bytes wrong, which
+// does not matter for the answer.
+bool is_same_in_iso(std::uint64_t word) {
+  constexpr std::uint64_t each = 0x0101010101010101u;
+  const std::uint64_t apostrophe = word ^ (each * '\'');
+  const std::uint64_t grave = word ^ (each * '`');
+  const std::uint64_t others = (word - each * 0x20) | (apostrophe - each) | (grave - each) | word;
+  return (others & (each * 0x80)) == 0;
+}
+
+// Collects ISO text, with the replacement wherever a character has no byte.
+class iso_writer {
+ public:
+  iso_writer(char* buffer, std::size_t size, const char* replacement)
+      : buffer_(buffer),
+        size_(size),
+        replacement_(replacement),
+        replacement_size_(length_or_zero(replacement)) {}
+
+  bool has_room() const { return count_ < size_; }
+
+  void put(uc2::iso_char iso) {
+    if (iso.mod == iso_good) {
+      buffer_[count_++] = iso.byte;
+    } else if (iso.mod != iso_vanish) {
+      put_replacement();
+    }
+  }
+
+  // Leaves out a replacement that does not fit whole with something after it.
+  void put_replacement() {
+    if (replacement_size_ == 0 || replacement_size_ >= size_ - count_) return;
+    std::memcpy(buffer_ + count_, replacement_, replacement_size_);
+    count_ += replacement_size_;
+  }
+
+  // Copies the 8 bytes at `text` if each stands for itself and all have room. Returns false if not.
+  bool put_word(const char* text) {
+    std::uint64_t word;
+    std::memcpy(&word, text, word_size);
+    if (size_ - count_ < word_size || !is_same_in_iso(word)) return false;
+    std::memcpy(buffer_ + count_, &word, word_size);
+    count_ += word_size;
+    return true;
+  }
+
+  char* finish() { return terminate(buffer_, count_, size_); }
+
+ private:
+  char* buffer_;
+  std::size_t size_;
+  const char* replacement_;
+  std::size_t replacement_size_;
+  std::size_t count_ = 0;
+};
+
+// Converts the character at `text` and returns the bytes that it has there.
+std::size_t put_utf8(iso_writer& out, const char* text) {
+  const uc2::utf8_char read = uc2::read_utf8(text);
+  if (read.good) {
+    out.put(uc2::to_iso(read.unit));
+  } else {
+    out.put_replacement();
+  }
+  return read.size;
+}
+
+const utf8_form& form_of(char iso) { return iso_utf8[static_cast<unsigned char>(iso)]; }
+
+}  // namespace
+
+char* utf8string_to_iso(const char* utf8string, char* buffer, std::size_t size,
+                        const char* replacement) {
+  if (utf8string == nullptr || buffer == nullptr) return nullptr;
+  const char* at = utf8string;
+  const char* const end = at + std::strlen(at);
+  iso_writer out(buffer, size, replacement);
+  while (at < end && out.has_room()) {
+    const bool word = static_cast<std::size_t>(end - at) >= word_size && out.put_word(at);
+    at += word ? word_size : put_utf8(out, at);
+  }
+  return out.finish();
+}
+
+char* utf8string_to_iso_alloc(const char* text, char* replacement) {
+  if (text == nullptr) return nullptr;
+  cut_to_one_byte(replacement);
+  const std::size_t size = std::strlen(text) + 1;
+  return utf8string_to_iso(text, static_cast<char*>(std::malloc(size)), size, replacement);
+}
+
+std::size_t isostring_utf8_size(const char* text) {
+  if (text == nullptr) return 0;
+  std::size_t size = 1;
+  for (const char* p = text; *p != '\0'; ++p) size += form_of(*p).size;
+  return size;
+}
+
+char* isostring_to_utf8(const char* text, char* buffer, std::size_t size) {
+  if (text == nullptr || buffer == nullptr) return nullptr;
+  std::size_t count = 0;
+  for (const char* p = text; *p != '\0' && count < size; ++p) {
+    const utf8_form& form = form_of(*p);
+    if (form.size + count >= size) break;
+    std::memcpy(buffer + count, form.bytes, form.size);
+    count += form.size;
+  }
+  return terminate(buffer, count, size);
+}
+
+char* isostring_to_utf8_alloc(const char* text) {
+  if (text == nullptr) return nullptr;
+  const std::size_t size = isostring_utf8_size(text);
+  return isostring_to_utf8(text, static_cast<char*>(std::malloc(size)), size);
+}
+
+std::uint16_t* isostring_to_uc2(const char* text, std::uint16_t* array, std::size_t size) {
+  if (text == nullptr || array == nullptr) return nullptr;
+  std::size_t count = 0;
+  for (; text[count] != '\0' && count < size; ++count) array[count] = uc2::to_uc2(text[count]);
+  return terminate(array, count, size);
+}
+
+std::uint16_t* isostring_to_uc2_alloc(const char* text) {
+  if (text == nullptr) return nullptr;
+  const std::size_t size = std::strlen(text) + 1;
+  return isostring_to_uc2(text, static_cast<std::uint16_t*>(std::malloc(2 * size)), size);
+}
+
+char* uc2array_to_iso(const std::uint16_t* array, std::size_t count, char* buffer, std::size_t size,
+                      const char* replacement) {
+  if (array == nullptr || buffer == nullptr) return nullptr;
+  iso_writer out(buffer, size, replacement);
+  for (std::size_t i = 0; i < count && out.has_room(); ++i) out.put(uc2::to_iso(array[i]));
+  return out.finish();
+}
+
+char* uc2array_to_iso_alloc(const std::uint16_t* array, std::size_t count, char* replacement) {
+  if (array == nullptr) return nullptr;
+  cut_to_one_byte(replacement);
+  return uc2array_to_iso(array, count, static_cast<char*>(std::malloc(count + 1)), count + 1,
+                         replacement);
+}
+
+}  // namespace kvrpc
