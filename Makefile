@@ -20,11 +20,12 @@ help: ## this list
 setup:
 	@tools/setup build
 
-build: setup ## the module in build/lib, kvrpc-schema in build/bin
-	@$(call compile,release,kvrpc kvrpc-schema)
+build: setup ## the module in build/lib, what kvrpc_tools reads in python/, kvrpc-schema in build/bin
+	@$(call compile,release,kvrpc kvrpc-schema kvrpc-generated)
 	@mkdir -p build/lib build/bin
 	@cp -p build/release/lib/* build/lib/
 	@cp -p build/release/kvrpc-schema build/bin/
+	@cp -pR build/release/python/. python/
 
 test: ## unit and end-to-end tests, debug and under the sanitizers
 	@tools/setup build peers
@@ -56,10 +57,10 @@ check: ## formatting, lint, include direction, file lengths, mentions, the type 
 demo: build ## examples against the simulator, over real sockets; ends by itself
 	@for example in $(DEMO); do \
 	  echo "== $$example"; \
-	  PYTHONPATH=build/lib timeout 60 $(PYTHON) -u -m simulator --run $$example; \
+	  PYTHONPATH=build/lib:python timeout 60 $(PYTHON) -u -m kvrpc_tools.simulator --run $$example; \
 	done
 
-win32: setup ## the module for 32-bit Windows, in build/win32/lib
+win32: build ## the module for 32-bit Windows, in build/win32/lib
 	@tools/setup win32
 	@tools/win32-root
 	@cmake --preset win32 --log-level=WARNING >/dev/null && cmake --build --preset win32

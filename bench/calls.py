@@ -17,11 +17,12 @@ from pathlib import Path
 from typing import Any, List, NamedTuple
 
 ROOT = Path(__file__).resolve().parent.parent
-sys.path[:0] = [os.environ.get("KVRPC_LIB", str(ROOT / "build" / "lib")), str(ROOT)]
+sys.path[:0] = [os.environ.get("KVRPC_LIB", str(ROOT / "build" / "lib")),
+                str(ROOT / "python")]
 
 import kvrpc  # noqa: E402
-from simulator import schema  # noqa: E402
-from simulator.codec import Codec  # noqa: E402
+from kvrpc_tools import schema  # noqa: E402
+from kvrpc_tools.simulator.codec import Codec  # noqa: E402
 
 FLOOR = Path(os.environ.get("KVRPC_FLOOR", str(ROOT / "build" / "release" / "bench_floor")))
 MARK_AND_REPLY_HEADER = 28

@@ -126,7 +126,7 @@ function(kvrpc_module)
   target_link_libraries(kvrpc PRIVATE kvrpc_bridge kvrpc_directory kvrpc_flags kvrpc_python)
   set_target_properties(kvrpc PROPERTIES PREFIX "" SUFFIX "${KVRPC_SUFFIX}"
     LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
-  configure_file(${CMAKE_SOURCE_DIR}/src/module/kvrpc.pyi ${CMAKE_BINARY_DIR}/lib/kvrpc.pyi COPYONLY)
+  configure_file(${CMAKE_SOURCE_DIR}/python/kvrpc-stubs/__init__.pyi ${CMAKE_BINARY_DIR}/lib/kvrpc.pyi COPYONLY)
   if(NOT KVRPC_SANITIZE)
     target_link_options(kvrpc PRIVATE -Wl,--exclude-libs,ALL)
   endif()

@@ -1,7 +1,7 @@
 """Prints the state of an installation.
 
-Start `python -m simulator` and set the variable that it prints, or run both in one go:
-`python -m simulator --run examples/status.py`.
+Start `python -m kvrpc_tools.simulator` and set the variable that it prints, or run both in one go:
+`python -m kvrpc_tools.simulator --run examples/status.py`.
 """
 
 from common import Server, run

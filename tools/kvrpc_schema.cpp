@@ -1,18 +1,20 @@
-// Prints the interface as JSON: the servers, their procedures, and every record with its layout.
+// Prints the interface as JSON: the servers, their procedures, and every record. Writes to FILE, or
+// to standard output without one.
 //
-//   {"pointer_size":P,
-//    "servers":[{"name":...,"program":N,"slot":N}, ...],
+//   kvrpc-schema [FILE]
+//
+//   {"servers":[{"name":...,"program":N,"slot":N}, ...],
 //    "programs":[{"name":...,"program":N,"version":1,"procedures":[
 //        {"number":N,"name":...,"argument":TYPE,"result":TYPE}, ...]}, ...],
-//    "records":{NAME:{"kind":"structure","size":N,"fields":[
-//                        {"key":...,"type":TYPE,"offset":N}, ...]},
-//               NAME:{"kind":"union","discriminant":...,"size":N,"fields":[
-//                        {"key":...,"type":TYPE,"offset":N,"value":N}, ...]}}}
+//    "records":{NAME:{"kind":"structure","fields":[{"key":...,"type":TYPE}, ...]},
+//               NAME:{"kind":"union","discriminant":...,"fields":[
+//                        {"key":...,"type":TYPE,"value":N}, ...]}}}
 //
 //   TYPE  {"kind":...}, with "count" where the kind has one, "record" where it leads to a record
 //         (its own for list_next), "item" (a TYPE) for a vector
 //
-// Kinds are those of schema/types.h. Sizes and offsets are this platform's: of the pointers' width.
+// Kinds are those of schema/types.h. The bytes are the same on every platform, because sizes and
+// offsets in memory, which depend on the width of a pointer, are left out.
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -98,7 +100,6 @@ void print_programs() {
 void print_field(const record_type& record, const record_field& field) {
   std::printf("{\"key\":\"%s\",\"type\":", field.key);
   print_type(field.type, &record);
-  std::printf(",\"offset\":%u", field.offset);
   if (record.is_union) std::printf(",\"value\":%d", field.value);
   std::printf("}");
 }
@@ -106,7 +107,7 @@ void print_field(const record_type& record, const record_field& field) {
 void print_record(const record_type& record) {
   std::printf("\"%s\":{\"kind\":\"%s\",", record.name, record.is_union ? "union" : "structure");
   if (record.is_union) std::printf("\"discriminant\":\"%s\",", record.discriminant);
-  std::printf("\"size\":%u,\"fields\":[", record.size);
+  std::printf("\"fields\":[");
   bool first = true;
   for (std::uint32_t i = 0; i < record.field_count; ++i) {
     begin_member(first, "    ");
@@ -127,8 +128,13 @@ void print_records() {
 
 }  // namespace
 
-int main() {
-  std::printf("{\"pointer_size\":%u,\n", pointer_size);
+int main(int argc, char** argv) {
+  // Binary, because a text file on Windows would have other line ends.
+  if (argc > 1 && std::freopen(argv[1], "wb", stdout) == nullptr) {
+    std::perror(argv[1]);
+    return 1;
+  }
+  std::printf("{");
   print_servers();
   std::printf(",\n");
   print_programs();

@@ -1,6 +1,5 @@
 """What the end-to-end tests share: the built module, clients, scripts in processes of their own.
 
-The module is taken from the directory that KVRPC_LIB names, else from build/lib of the repository.
 A client of `frame_client` never connects, so tests with it reach everything up to the network and
 need none. Tests with a connection use `lambda_peer`.
 """
@@ -16,12 +15,10 @@ import textwrap
 
 import pytest
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
-LIBRARY = pathlib.Path(os.environ.get("KVRPC_LIB", ROOT / "build" / "lib")).resolve()
+HERE = pathlib.Path(__file__).resolve().parent
 
-sys.path.insert(0, str(LIBRARY))
-sys.path.insert(0, str(ROOT / "tests"))
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
+sys.path.insert(0, str(HERE.parent))
+sys.path.insert(0, str(HERE))
 
 from lambda_peer import LambdaPeer  # noqa: E402
 from peer import FaultPeer  # noqa: E402
@@ -32,10 +29,8 @@ SETTINGS = (
 
 
 def clean_environment():
-    """The environment of a child process: the module importable, nothing of it configured."""
-    environment = {name: value for name, value in os.environ.items() if name not in SETTINGS}
-    environment["PYTHONPATH"] = str(LIBRARY)
-    return environment
+    """Returns the environment for a child process, without any setting of the module."""
+    return {name: value for name, value in os.environ.items() if name not in SETTINGS}
 
 
 def pytest_collection_modifyitems(config, items):

@@ -5,8 +5,8 @@ All records are alike but for their number, so that a hundred thousand are made 
 
 import socket
 
-from simulator import rpc, transport
-from simulator.xdr import Reader, Writer
+from kvrpc_tools.simulator import rpc, transport
+from kvrpc_tools.simulator.xdr import Reader, Writer
 
 HEADER = 40
 

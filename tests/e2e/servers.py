@@ -21,7 +21,7 @@ def plain_environment():
     """The environment without what makes a sanitizer watch the interpreter."""
     environment = {name: value for name, value in os.environ.items()
                    if name not in ("LD_PRELOAD", "PYTHONMALLOC")}
-    return dict(environment, PYTHONPATH=str(ROOT), PYTHONUNBUFFERED="1")
+    return dict(environment, PYTHONUNBUFFERED="1")
 
 
 class Started:

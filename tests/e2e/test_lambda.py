@@ -4,7 +4,7 @@ import json
 
 import pytest
 
-from simulator.fixture import running
+from kvrpc_tools.simulator.fixture import running
 
 
 @pytest.fixture(scope="module")

@@ -6,7 +6,7 @@ import pathlib
 
 import pytest
 
-STUB = pathlib.Path(__file__).resolve().parents[2] / "src" / "module" / "kvrpc.pyi"
+STUB = pathlib.Path(__file__).resolve().parents[2] / "python" / "kvrpc-stubs" / "__init__.pyi"
 
 
 @pytest.fixture(scope="module")

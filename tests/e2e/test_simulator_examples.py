@@ -22,9 +22,10 @@ EXPECTED = {
 
 
 def run(example):
-    return subprocess.run([sys.executable, "-m", "simulator", "--run", f"examples/{example}"],
-                          cwd=ROOT, timeout=60, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                          encoding="utf-8", env=dict(os.environ, PYTHONIOENCODING="utf-8"))
+    command = [sys.executable, "-m", "kvrpc_tools.simulator", "--run", f"examples/{example}"]
+    return subprocess.run(command, cwd=ROOT, timeout=60, stdout=subprocess.PIPE,
+                          stderr=subprocess.PIPE, encoding="utf-8",
+                          env=dict(os.environ, PYTHONIOENCODING="utf-8"))
 
 
 def test_every_example_is_run_here():
@@ -43,8 +44,7 @@ def test_an_example_ends_by_itself_and_prints_what_a_person_can_read(module, exa
 def test_an_example_without_a_server_says_so_in_one_line(module):
     done = subprocess.run([sys.executable, str(ROOT / "examples" / "status.py")], timeout=60,
                           stdout=subprocess.PIPE, stderr=subprocess.PIPE, encoding="utf-8",
-                          env=dict(os.environ, KORVEXRPCPORT="1",
-                                   PYTHONPATH=os.path.dirname(module.__file__)))
+                          env=dict(os.environ, KORVEXRPCPORT="1"))
     assert done.returncode == 1
     assert done.stderr.startswith("no connection: ")
     assert "Traceback" not in done.stderr

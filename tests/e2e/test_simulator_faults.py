@@ -5,7 +5,7 @@ import time
 
 import pytest
 
-from simulator.fixture import running
+from kvrpc_tools.simulator.fixture import running
 
 STATUS = '{"l_get_status_1":null}'
 CANNOT_DECODE, CANNOT_RECEIVE, TIMED_OUT, REFUSED = 2, 4, 5, 7

@@ -6,7 +6,7 @@ import time
 
 import pytest
 
-from simulator.fixture import running
+from kvrpc_tools.simulator.fixture import running
 
 USER = {"userh": "zentrale", "useru": "meier"}
 

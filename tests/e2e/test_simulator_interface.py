@@ -4,8 +4,8 @@ import json
 
 import pytest
 
-from simulator import schema as schemas
-from simulator.fixture import running
+from kvrpc_tools import schema as schemas
+from kvrpc_tools.simulator.fixture import running
 
 UNSPECIFIED = "o_cha_licence_1"
 

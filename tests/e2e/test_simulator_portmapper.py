@@ -6,7 +6,7 @@ import sys
 
 import port_111
 import pytest
-from servers import ROOT, plain_environment
+from servers import plain_environment
 
 ASKED = {"lambda": ("l_version_1", 30500), "nue": ("n_get_nr_1", 1), "omega": ("o_sync_1", 0)}
 
@@ -16,7 +16,7 @@ def portmapper():
     """A simulator with its portmapper."""
     with port_111.taken():
         process = subprocess.Popen(
-            [sys.executable, "-m", "simulator", "--portmapper"], cwd=ROOT,
+            [sys.executable, "-m", "kvrpc_tools.simulator", "--portmapper"],
             stdout=subprocess.PIPE, stderr=subprocess.PIPE, encoding="utf-8",
             env=plain_environment())
         ready = any(line.startswith("KORVEXRPCPORT=") for line in process.stdout)

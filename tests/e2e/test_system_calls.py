@@ -14,7 +14,7 @@ import sys
 from pathlib import Path
 
 import pytest
-from conftest import LIBRARY, clean_environment
+from conftest import clean_environment
 from failures import CANTRECV, CANTSEND, STATUS_REPLY, socket_failure
 from servers import plain_environment
 
@@ -68,7 +68,7 @@ class TracedClient:
             self.process = subprocess.Popen(
                 [sys.executable, str(HERE / "traced_client.py")], stdin=subprocess.PIPE,
                 stdout=subprocess.PIPE, stderr=errors, encoding="utf-8",
-                env={**clean_environment(), "PYTHONPATH": str(LIBRARY), **environment})
+                env={**clean_environment(), **environment})
         self.pid = self.line()
 
     def line(self):

@@ -13,8 +13,8 @@ import json
 import sys
 from pathlib import Path
 
-from simulator import ports, rpc, transport
-from simulator.xdr import Writer
+from kvrpc_tools.simulator import ports, rpc, transport
+from kvrpc_tools.simulator.xdr import Writer
 
 # Program numbers in the order of their ports; the tests do not take them from the tables they test.
 PROGRAMS = (("alpha", 16011967), ("gamma", 1481537), ("theta", 1102104009), ("lambda", 26011932),

@@ -10,7 +10,8 @@ import sys
 from pathlib import Path
 
 HERE = Path(__file__).resolve().parent
-sys.path[:0] = [sys.argv[1], str(HERE.parent), str(HERE.parent / "e2e"), str(HERE.parents[1])]
+sys.path[:0] = [sys.argv[1], str(HERE.parent), str(HERE.parent / "e2e"),
+                str(HERE.parents[1] / "python")]
 if "KVRPC_PEER_STARTER" in os.environ:
     import other_side
 

@@ -25,7 +25,7 @@ def runs_a_peer(arguments):
     if not arguments or arguments[0] != sys.executable:
         return False
     words = [word for word in arguments[1:] if word not in ("-u",)]
-    if words[:2] == ["-m", "simulator"]:
+    if words[:2] == ["-m", "kvrpc_tools.simulator"]:
         return "--run" not in words
     if words[:2] == ["-m", "peer"]:
         return True
@@ -65,7 +65,7 @@ def excluded():
 
 def pytest_configure(config):
     start_peers_on_the_other_side()
-    from simulator import fixture  # the root of the repository is on the path from here on
+    from kvrpc_tools.simulator import fixture  # python/ is on the path from here on
 
     def log(self):
         """As the simulator wrote it, before it answered."""

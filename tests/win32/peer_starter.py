@@ -24,7 +24,7 @@ import threading
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
-PATH = f"{ROOT}:{ROOT / 'tests'}"
+PATH = f"{ROOT / 'python'}:{ROOT / 'tests'}"
 EXIT, OUTPUT = 0, 1
 ERRORS = ROOT / "build" / "win32" / "peers"
 

@@ -55,7 +55,6 @@ def main(arguments):
         KVRPC_PEER_STARTER=str(peer_starter.start()),
         KVRPC_LIB=f"Z:{BUILD}/lib",
         KVRPC_BUILD=f"Z:{BUILD}",
-        KVRPC_SCHEMA=f"Z:{BUILD}/kvrpc-schema.exe",
         PYTHONPATH=";".join(f"Z:{path}" for path in (BUILD / "packages", ROOT / "tests" / "win32")),
         PYTHONDONTWRITEBYTECODE="1",
     )

@@ -1,0 +1,122 @@
+"""The command `python -m kvrpc_tools.simulator`."""
+
+from __future__ import annotations
+
+import argparse
+import signal
+import subprocess
+import sys
+from typing import Dict, List, Optional
+
+from kvrpc_tools import schema
+from kvrpc_tools.simulator import faults, ports
+from kvrpc_tools.simulator.fixture import VARIABLE, environment
+from kvrpc_tools.simulator.portmapper import PORT, Portmapper
+from kvrpc_tools.simulator.server import Dispatcher
+from kvrpc_tools.simulator.state import Installation
+from kvrpc_tools.simulator.transport import LOOPBACK, Loop
+
+POLL_SECONDS = 0.05
+
+
+def main(arguments: Optional[List[str]] = None) -> int:
+    options = _options(arguments)
+    try:
+        interface = schema.load(options.schema)
+        loop = Loop()
+        base = _serve(loop, interface, options)
+    except (schema.SchemaError, OSError) as error:
+        print(f"simulator: {error}", file=sys.stderr)
+        return 1
+    signal.signal(signal.SIGTERM, signal.default_int_handler)
+    try:
+        return _run_script(loop, base, options.run) if options.run else _run(loop)
+    finally:
+        loop.close()
+
+
+def _options(arguments: Optional[List[str]]) -> argparse.Namespace:
+    parser = argparse.ArgumentParser(
+        prog="python -m kvrpc_tools.simulator",
+        formatter_class=argparse.RawDescriptionHelpFormatter,
+        description="A stand-in on loopback for the servers, over TCP and UDP.",
+        epilog=faults.__doc__)
+    parser.add_argument("--port", type=int, metavar="BASE",
+                        help="base port; free ones are taken when it is left out")
+    parser.add_argument("--portmapper", type=int, nargs="?", const=PORT, metavar="PORT",
+                        help=f"answer a portmapper's questions as well (port {PORT})")
+    parser.add_argument("--schema", metavar="FILE",
+                        help="a schema.json to use instead of the package's own")
+    parser.add_argument("--fault", type=_fault, action="append", default=[],
+                        help="misbehave, see below; may be given more than once")
+    parser.add_argument("--log", action="store_true",
+                        help="tell of each call on standard error")
+    parser.add_argument("--run", nargs=argparse.REMAINDER, metavar="SCRIPT",
+                        help="run a Python script against the servers, then stop with its code")
+    return parser.parse_args(arguments)
+
+
+def _fault(text: str) -> faults.Fault:
+    try:
+        return faults.parse(text)
+    except ValueError as error:
+        raise argparse.ArgumentTypeError(str(error)) from error
+
+
+def _serve(loop: Loop, interface: schema.Schema, options: argparse.Namespace) -> int:
+    """Opens all ports and tells of them; returns the base port."""
+    dispatcher = Dispatcher(interface, Installation(interface), faults.Faults(options.fault),
+                            _tell if options.log else None)
+    by_slot = {server.slot: server for server in interface.servers.values()}
+    base, pairs = ports.bind_range(max(by_slot) + 1, options.port)
+    for slot, (tcp, udp) in enumerate(pairs):
+        loop.serve(tcp, udp, dispatcher.handler(by_slot[slot]))
+    print(f"serving on {LOOPBACK}, TCP and UDP:")
+    for slot, server in sorted(by_slot.items()):
+        print(f"  {server.name:8} port {base + slot:5}  {len(server.procedures):3} procedures")
+    if options.portmapper is not None:
+        programs = {server.program: base + slot for slot, server in by_slot.items()}
+        _serve_portmapper(loop, programs, options.portmapper)
+    print(f"{VARIABLE}={base}", flush=True)
+    return base
+
+
+def _serve_portmapper(loop: Loop, programs: Dict[int, int], port: int) -> None:
+    tcp, udp = ports.bind_pair(port)
+    loop.serve(tcp, udp, Portmapper(programs).answer)
+    print(f"  portmapper port {port}")
+
+
+def _tell(line: str) -> None:
+    print(line, file=sys.stderr, flush=True)
+
+
+def _run(loop: Loop) -> int:
+    """Serves until Ctrl-C or SIGTERM, which is how it is meant to end."""
+    try:
+        loop.run()
+    except KeyboardInterrupt:
+        pass
+    return 0
+
+
+def _run_script(loop: Loop, base: int, command: List[str]) -> int:
+    """Serves while the script runs; returns its exit code."""
+    script = subprocess.Popen([sys.executable, *command], env=environment(base))
+
+    def look() -> None:
+        if script.poll() is None:
+            loop.later(POLL_SECONDS, look)
+        else:
+            loop.stop()
+
+    look()
+    try:
+        loop.run()
+    except KeyboardInterrupt:
+        script.terminate()
+    return script.wait()
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,58 @@
+"""What the installation does: its families of procedures over one shared state.
+
+A family holds the state of one subject and offers its procedures by name; each takes the decoded
+argument and returns the result, or as much of it as it has to say (see `shape`). A procedure that
+no family offers is answered with zeroes.
+"""
+
+from __future__ import annotations
+
+import time
+from typing import Any, Callable, Dict
+
+from kvrpc_tools.schema import Schema
+from kvrpc_tools.simulator.state.addresses import Addresses
+from kvrpc_tools.simulator.state.belongings import Belongings
+from kvrpc_tools.simulator.state.documents import Documents
+from kvrpc_tools.simulator.state.files import Files
+from kvrpc_tools.simulator.state.jobs import Jobs
+from kvrpc_tools.simulator.state.journal import Journal
+from kvrpc_tools.simulator.state.pages import Pages
+from kvrpc_tools.simulator.state.people import People
+from kvrpc_tools.simulator.state.processes import Processes
+from kvrpc_tools.simulator.state.services import Services
+from kvrpc_tools.simulator.state.shape import Shaper
+from kvrpc_tools.simulator.state.structure import Structure
+from kvrpc_tools.simulator.state.transfer import Lines, Numbers, PageTransfer
+
+Handler = Callable[[Any], Any]
+Clock = Callable[[], float]
+
+
+class Installation:
+    """One installation; `now` gives the time in seconds since 1970."""
+
+    def __init__(self, schema: Schema, now: Clock = time.time) -> None:
+        journal = Journal(now)
+        structure, people, documents = Structure(), People(), Documents(now)
+        structure.count_users, structure.count_logins = people.count_users, people.count_logins
+        self._shaper = Shaper(schema)
+        self._processes = Processes(journal)
+        self._jobs = Jobs(documents, people, journal, now)
+        self.handlers: Dict[str, Handler] = {}
+        for family in (journal, self._processes, Files(journal), structure, people, Belongings(),
+                       Addresses(), Pages(documents, people, structure), self._jobs,
+                       PageTransfer(documents), Lines(structure), Numbers(),
+                       Services(journal, people, now)):
+            self.handlers.update(family.handlers())
+
+    def is_running(self, server: str) -> bool:
+        return self._processes.is_running(server)
+
+    def run(self, procedure: str, argument: Any) -> Any:
+        """Carries out one call and returns its result."""
+        self._jobs.advance()
+        handler = self.handlers.get(procedure)
+        if handler is None:
+            return None
+        return self._shaper.shape(procedure, argument, handler(argument))

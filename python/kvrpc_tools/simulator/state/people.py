@@ -1,0 +1,185 @@
+"""Users, their sessions and passwords, groups of users, and what belongs to a user.
+
+A user is one row for `alpha` (`user_rec`) and `omega` (`put_user_arg`) alike, under `userid`.
+"""
+
+from __future__ import annotations
+
+from typing import Any, Dict, List, Optional
+
+from kvrpc_tools.simulator.state.shape import Row, opened
+from kvrpc_tools.simulator.state.structure import ALPHA_HOST
+from kvrpc_tools.simulator.state.table import Handler, Table, behind
+
+DONE, NO_USER, WRONG_PASSWORD = 0, 1, 2
+
+ADMINISTRATION_PASSWORD = "verwalter"
+
+_USERS = (
+    {"userid": "meier", "passwor": "geheim", "name": "Ida Meier", "barcode": "1001",
+     "lineid": "fax0", "printid": "laser1", "mailadr": "meier@example.org"},
+    {"userid": "schulz", "passwor": "geheim", "name": "Jörg Schulz", "barcode": "1002",
+     "vertreth": ALPHA_HOST, "vertretu": "meier", "lineid": "fax1", "printid": "laser1"},
+)
+
+
+class People:
+    """Who uses the installation."""
+
+    def __init__(self) -> None:
+        self._admin_password = ADMINISTRATION_PASSWORD
+        self._logins: Dict[int, str] = {}
+        self._last_login = 0
+        self.users = Table(["userid"], ({"alphaid": ALPHA_HOST, **user} for user in _USERS))
+        self.groups = Table(["groupid"], [{"groupid": "vertrieb", "comment": "Vertrieb"}])
+        self.members = Table(["groupid", "alphaid", "userid"], [
+            {"groupid": "vertrieb", "alphaid": ALPHA_HOST, "userid": user["userid"]}
+            for user in _USERS])
+        self.limits = Table(["alphaid"])
+
+    def handlers(self) -> Dict[str, Handler]:
+        return {**self._sessions(), **self._users(), **self._groups()}
+
+    def count_users(self) -> int:
+        return len(self.users.rows())
+
+    def count_logins(self) -> int:
+        return len(self._logins)
+
+    def user_of(self, login: int) -> Optional[str]:
+        """The user of a session, None when there is no such session."""
+        return self._logins.get(login)
+
+    # ---- sessions and passwords
+
+    def _sessions(self) -> Dict[str, Handler]:
+        return {
+            "a_login_1": self._login,
+            "a_mult_login_1": self._login,
+            "a_logout_1": self._logout,
+            "a_check_login_1": lambda login: login in self._logins,
+            "a_cha_userid_1": self._change_user,
+            "a_cha_pw_1": self._change_password,
+            "a_put_u_perm_1": self._permit,
+            "o_cha_admpw_1": self._change_admin_password,
+            "o_check_admpw_1": lambda password: password == self._admin_password,
+            "o_put_logins_1": self.limits.put,
+            "a_init_1": lambda _: 0,
+        }
+
+    def _login(self, argument: Row) -> Row:
+        user = self.users.get(argument)
+        if user is None:
+            return {"err": NO_USER}
+        if user.get("passwor", "") != argument["passwor"]:
+            return {"err": WRONG_PASSWORD}
+        old = [login for login, name in self._logins.items() if name == argument["userid"]]
+        if old and argument.get("useold"):
+            return {"loginid": old[0]}
+        self._last_login += 1
+        self._logins[self._last_login] = argument["userid"]
+        return {"loginid": self._last_login}
+
+    def _logout(self, argument: Row) -> None:
+        if self.user_of(argument["loginid"]) == argument["userid"]:
+            del self._logins[argument["loginid"]]
+
+    def _change_user(self, argument: Any) -> bool:
+        asked = opened(argument)
+        if asked["loginid"] not in self._logins or self.users.get(asked) is None:
+            return False
+        self._logins[asked["loginid"]] = asked["userid"]
+        return True
+
+    def _change_password(self, argument: Row) -> int:
+        """`oldpw` is the administration's password when `adm` is set."""
+        user = self.users.get(argument)
+        if user is None:
+            return NO_USER
+        valid = self._admin_password if argument["adm"] else user.get("passwor", "")
+        if argument["oldpw"] != valid:
+            return WRONG_PASSWORD
+        user["passwor"] = argument["newpw"]
+        return DONE
+
+    def _permit(self, argument: Row) -> int:
+        if argument["admpw"] != self._admin_password:
+            return WRONG_PASSWORD
+        user = self.users.get(argument)
+        if user is None:
+            return NO_USER
+        user.update(allow=argument["allow"], deny=argument["deny"])
+        return DONE
+
+    def _change_admin_password(self, argument: Row) -> int:
+        if argument["oldpw"] != self._admin_password:
+            return WRONG_PASSWORD
+        self._admin_password = argument["newpw"]
+        return DONE
+
+    # ---- users
+
+    def _users(self) -> Dict[str, Handler]:
+        return {
+            **self.users.offer(
+                put="a_put_o_user_1 o_put_user_1", get="a_get_user_1 a_get_o_user_1 o_get_user_1",
+                all="a_get_system_userlist_1 o_get_user_ll_1",
+                delete="a_del_user_1 o_del_user_1"),
+            "a_put_user_1": lambda user: self.users.put({"alphaid": ALPHA_HOST, **user}),
+            "a_get_system_userlistb_1": self._user_block,
+            "o_get_user_llb_1": self._user_block,
+            "o_search_bar_1": self._by_barcode,
+            "a_check_cycle_1": lambda asked: self._no_cycle(asked["userid"], asked["vertretu"]),
+            "o_check_v_cycle_1": lambda asked: self._no_cycle(asked["x_user"], asked["v_user"]),
+        }
+
+    def _user_block(self, argument: Row) -> List[Row]:
+        return behind(self.users.rows(), "userid", argument["userid"], argument["anz"])
+
+    def _by_barcode(self, barcode: str) -> Optional[Row]:
+        return next(iter(self.users.rows(barcode=barcode)), None) if barcode else None
+
+    def _no_cycle(self, user: str, deputy: str) -> bool:
+        """Whether `deputy` can stand in for `user` without standing in for itself in the end."""
+        seen = {user}
+        while deputy:
+            if deputy in seen:
+                return False
+            seen.add(deputy)
+            row = self.users.get(deputy)
+            deputy = row.get("vertretu", "") if row else ""
+        return True
+
+    # ---- groups
+
+    def _groups(self) -> Dict[str, Handler]:
+        return {
+            **self.groups.offer(put="o_put_group_1", get="o_get_group_1 a_get_o_group_1",
+                                all="o_get_group_ll_1 a_get_groups_1"),
+            **self.members.offer(put="o_put_groupl_1", delete="o_del_groupl_1"),
+            "o_del_group_1": self._delete_group,
+            "o_get_groupl_ll_1": lambda group: self.members.rows(groupid=group),
+            "a_check_groupl_1": lambda member: self.members.get(member) is not None,
+            "o_check_groupl_1": lambda member: self.members.get(member) is not None,
+            "a_get_group_1": self.members_of,
+            "o_get_group_member_ll_1": self.members_of,
+            "o_make_verteiler_1": self._distribution,
+        }
+
+    def members_of(self, group: str) -> List[Row]:
+        """The users of a group, with their names."""
+        return [{**(self.users.get(row) or {}), **row} for row in self.members.rows(groupid=group)]
+
+    def _delete_group(self, group: str) -> bool:
+        for member in self.members.rows(groupid=group):
+            self.members.delete(member)
+        return self.groups.delete(group)
+
+    def _distribution(self, argument: Row) -> Row:
+        """The users that a group or a single user means, by server."""
+        rows = self.members_of(argument["groupid"]) if argument["groupid"] else [argument]
+        hosts = sorted({row["alphaid"] for row in rows})
+        return {"ok": bool(rows), "first": [
+            {"alphaid": host,
+             "user_ll": [{"data": row["userid"]} for row in rows if row["alphaid"] == host]}
+            for host in hosts]}

@@ -1,0 +1,88 @@
+"""The rest of `alpha`: time, boards, notifications, the log, and plain commands."""
+
+from __future__ import annotations
+
+import calendar
+import time
+from datetime import datetime, timedelta
+from typing import Callable, Dict, List
+
+from kvrpc_tools.simulator.state.journal import Journal
+from kvrpc_tools.simulator.state.people import People
+from kvrpc_tools.simulator.state.shape import Row
+from kvrpc_tools.simulator.state.table import Handler
+
+TIME_FORMAT = "%d.%m.%Y %H:%M:%S"
+EPOCH = datetime(1970, 1, 1)
+
+
+class Services:
+    """Times are in seconds since 1970 and in the servers' zone, which is that of Greenwich."""
+
+    def __init__(self, journal: Journal, people: People, now: Callable[[], float]) -> None:
+        self._journal = journal
+        self._people = people
+        self._now = now
+        self._boards: Dict[int, Dict[str, Row]] = {}
+        self._changes = 0
+        self._subscriptions: List[Row] = []
+
+    def handlers(self) -> Dict[str, Handler]:
+        return {
+            "a_get_jetzt_1": lambda _: int(self._now()),
+            "a_zeitstring_1": lambda seconds: (EPOCH + timedelta(seconds=seconds)).strftime(
+                TIME_FORMAT),
+            "a_str2zeit_1": _seconds_of,
+            "a_get_tzenv_1": lambda _: {"tzname": ["GMT", "GMT", ""]},
+            "a_tra_str_1": lambda asked: asked["meta_zeile"],
+            "a_a_log_1": self._log,
+            "a_put_board_1": self._put_board,
+            "a_get_board_1": lambda color: self._board(color, 0),
+            "a_get_boardl_1": lambda asked: self._board(asked["color"], asked["oldchange"]),
+            "a_subscribe_1": self._subscribe,
+            "a_unsubscribe_1": self._unsubscribe,
+        }
+
+    def _log(self, text: str) -> bool:
+        self._journal.note("alpha", text)
+        return True
+
+    # ---- boards
+
+    def _put_board(self, asked: Row) -> bool:
+        """An empty message takes the entry off."""
+        self._changes += 1
+        board = self._boards.setdefault(asked["color"], {})
+        board[asked["id"]] = {"id": asked["id"], "msg": asked["msg"], "change": self._changes}
+        return bool(asked["id"])
+
+    def _board(self, color: int, since: int) -> Row:
+        """What has changed since the change `since`."""
+        rows = [row for _, row in sorted(self._boards.get(color, {}).items())
+                if row["change"] > since and (row["msg"] or since)]
+        return {"first": rows, "lastchange": self._changes}
+
+    # ---- notifications
+
+    def _subscribe(self, asked: Row) -> bool:
+        """Kept for a session that is there; nothing is ever sent."""
+        if self._people.user_of(asked["loginid"]) is None:
+            return False
+        self._subscriptions.append(asked)
+        return True
+
+    def _unsubscribe(self, asked: Row) -> bool:
+        """Those of this session and address; without `all` only those for this trigger."""
+        same = [kept for kept in self._subscriptions
+                if all(kept[key] == asked[key] for key in ("loginid", "ip_address", "port"))
+                and (asked["all"] or kept["trigger"] == asked["trigger"])]
+        self._subscriptions = [kept for kept in self._subscriptions if kept not in same]
+        return bool(same)
+
+
+def _seconds_of(text: str) -> int:
+    """0 for what is no time."""
+    try:
+        return calendar.timegm(time.strptime(text, TIME_FORMAT))
+    except ValueError:
+        return 0

@@ -1,0 +1,93 @@
+"""Puts what a procedure says into the shape that its result has.
+
+The families speak of plain rows: one dict by field, whatever unions and envelopes the interface
+wraps around it, and they read arguments in the same way. `opened` takes the wrapping off an
+argument; a `Shaper` puts it onto a result:
+
+    True, False     where a number is expected: 0, or NOT_DONE
+    a list of rows  {anz, first, errcode} with a node for each, its row under "data" if it has one
+    a row, or None  as it is; under the one record member of {errcode, record}; as an arm of a union
+    anything else   as it is
+
+A union's arm is the one that the row names in "selection", else the one that the argument asks for
+in "outselection", else the first.
+"""
+
+from __future__ import annotations
+
+from typing import Any, Dict, List, Optional
+
+from kvrpc_tools.schema import Schema, WireType
+
+NOT_DONE = 1
+
+Row = Dict[str, Any]
+
+
+def opened(argument: Any) -> Row:
+    """The fields of an argument, out of its union and out of its member `data`."""
+    if not isinstance(argument, dict):
+        return {}
+    arm = argument.get(f"v{argument.get('selection', argument.get('vers'))}")
+    if isinstance(arm, dict):
+        return opened(arm)
+    inner = argument.get("data")
+    if isinstance(inner, dict):
+        outer = {key: value for key, value in argument.items() if key != "data"}
+        return {**outer, **opened(inner)}
+    return argument
+
+
+class Shaper:
+    """Shapes results as one schema has them."""
+
+    def __init__(self, schema: Schema) -> None:
+        self._schema = schema
+
+    def shape(self, procedure: str, argument: Any, value: Any) -> Any:
+        kind = self._schema.procedures[procedure].result
+        selection = opened(argument).get("outselection")
+        if kind["kind"] in ("short", "long") and isinstance(value, bool):
+            return 0 if value else NOT_DONE
+        if kind["kind"] != "record":
+            return value
+        if isinstance(value, list):
+            return self._list(kind, value, selection)
+        return self._single(kind, value, selection)
+
+    def _fields(self, kind: WireType) -> List[Dict[str, Any]]:
+        fields: List[Dict[str, Any]] = self._schema.records[kind["record"]]["fields"]
+        return fields
+
+    def _list(self, kind: WireType, rows: List[Any], selection: Optional[int]) -> Row:
+        first = next(field for field in self._fields(kind) if field["type"]["kind"] == "pointer")
+        data = next((field["type"] for field in self._fields(first["type"])
+                     if field["key"] == "data"), None)
+        nodes = rows if data is None else [
+            {"data": self._single(data, row, selection)} for row in rows]
+        return {"anz": len(rows), first["key"]: nodes, "errcode": 0, "ok": True}
+
+    def _single(self, kind: WireType, row: Any, selection: Optional[int]) -> Any:
+        if kind["kind"] != "record":
+            return row
+        record = self._schema.records[kind["record"]]
+        if record["kind"] == "union":
+            return _arm(record, row or {}, selection)
+        inner = self._enveloped(record)
+        if inner is None or (row and inner["key"] in row):
+            return row
+        return {inner["key"]: self._single(inner["type"], row, selection),
+                "errcode": 0 if row else NOT_DONE}
+
+    def _enveloped(self, record: Dict[str, Any]) -> Optional[Dict[str, Any]]:
+        """The record member of {errcode, record}, None when it is another shape."""
+        keys = {field["key"] for field in record["fields"]}
+        inner = [field for field in record["fields"] if field["type"]["kind"] == "record"]
+        return inner[0] if "errcode" in keys and len(keys) == 2 and inner else None
+
+
+def _arm(record: Dict[str, Any], row: Row, selection: Optional[int]) -> Row:
+    arms = {field["value"]: field["key"] for field in record["fields"]}
+    wanted = row.get("selection", selection)
+    value = wanted if wanted in arms else next(iter(arms))
+    return {record["discriminant"]: value, arms[value]: row}
