@@ -1,1 +1,49 @@
-"""Pure Python beside the module `kvrpc`: tools that know the interface from `schema.json`."""
+"""Tools beside the module kvrpc: the client library, in dicts and exceptions.
+
+    from kvrpc_tools import Alpha
+
+All public names can be imported from here. Each is loaded when it is first used, so that importing
+this package costs next to nothing.
+"""
+
+from __future__ import annotations
+
+import importlib
+from typing import TYPE_CHECKING, Any, List
+
+if TYPE_CHECKING:
+    from .client import Alpha as Alpha
+    from .client import Client as Client
+    from .client import Lambda as Lambda
+    from .client import Nue as Nue
+    from .client import Omega as Omega
+    from .client import Sigma as Sigma
+    from .client import Theta as Theta
+    from .errors import ArgumentError as ArgumentError
+    from .errors import CallError as CallError
+    from .errors import ConnectError as ConnectError
+    from .errors import KvrpcError as KvrpcError
+    from .errors import Problem as Problem
+    from .errors import Refused as Refused
+    from .errors import ResultError as ResultError
+    from .errors import RpcError as RpcError
+    from .errors import UnknownProcedure as UnknownProcedure
+
+_PUBLIC = {
+    "client": "Alpha Client Lambda Nue Omega Sigma Theta",
+    "errors": "ArgumentError CallError ConnectError KvrpcError Problem Refused ResultError "
+              "RpcError UnknownProcedure",
+}
+_MODULES = {name: module for module, names in _PUBLIC.items() for name in names.split()}
+
+
+def __getattr__(name: str) -> Any:
+    if name not in _MODULES:
+        raise AttributeError(f"module {__name__!r} has no attribute {name!r}")
+    value = getattr(importlib.import_module(f".{_MODULES[name]}", __name__), name)
+    globals()[name] = value
+    return value
+
+
+def __dir__() -> List[str]:
+    return sorted({*globals(), *_MODULES})

@@ -52,15 +52,15 @@ def port(simulator, monkeypatch):
 
 def empty(interface, kind):
     """The least that a procedure takes: zeroes, with a union's first arm."""
-    if kind["kind"] != "record":
+    if kind.kind != "record":
         return {"nothing": None, "bool": False}.get(
-            kind["kind"], "" if kind["kind"] in ("chars", "schars", "counted_text") else 0)
-    record = interface.records[kind["record"]]
-    if record["kind"] == "union":
-        arm = record["fields"][0]
-        return {record["discriminant"]: arm["value"], arm["key"]: empty(interface, arm["type"])}
-    return {field["key"]: "" for field in record["fields"]
-            if field["type"]["kind"] in ("text", "string")}
+            kind.kind, "" if kind.kind in ("chars", "schars", "counted_text") else 0)
+    record = interface.records[kind.record]
+    if record.is_union:
+        arm = record.fields[0]
+        return {record.discriminant: arm.value, arm.key: empty(interface, arm.type)}
+    return {field.key: "" for field in record.fields
+            if field.type.kind in ("text", "string")}
 
 
 @pytest.mark.parametrize("server, procedure",
@@ -77,7 +77,7 @@ def test_a_procedure_is_answered(connect, interface, monkeypatch, allow, server,
 @pytest.mark.parametrize("argument", [
     pytest.param({"nobody": 1}, id="unknown member"), pytest.param(None, id="null"),
     pytest.param([], id="array"), pytest.param("x", id="text"), pytest.param(1, id="number")])
-@pytest.mark.parametrize("server, procedure", names(lambda kind: kind["kind"] == "record"), ids=str)
+@pytest.mark.parametrize("server, procedure", names(lambda kind: kind.kind == "record"), ids=str)
 def test_a_record_takes_nothing_else(connect, simulator, allow, server, procedure, argument):
     heard = simulator.log()
     reply = connect(server).call(json.dumps({procedure: argument}), allow)
@@ -85,13 +85,13 @@ def test_a_record_takes_nothing_else(connect, simulator, allow, server, procedur
     assert simulator.log() == heard
 
 
-@pytest.mark.parametrize("server, procedure", names(lambda kind: kind["kind"] == "record"), ids=str)
+@pytest.mark.parametrize("server, procedure", names(lambda kind: kind.kind == "record"), ids=str)
 def test_a_member_of_the_wrong_type_is_refused(connect, interface, simulator, allow, server,
                                                procedure):
-    record = interface.records[interface.procedures[procedure].argument["record"]]
+    record = interface.records[interface.procedures[procedure].argument.record]
     heard = simulator.log()
-    keys = [field["key"] for field in record["fields"] if field["type"]["kind"] != "list_next"]
-    for key in [record["discriminant"]] if record["kind"] == "union" else keys:
+    keys = [field.key for field in record.fields if field.type.kind != "list_next"]
+    for key in [record.discriminant] if record.is_union else keys:
         reply = connect(server).call(json.dumps({procedure: {key: {"a": [1]}}}), allow)
         assert reply == b'{"status":1,"message":"can not json encode arg"}'
     assert simulator.log() == heard

@@ -17,16 +17,16 @@ names only what it has to say. The first arm stands for a union without discrimi
 
 from __future__ import annotations
 
-from typing import Any, Callable, Dict, List
+from typing import Any, Callable, Dict, List, Tuple
 
-from kvrpc_tools.schema import Schema, WireType
+from kvrpc_tools.schema import Field, Record, Schema, WireType
 from kvrpc_tools.simulator.xdr import Reader, Writer, XdrError, low_short
 
 # Python's table has a character for each of the 256 bytes, so that any text passes unchanged.
 SERVER_CODE = "iso8859-15"
 
-Field = Dict[str, Any]
 Node = Dict[str, Any]
+Fields = Tuple[Field, ...]
 
 
 def text_of(data: bytes) -> str:
@@ -52,18 +52,18 @@ class Codec:
             "u_long": lambda reader, kind: reader.u_long(),
             "short": lambda reader, kind: low_short(reader.long()),
             "bool": lambda reader, kind: reader.flag(),
-            "chars": lambda reader, kind: text_of(reader.characters(kind["count"])),
-            "schars": lambda reader, kind: text_of(reader.characters(kind["count"])),
+            "chars": lambda reader, kind: text_of(reader.characters(kind.count)),
+            "schars": lambda reader, kind: text_of(reader.characters(kind.count)),
             "text": lambda reader, kind: text_of(reader.counted()),
-            "counted_text": lambda reader, kind: text_of(reader.counted(kind["count"])),
-            "fixed_text": lambda reader, kind: text_of(reader.fixed(kind["count"])),
+            "counted_text": lambda reader, kind: text_of(reader.counted(kind.count)),
+            "fixed_text": lambda reader, kind: text_of(reader.fixed(kind.count)),
             "string": lambda reader, kind: reader.counted().decode(SERVER_CODE),
-            "opaque": lambda reader, kind: reader.fixed(kind["count"]),
+            "opaque": lambda reader, kind: reader.fixed(kind.count),
             "blob": lambda reader, kind: reader.counted(),
-            "pointer": lambda reader, kind: self._read_chain(reader, kind["record"]),
-            "vector": lambda reader, kind: self._read_items(reader, kind["item"], kind["count"]),
+            "pointer": lambda reader, kind: self._read_chain(reader, kind.record),
+            "vector": self._read_vector,
             "array": self._read_array,
-            "record": lambda reader, kind: self._read_record(reader, kind["record"]),
+            "record": lambda reader, kind: self._read_record(reader, kind.record),
         }
         self._writers: Dict[str, Callable[[Writer, WireType, Any], None]] = {
             "nothing": lambda writer, kind, value: None,
@@ -73,22 +73,22 @@ class Codec:
             "u_long": lambda writer, kind, value: writer.long(value or 0),
             "short": lambda writer, kind, value: writer.long(low_short(value or 0)),
             "bool": lambda writer, kind, value: writer.flag(value),
-            "chars": lambda writer, kind, value: writer.characters(_filled(value, kind["count"])),
-            "schars": lambda writer, kind, value: writer.characters(_filled(value, kind["count"])),
+            "chars": lambda writer, kind, value: writer.characters(_filled(value, kind.count)),
+            "schars": lambda writer, kind, value: writer.characters(_filled(value, kind.count)),
             "text": lambda writer, kind, value: writer.counted(bytes_of(value or "") + b"\0"),
             "counted_text": lambda writer, kind, value: writer.counted(
-                (bytes_of(value or "") + b"\0")[:kind["count"]]),
-            "fixed_text": lambda writer, kind, value: writer.fixed(_filled(value, kind["count"])),
+                (bytes_of(value or "") + b"\0")[:kind.count]),
+            "fixed_text": lambda writer, kind, value: writer.fixed(_filled(value, kind.count)),
             "string": lambda writer, kind, value: writer.counted(bytes_of(value or "")),
             "opaque": lambda writer, kind, value: writer.fixed(
-                (value or b"")[:kind["count"]].ljust(kind["count"], b"\0")),
+                (value or b"")[:kind.count].ljust(kind.count, b"\0")),
             "blob": lambda writer, kind, value: writer.counted(value or b""),
             "pointer": lambda writer, kind, value: self._write_chain(
-                writer, kind["record"], value or []),
+                writer, kind.record, value or []),
             "vector": self._write_vector,
             "array": self._write_array,
             "record": lambda writer, kind, value: self._write_record(
-                writer, kind["record"], value or {}),
+                writer, kind.record, value or {}),
         }
 
     def decode(self, kind: WireType, data: bytes) -> Any:
@@ -106,10 +106,10 @@ class Codec:
         return writer.written()
 
     def _read(self, reader: Reader, kind: WireType) -> Any:
-        return self._readers[kind["kind"]](reader, kind)
+        return self._readers[kind.kind](reader, kind)
 
     def _write(self, writer: Writer, kind: WireType, value: Any) -> None:
-        self._writers[kind["kind"]](writer, kind, value)
+        self._writers[kind.kind](writer, kind, value)
 
     # ---- items
 
@@ -119,6 +119,10 @@ class Codec:
     def _read_array(self, reader: Reader, kind: WireType) -> List[Any]:
         return self._read_items(reader, _as_record(kind), reader.u_long())
 
+    def _read_vector(self, reader: Reader, kind: WireType) -> List[Any]:
+        assert kind.item is not None
+        return self._read_items(reader, kind.item, kind.count)
+
     def _write_array(self, writer: Writer, kind: WireType, value: Any) -> None:
         items = value or []
         writer.long(len(items))
@@ -126,44 +130,45 @@ class Codec:
             self._write(writer, _as_record(kind), item)
 
     def _write_vector(self, writer: Writer, kind: WireType, value: Any) -> None:
-        items = list(value or [])[:kind["count"]]
-        for item in items + [None] * (kind["count"] - len(items)):
-            self._write(writer, kind["item"], item)
+        assert kind.item is not None
+        items = list(value or [])[:kind.count]
+        for item in items + [None] * (kind.count - len(items)):
+            self._write(writer, kind.item, item)
 
     # ---- records and unions
 
     def _read_record(self, reader: Reader, name: str) -> Dict[str, Any]:
         record = self._records[name]
-        if record["kind"] == "union":
+        if record.is_union:
             return self._read_union(reader, record)
-        return {field["key"]: self._read_field(reader, name, field) for field in record["fields"]}
+        return {field.key: self._read_field(reader, name, field) for field in record.fields}
 
     def _read_field(self, reader: Reader, owner: str, field: Field) -> Any:
-        if field["type"]["kind"] == "list_next":
+        if field.type.kind == "list_next":
             return self._read_chain(reader, owner)
-        return self._read(reader, field["type"])
+        return self._read(reader, field.type)
 
-    def _read_union(self, reader: Reader, record: Dict[str, Any]) -> Dict[str, Any]:
+    def _read_union(self, reader: Reader, record: Record) -> Dict[str, Any]:
         selected = reader.long()
         arm = _arm(record, selected)
-        return {record["discriminant"]: selected, arm["key"]: self._read(reader, arm["type"])}
+        return {record.discriminant: selected, arm.key: self._read(reader, arm.type)}
 
     def _write_record(self, writer: Writer, name: str, value: Dict[str, Any]) -> None:
         record = self._records[name]
-        if record["kind"] == "union":
+        if record.is_union:
             self._write_union(writer, record, value)
             return
-        for field in record["fields"]:
-            if field["type"]["kind"] == "list_next":
-                self._write_chain(writer, name, value.get(field["key"]) or [])
+        for field in record.fields:
+            if field.type.kind == "list_next":
+                self._write_chain(writer, name, value.get(field.key) or [])
             else:
-                self._write(writer, field["type"], value.get(field["key"]))
+                self._write(writer, field.type, value.get(field.key))
 
-    def _write_union(self, writer: Writer, record: Dict[str, Any], value: Dict[str, Any]) -> None:
-        selected = value.get(record["discriminant"], record["fields"][0]["value"])
+    def _write_union(self, writer: Writer, record: Record, value: Dict[str, Any]) -> None:
+        selected = value.get(record.discriminant, record.fields[0].value)
         arm = _arm(record, selected)
         writer.long(selected)
-        self._write(writer, arm["type"], value.get(arm["key"]))
+        self._write(writer, arm.type, value.get(arm.key))
 
     # ---- chains
     #
@@ -174,9 +179,9 @@ class Codec:
         before, behind = self._split(name)
         nodes: List[Node] = []
         while reader.flag():
-            nodes.append({field["key"]: self._read(reader, field["type"]) for field in before})
+            nodes.append({field.key: self._read(reader, field.type) for field in before})
         for node in reversed(nodes):
-            node.update((field["key"], self._read(reader, field["type"])) for field in behind)
+            node.update((field.key, self._read(reader, field.type)) for field in behind)
         return nodes
 
     def _write_chain(self, writer: Writer, name: str, nodes: List[Node]) -> None:
@@ -188,27 +193,26 @@ class Codec:
         for node in reversed(nodes):
             self._write_fields(writer, behind, node)
 
-    def _write_fields(self, writer: Writer, fields: List[Field], node: Node) -> None:
+    def _write_fields(self, writer: Writer, fields: Fields, node: Node) -> None:
         for field in fields:
-            self._write(writer, field["type"], node.get(field["key"]))
+            self._write(writer, field.type, node.get(field.key))
 
-    def _split(self, name: str) -> "tuple[List[Field], List[Field]]":
+    def _split(self, name: str) -> Tuple[Fields, Fields]:
         """The fields of a list node before and behind its `next`."""
-        fields = self._records[name]["fields"]
-        at = next(i for i, field in enumerate(fields) if field["type"]["kind"] == "list_next")
+        fields = self._records[name].fields
+        at = next(i for i, field in enumerate(fields) if field.type.kind == "list_next")
         return fields[:at], fields[at + 1:]
 
 
 def _as_record(kind: WireType) -> WireType:
-    return {"kind": "record", "record": kind["record"]}
+    return WireType("record", record=kind.record)
 
 
-def _arm(record: Dict[str, Any], selected: int) -> Field:
-    arms: List[Field] = record["fields"]
-    for arm in arms:
-        if arm["value"] == selected:
+def _arm(record: Record, selected: int) -> Field:
+    for arm in record.fields:
+        if arm.value == selected:
             return arm
-    raise XdrError(f"{record['discriminant']} has no value {selected}")
+    raise XdrError(f"{record.discriminant} has no value {selected}")
 
 
 def _filled(text: Any, size: int) -> bytes:

@@ -80,7 +80,7 @@ class Dispatcher:
         told = "" if argument is None else _short(argument)
         try:
             result = self._installation.run(procedure.name, argument)
-            if procedure.result["kind"] == "nothing":
+            if procedure.result.kind == "nothing":
                 result = None
             reply = rpc.success(call.xid, self._codec.encode(procedure.result, result))
         except Exception:
@@ -104,7 +104,7 @@ def _refusal(server: Server, call: rpc.Call) -> Optional[bytes]:
     if call.procedure == NULL_PROCEDURE:
         return None
     procedure = server.procedures.get(call.procedure)
-    if procedure is None or procedure.argument["kind"] == "unspecified":
+    if procedure is None or procedure.argument.kind == "unspecified":
         return rpc.procedure_unavailable(call.xid)
     return None
 

@@ -6,6 +6,7 @@ from pathlib import Path
 import pytest
 
 from kvrpc_tools import schema as schemas
+from kvrpc_tools.schema import WireType
 from kvrpc_tools.simulator.xdr import XdrError
 from tests.python.simulator.values import Values
 
@@ -25,7 +26,7 @@ RECORDS = sorted(schemas.load().records)
 @pytest.mark.parametrize("name", RECORDS)
 def test_a_record_comes_back_as_it_went(schema, codec, name):
     values = Values(schema, name)
-    kind = {"kind": "record", "record": name}
+    kind = WireType("record", record=name)
     for _ in range(5):
         value = values.of(kind)
         data = codec.encode(kind, value)
@@ -35,7 +36,7 @@ def test_a_record_comes_back_as_it_went(schema, codec, name):
 
 @pytest.mark.parametrize("name", RECORDS)
 def test_a_record_of_which_nothing_is_said_is_well_formed(codec, name):
-    kind = {"kind": "record", "record": name}
+    kind = WireType("record", record=name)
     data = codec.encode(kind, None)
     assert codec.encode(kind, codec.decode(kind, data)) == data
 
@@ -78,20 +79,20 @@ def test_a_chain_of_any_length_needs_no_stack(schema, codec, procedure):
 
 
 def test_characters_go_with_their_sign_and_texts_with_their_end(codec):
-    assert codec.encode({"kind": "chars", "count": 3}, "ä") == bytes.fromhex(
+    assert codec.encode(WireType("chars", 3), "ä") == bytes.fromhex(
         "ffffffe40000000000000000")
-    assert codec.encode({"kind": "text"}, "ab") == bytes.fromhex("0000000361620000")
-    assert codec.encode({"kind": "chars", "count": 3}, "abcd") == bytes.fromhex(
+    assert codec.encode(WireType("text"), "ab") == bytes.fromhex("0000000361620000")
+    assert codec.encode(WireType("chars", 3), "abcd") == bytes.fromhex(
         "000000610000006200000000")
 
 
 @pytest.mark.parametrize("data", ["", "000000", "0000000100000000"])
 def test_bytes_too_few_or_too_many_are_refused(codec, data):
     with pytest.raises(XdrError):
-        codec.decode({"kind": "long"}, bytes.fromhex(data))
+        codec.decode(WireType("long"), bytes.fromhex(data))
 
 
 def test_a_union_without_such_an_arm_is_refused(codec):
-    kind = {"kind": "record", "record": "e_rec_new"}
+    kind = WireType("record", record="e_rec_new")
     with pytest.raises(XdrError):
         codec.decode(kind, bytes(4))

@@ -4,6 +4,7 @@ import time
 
 import pytest
 
+from kvrpc_tools.schema import WireType
 from kvrpc_tools.simulator import rpc
 from kvrpc_tools.simulator.faults import Faults, parse
 from kvrpc_tools.simulator.fixture import running
@@ -67,7 +68,7 @@ def test_cut_ends_in_the_middle_of_the_answer(faulty):
 
 def test_refuse_denies_the_caller_and_carries_nothing_out(faulty):
     client = faulty("refuse:l_stopgateway_1:1")
-    argument = client.codec.encode({"kind": "schars", "count": 11}, "mail")
+    argument = client.codec.encode(WireType("schars", 11), "mail")
     _, reply = client.exchange(SLOT, LAMBDA, 1, 17, argument)
     assert words(reply, 4, 4) == [rpc.REPLY, rpc.DENIED, rpc.AUTH_ERROR, rpc.AUTH_TOO_WEAK]
     assert client.call("l_get_status_1")["state_gateways"] == 1

@@ -15,9 +15,9 @@ in "outselection", else the first.
 
 from __future__ import annotations
 
-from typing import Any, Dict, List, Optional
+from typing import Any, Dict, List, Optional, Tuple
 
-from kvrpc_tools.schema import Schema, WireType
+from kvrpc_tools.schema import Field, Record, Schema, WireType
 
 NOT_DONE = 1
 
@@ -47,47 +47,46 @@ class Shaper:
     def shape(self, procedure: str, argument: Any, value: Any) -> Any:
         kind = self._schema.procedures[procedure].result
         selection = opened(argument).get("outselection")
-        if kind["kind"] in ("short", "long") and isinstance(value, bool):
+        if kind.kind in ("short", "long") and isinstance(value, bool):
             return 0 if value else NOT_DONE
-        if kind["kind"] != "record":
+        if kind.kind != "record":
             return value
         if isinstance(value, list):
             return self._list(kind, value, selection)
         return self._single(kind, value, selection)
 
-    def _fields(self, kind: WireType) -> List[Dict[str, Any]]:
-        fields: List[Dict[str, Any]] = self._schema.records[kind["record"]]["fields"]
-        return fields
+    def _fields(self, kind: WireType) -> Tuple[Field, ...]:
+        return self._schema.records[kind.record].fields
 
     def _list(self, kind: WireType, rows: List[Any], selection: Optional[int]) -> Row:
-        first = next(field for field in self._fields(kind) if field["type"]["kind"] == "pointer")
-        data = next((field["type"] for field in self._fields(first["type"])
-                     if field["key"] == "data"), None)
+        first = next(field for field in self._fields(kind) if field.type.kind == "pointer")
+        data = next((field.type for field in self._fields(first.type)
+                     if field.key == "data"), None)
         nodes = rows if data is None else [
             {"data": self._single(data, row, selection)} for row in rows]
-        return {"anz": len(rows), first["key"]: nodes, "errcode": 0, "ok": True}
+        return {"anz": len(rows), first.key: nodes, "errcode": 0, "ok": True}
 
     def _single(self, kind: WireType, row: Any, selection: Optional[int]) -> Any:
-        if kind["kind"] != "record":
+        if kind.kind != "record":
             return row
-        record = self._schema.records[kind["record"]]
-        if record["kind"] == "union":
+        record = self._schema.records[kind.record]
+        if record.is_union:
             return _arm(record, row or {}, selection)
         inner = self._enveloped(record)
-        if inner is None or (row and inner["key"] in row):
+        if inner is None or (row and inner.key in row):
             return row
-        return {inner["key"]: self._single(inner["type"], row, selection),
+        return {inner.key: self._single(inner.type, row, selection),
                 "errcode": 0 if row else NOT_DONE}
 
-    def _enveloped(self, record: Dict[str, Any]) -> Optional[Dict[str, Any]]:
+    def _enveloped(self, record: Record) -> Optional[Field]:
         """The record member of {errcode, record}, None when it is another shape."""
-        keys = {field["key"] for field in record["fields"]}
-        inner = [field for field in record["fields"] if field["type"]["kind"] == "record"]
+        keys = {field.key for field in record.fields}
+        inner = [field for field in record.fields if field.type.kind == "record"]
         return inner[0] if "errcode" in keys and len(keys) == 2 and inner else None
 
 
-def _arm(record: Dict[str, Any], row: Row, selection: Optional[int]) -> Row:
-    arms = {field["value"]: field["key"] for field in record["fields"]}
+def _arm(record: Record, row: Row, selection: Optional[int]) -> Row:
+    arms = {field.value: field.key for field in record.fields}
     wanted = row.get("selection", selection)
     value = wanted if wanted in arms else next(iter(arms))
-    return {record["discriminant"]: value, arms[value]: row}
+    return {record.discriminant: value, arms[value]: row}

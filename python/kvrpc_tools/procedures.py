@@ -1,0 +1,69 @@
+"""One method for each procedure, one class of them for each server, made from the schema.
+
+The types of the methods are in procedures.pyi, which the build writes from the same schema.
+"""
+
+from __future__ import annotations
+
+from typing import Any, Callable
+
+from .conversion import conversion
+from .schema import Procedure, own
+
+
+def _without_argument(procedure: Procedure) -> Callable[..., Any]:
+    def method(self: Any, *, raw: bool = False) -> Any:
+        return self._run(conversion(procedure.server, procedure.name), None, raw)
+    return method
+
+
+def _with_argument(procedure: Procedure) -> Callable[..., Any]:
+    def method(self: Any, argument: Any, *, raw: bool = False) -> Any:
+        return self._run(conversion(procedure.server, procedure.name), argument, raw)
+    return method
+
+
+def _serves(server: str) -> Callable[[type], type]:
+    """Returns a decorator that gives a class the methods of a server."""
+
+    def decorate(cls: type) -> type:
+        for procedure in own().servers[server].procedures.values():
+            make = _without_argument if procedure.argument.kind == "nothing" else _with_argument
+            method = make(procedure)
+            method.__name__ = procedure.name
+            method.__qualname__ = f"{cls.__name__}.{procedure.name}"
+            method.__doc__ = f"Procedure {procedure.number} of {server}."
+            setattr(cls, procedure.name, method)
+        return cls
+
+    return decorate
+
+
+@_serves("alpha")
+class AlphaProcedures:
+    """The procedures of alpha as methods."""
+
+
+@_serves("omega")
+class OmegaProcedures:
+    """The procedures of omega as methods."""
+
+
+@_serves("lambda")
+class LambdaProcedures:
+    """The procedures of lambda as methods."""
+
+
+@_serves("theta")
+class ThetaProcedures:
+    """The procedures of theta as methods."""
+
+
+@_serves("sigma")
+class SigmaProcedures:
+    """The procedures of sigma as methods."""
+
+
+@_serves("nue")
+class NueProcedures:
+    """The procedures of nue as methods."""
