@@ -8,10 +8,7 @@ import ctypes
 import importlib
 import os
 import pathlib
-import signal
-import subprocess
 import sys
-import textwrap
 
 import pytest
 
@@ -21,16 +18,6 @@ sys.path.insert(0, str(HERE.parent))
 sys.path.insert(0, str(HERE))
 
 from lambda_peer import LambdaPeer  # noqa: E402
-from peer import FaultPeer  # noqa: E402
-
-SETTINGS = (
-    "ALPHAHOST OMEGAHOST LOCALHOST ZOLMHOST KORVEXRPCOFFSET RPCTRANSPORT KORVEXRPCPORT KORVEXRPCMAP"
-).split()
-
-
-def clean_environment():
-    """Returns the environment for a child process, without any setting of the module."""
-    return {name: value for name, value in os.environ.items() if name not in SETTINGS}
 
 
 def pytest_collection_modifyitems(config, items):
@@ -42,12 +29,6 @@ def pytest_collection_modifyitems(config, items):
     else:
         items[:] = others
         config.hook.pytest_deselected(items=waiting)
-
-
-@pytest.fixture(autouse=True)
-def no_settings(monkeypatch):
-    for name in SETTINGS:
-        monkeypatch.delenv(name, raising=False)
 
 
 @pytest.fixture(scope="session")
@@ -100,22 +81,6 @@ def verifier():
 
 
 @pytest.fixture
-def run_script():
-    """Runs a script text in a process of its own and returns the completed process."""
-
-    def run(script, *arguments, interpreter=sys.executable, environment=None, timeout=120):
-        return subprocess.run(
-            [interpreter, *arguments, "-c", textwrap.dedent(script)],
-            capture_output=True,
-            encoding="utf-8",
-            timeout=timeout,
-            env={**clean_environment(), **(environment or {})},
-        )
-
-    return run
-
-
-@pytest.fixture
 def lambda_peer(monkeypatch):
     """Starts a peer that serves `lambda` by a list of actions, and points the environment to it."""
     peers = []
@@ -130,36 +95,3 @@ def lambda_peer(monkeypatch):
     yield start
     for peer in peers:
         peer.stop()
-
-
-@pytest.fixture
-def fault_peer(monkeypatch):
-    """Starts a scripted peer in a server's place and points the environment to it."""
-    peers = []
-
-    def start(transport="tcp", server="lambda", host="127.0.0.1"):
-        peer = FaultPeer(host)
-        peers.append(peer)
-        monkeypatch.setenv("KORVEXRPCPORT", str(peer.base_port(server)))
-        monkeypatch.setenv("RPCTRANSPORT", transport)
-        for variable in ("ZOLMHOST", "ALPHAHOST"):
-            monkeypatch.setenv(variable, peer.host)
-        return peer
-
-    yield start
-    for peer in peers:
-        peer.stop()
-
-
-@pytest.fixture
-def on_alarm():
-    """Installs a handler and sends the alarm after a while, again and again if asked."""
-
-    def start(handler, delay=0.1, interval=0.0):
-        signal.signal(signal.SIGALRM, lambda number, frame: handler())
-        signal.setitimer(signal.ITIMER_REAL, delay, interval)
-
-    before = signal.getsignal(signal.SIGALRM)
-    yield start
-    signal.setitimer(signal.ITIMER_REAL, 0)
-    signal.signal(signal.SIGALRM, before)

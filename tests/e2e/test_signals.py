@@ -7,9 +7,9 @@ import sys
 import time
 
 import pytest
-from conftest import clean_environment
 from failures import STATUS, STATUS_REPLY
 from peer import messages
+from settings import clean_environment
 
 TICK = 0.005
 

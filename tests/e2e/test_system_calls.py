@@ -14,9 +14,9 @@ import sys
 from pathlib import Path
 
 import pytest
-from conftest import clean_environment
 from failures import CANTRECV, CANTSEND, STATUS_REPLY, socket_failure
 from servers import plain_environment
+from settings import clean_environment
 
 HERE = Path(__file__).resolve().parent
 WAIT_SECONDS = 20

@@ -8,9 +8,9 @@ import sys
 import textwrap
 
 import pytest
-from conftest import clean_environment
 from failures import STATUS_REPLY, TIMEDOUT, failure
 from peer import FaultPeer
+from settings import clean_environment
 
 pytestmark = [pytest.mark.slow, pytest.mark.once]
 
