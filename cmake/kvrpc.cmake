@@ -69,17 +69,28 @@ function(kvrpc_find_googletest)
   endif()
 endfunction()
 
-# kvrpc_unit_tests(NAME): tests/unit/NAME as one GoogleTest program over kvrpc_NAME. ctest runs it in
-# two halves, so that two processors are busy and a test still costs no process of its own.
+# kvrpc_unit_tests(NAME): tests/unit/NAME as one GoogleTest program over kvrpc_NAME.
 function(kvrpc_unit_tests name)
-  kvrpc_sources(sources ${CMAKE_SOURCE_DIR}/tests/unit/${name})
+  kvrpc_test_program(${name} unit/${name} kvrpc_${name})
+endfunction()
+
+# kvrpc_regression_tests(): tests/regression/*.cpp as one program over everything but the module.
+function(kvrpc_regression_tests)
+  kvrpc_test_program(regression regression kvrpc_bridge kvrpc_directory)
+endfunction()
+
+# kvrpc_test_program(NAME DIRECTORY LIBRARY...): tests/DIRECTORY as the GoogleTest program NAME_test.
+# ctest runs it in two halves, so that two processors are busy and a test still costs no process of its
+# own.
+function(kvrpc_test_program name directory)
+  kvrpc_sources(sources ${CMAKE_SOURCE_DIR}/tests/${directory})
   if(NOT sources)
     return()
   endif()
   kvrpc_find_googletest()
   add_executable(${name}_test ${sources} ${CMAKE_SOURCE_DIR}/tests/unit/support/failing_heap.cpp)
   target_include_directories(${name}_test PRIVATE ${CMAKE_SOURCE_DIR}/tests/unit)
-  target_link_libraries(${name}_test PRIVATE kvrpc_${name} kvrpc_flags GTest::gtest_main)
+  target_link_libraries(${name}_test PRIVATE ${ARGN} kvrpc_flags GTest::gtest_main)
   target_link_options(${name}_test PRIVATE ${KVRPC_WRAPPED_HEAP})
   target_precompile_headers(${name}_test PRIVATE <gtest/gtest.h> <string> <vector>)  # half the time
   target_compile_definitions(${name}_test PRIVATE

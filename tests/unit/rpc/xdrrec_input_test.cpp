@@ -134,25 +134,37 @@ TEST(XdrrecInput, AdjustsItsBufferSize) {
   }
 }
 
-TEST(XdrrecInput, BytesTakenBeforeAFailureStillCountAsUnread) {
-  // Ten of the twenty bytes arrive and are taken; the next skip drops twenty all the same.
+TEST(XdrrecInput, BytesTakenBeforeAFailureCountAsConsumed) {
+  // Ten of the twenty bytes arrive and are taken, so the next skip drops the other ten.
   reading stream(header(20, true) + bytes(10, 'x'));
   EXPECT_EQ(xdrrec_skiprecord(&stream.xdrs), TRUE);
   bytes data(20);
   EXPECT_EQ(XDR_GETBYTES(&stream.xdrs, data.data(), 20), FALSE);
-  stream.give(bytes(20, 'y') + fragment(hex("00 00 00 07"), true));
+  stream.give(bytes(10, 'y') + fragment(hex("00 00 00 07"), true));
   EXPECT_EQ(xdrrec_skiprecord(&stream.xdrs), TRUE);
   EXPECT_EQ(stream.unit(), 7);
 }
 
-TEST(XdrrecInput, ASkipThatFailedStartsOver) {
+TEST(XdrrecInput, ASkipThatFailedGoesOnWhereItStopped) {
   reading stream(header(20, true) + bytes(10, 'x'));
   EXPECT_EQ(xdrrec_skiprecord(&stream.xdrs), TRUE);
   EXPECT_EQ(stream.take(4), bytes(4, 'x'));
   EXPECT_EQ(xdrrec_skiprecord(&stream.xdrs), FALSE);
-  stream.give(bytes(16, 'y') + fragment(hex("00 00 00 07"), true));
+  stream.give(bytes(10, 'y') + fragment(hex("00 00 00 07"), true));
   EXPECT_EQ(xdrrec_skiprecord(&stream.xdrs), TRUE);
   EXPECT_EQ(stream.unit(), 7);
+}
+
+TEST(XdrrecInput, AHeaderThatArrivesInPartsBetweenFailuresIsPutTogether) {
+  reading stream(fragment(hex("00 00 00 01"), false) + hex("80 00"));
+  EXPECT_EQ(xdrrec_skiprecord(&stream.xdrs), TRUE);
+  EXPECT_EQ(stream.unit(), 1);
+  EXPECT_EQ(stream.no_unit(), FALSE);
+  stream.give(hex("00"));
+  EXPECT_EQ(stream.no_unit(), FALSE);
+  stream.give(hex("04 00 00 00 02"));
+  EXPECT_EQ(stream.unit(), 2);
+  EXPECT_EQ(stream.no_unit(), FALSE);
 }
 
 TEST(XdrrecInput, AZeroFromTheInputFunctionIsAFailure) {
