@@ -3,7 +3,8 @@
 add_library(kvrpc_flags INTERFACE)
 target_include_directories(kvrpc_flags INTERFACE ${CMAKE_SOURCE_DIR}/src)
 target_compile_options(kvrpc_flags INTERFACE
-  -Wall -Wextra -Wconversion -Wshadow -Werror -fno-exceptions -fno-rtti)
+  -Wall -Wextra -Wconversion -Wshadow -Werror -fno-exceptions -fno-rtti
+  -fdata-sections)  # so that the module can leave out the tables that only kvrpc-schema reads
 if(KVRPC_SANITIZE)
   target_compile_options(kvrpc_flags INTERFACE
     -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
@@ -137,6 +138,7 @@ function(kvrpc_module)
   target_link_libraries(kvrpc PRIVATE kvrpc_bridge kvrpc_directory kvrpc_flags kvrpc_python)
   set_target_properties(kvrpc PROPERTIES PREFIX "" SUFFIX "${KVRPC_SUFFIX}"
     LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+  target_link_options(kvrpc PRIVATE -Wl,--gc-sections)
   configure_file(${CMAKE_SOURCE_DIR}/python/kvrpc-stubs/__init__.pyi ${CMAKE_BINARY_DIR}/lib/kvrpc.pyi COPYONLY)
   if(NOT KVRPC_SANITIZE)
     target_link_options(kvrpc PRIVATE -Wl,--exclude-libs,ALL)

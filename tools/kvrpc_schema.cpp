@@ -8,8 +8,16 @@
 //        {"number":N,"name":...,"argument":TYPE,"result":TYPE}, ...]}, ...],
 //    "records":{NAME:{"kind":"structure","fields":[{"key":...,"type":TYPE}, ...]},
 //               NAME:{"kind":"union","discriminant":...,"fields":[
-//                        {"key":...,"type":TYPE,"value":N}, ...]}}}
+//                        {"key":...,"type":TYPE,"value":N}, ...]}},
+//    "meanings":{"procedures":{NAME:{NOTE,"see":[NAME, ...]}, ...},
+//                "keys":{KEY:{NOTE}, ...},
+//                "fields":{"RECORD.KEY":{NOTE}, ...},    where one key says different things
+//                "records":{NAME:{NOTE}, ...},           where it does not follow from the tables
+//                "groups":[{"name":...,"note":...,"start":[NAME, ...],
+//                           "procedures":[NAME, ...]}, ...],
+//                "later_forms":[{"earlier":NAME,"later":NAME,"adds":...}, ...]}}
 //
+//   NOTE  "note":...,"basis":"stated", "name" or "unknown"
 //   TYPE  {"kind":...}, with "count" where the kind has one, "record" where it leads to a record
 //         (its own for list_next), "item" (a TYPE) for a vector
 //
@@ -21,6 +29,7 @@
 
 #include "directory/directory.h"
 #include "rpc/port_lookup.h"
+#include "schema/notes.h"
 #include "schema/reachable.h"
 #include "schema/types.h"
 
@@ -126,6 +135,120 @@ void print_records() {
   std::printf("}");
 }
 
+// "names" are separated by blanks.
+void print_names(const char* key, const char* names) {
+  std::printf(",\"%s\":[", key);
+  bool first = true;
+  while (*names != '\0') {
+    const int size = static_cast<int>(std::strcspn(names, " "));
+    std::printf("%s\"%.*s\"", first ? "" : ",", size, names);
+    first = false;
+    names += size;
+    names += std::strspn(names, " ");
+  }
+  std::printf("]");
+}
+
+const char* basis_name(note_basis basis) {
+  switch (basis) {
+    case note_basis::stated:
+      return "stated";
+    case note_basis::name:
+      return "name";
+    case note_basis::unknown:
+      return "unknown";
+  }
+  return "";
+}
+
+void print_note(const note& note) {
+  std::printf("\"note\":\"%s\",\"basis\":\"%s\"", note.text, basis_name(note.basis));
+}
+
+void print_procedure_notes() {
+  bool first = true;
+  std::printf("\"procedures\":{");
+  for (const program_table& program : programs) {
+    for (std::uint32_t family = 0; family < program.family_count; ++family) {
+      const procedure_list& list = *program.families[family];
+      for (std::uint32_t i = 0; i < list.count; ++i) {
+        const note* note = find_note(list.rows[i].name);
+        if (note == nullptr) continue;
+        begin_member(first, "    ");
+        std::printf("\"%s\":{", list.rows[i].name);
+        print_note(*note);
+        print_names("see", note->see);
+        std::printf("}");
+      }
+    }
+  }
+  std::printf("}");
+}
+
+// The notes of keys: those of every record, or those of one.
+void print_key_notes(const char* title, bool of_one_record) {
+  bool first = true;
+  std::printf(",\n  \"%s\":{", title);
+  for (std::uint32_t i = 0; i < key_notes.count; ++i) {
+    const key_note& row = key_notes.rows[i];
+    if ((row.record[0] != '\0') != of_one_record) continue;
+    begin_member(first, "    ");
+    std::printf("\"%s%s%s\":{", row.record, of_one_record ? "." : "", row.key);
+    print_note(row.meaning);
+    std::printf("}");
+  }
+  std::printf("}");
+}
+
+void print_record_notes() {
+  bool first = true;
+  std::printf(",\n  \"records\":{");
+  for (std::uint32_t i = 0; i < record_notes.count; ++i) {
+    begin_member(first, "    ");
+    std::printf("\"%s\":{", record_notes.rows[i].record);
+    print_note(record_notes.rows[i].meaning);
+    std::printf("}");
+  }
+  std::printf("}");
+}
+
+void print_groups() {
+  bool first = true;
+  std::printf(",\n  \"groups\":[");
+  for (std::uint32_t i = 0; i < procedure_groups.count; ++i) {
+    const procedure_group& group = procedure_groups.rows[i];
+    begin_member(first, "    ");
+    std::printf("{\"name\":\"%s\",\"note\":\"%s\"", group.name, group.text);
+    print_names("start", group.start);
+    print_names("procedures", group.procedures);
+    std::printf("}");
+  }
+  std::printf("]");
+}
+
+void print_later_forms() {
+  bool first = true;
+  std::printf(",\n  \"later_forms\":[");
+  for (std::uint32_t i = 0; i < later_forms.count; ++i) {
+    const later_form& row = later_forms.rows[i];
+    begin_member(first, "    ");
+    std::printf("{\"earlier\":\"%s\",\"later\":\"%s\",\"adds\":\"%s\"}", row.earlier, row.later,
+                row.adds);
+  }
+  std::printf("]");
+}
+
+void print_meanings() {
+  std::printf("\"meanings\":{\n  ");
+  print_procedure_notes();
+  print_key_notes("keys", false);
+  print_key_notes("fields", true);
+  print_record_notes();
+  print_groups();
+  print_later_forms();
+  std::printf("}");
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -140,6 +263,8 @@ int main(int argc, char** argv) {
   print_programs();
   std::printf(",\n");
   print_records();
+  std::printf(",\n");
+  print_meanings();
   std::printf("}\n");
   return std::ferror(stdout) != 0 || std::fclose(stdout) != 0 ? 1 : 0;
 }

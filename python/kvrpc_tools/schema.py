@@ -103,6 +103,7 @@ class Schema:
             procedure.name: procedure
             for server in self.servers.values() for procedure in server.procedures.values()
         }
+        self.meanings: Dict[str, Any] = document.get("meanings", {})  # see meanings.py
 
     def reachable(self, wire: WireType) -> Set[str]:
         """Returns the names of all records that a value of this type can hold."""

@@ -4,6 +4,7 @@
 // All lists are constant data, there before any code runs.
 #pragma once
 
+#include "schema/notes.h"
 #include "schema/types.h"
 
 namespace kvrpc::schema {
@@ -22,5 +23,21 @@ extern const procedure_list omega_lines;
 extern const procedure_list sigma_pages;
 extern const procedure_list theta_jobs;
 extern const procedure_list theta_transmission;
+
+// The same with their notes; see notes.h.
+extern const noted_list alpha_sessions_notes;
+extern const noted_list alpha_documents_notes;
+extern const noted_list alpha_jobs_notes;
+extern const noted_list alpha_directories_notes;
+extern const noted_list alpha_notifications_notes;
+extern const noted_list alpha_users_notes;
+extern const noted_list alpha_services_notes;
+extern const noted_list lambda_processes_notes;
+extern const noted_list nue_procedures_notes;
+extern const noted_list omega_users_notes;
+extern const noted_list omega_lines_notes;
+extern const noted_list sigma_pages_notes;
+extern const noted_list theta_jobs_notes;
+extern const noted_list theta_transmission_notes;
 
 }  // namespace kvrpc::schema

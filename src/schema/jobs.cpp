@@ -1,6 +1,7 @@
 // Send and receive jobs: creating, changing, reading and ending send jobs, reading receive records.
 // The `_new` forms carry unions that select the short or the long form of a record.
 #include "schema/families.h"
+#include "schema/notes.h"
 #include "schema/shared_records.h"
 
 namespace kvrpc::schema {
@@ -285,35 +286,75 @@ constexpr choice put_s_stat_new_arg{"put_s_stat_new_arg", "selection", {
     {1, "v1", inline_(put_s_stat_new_arg_v1)},
 }};
 
-constexpr procedure alpha_rows[] = {
+constexpr noted_procedure alpha_noted[] = {
     //     name                    argument                       result
-    {  17, "a_get_e_rec_1",        inline_(get_e_rec_arg),        inline_(get_e_rec_res)},
-    {  19, "a_get_s_rec_1",        inline_(get_s_rec_arg),        inline_(s_rec)},
-    {  25, "a_sende_1",            inline_(sende_arg),            long_},
-    {  36, "a_cancel_s_1",         inline_(cancel_s_arg),         bool_},
-    {  37, "a_restart_s_1",        inline_(restart_s_arg),        bool_},
-    {  54, "a_cha_s_rec_1",        inline_(cha_s_rec_arg),        bool_},
-    { 132, "a_send_new_1",         inline_(send_new_arg),         inline_(send_new_res)},
-    { 137, "a_get_s_rec_new_1",    inline_(get_s_rec_new_arg),    inline_(get_s_rec_new_res)},
-    { 138, "a_cha_s_rec_new_1",    inline_(cha_s_rec_new_arg),    short_},
-    { 139, "a_get_s_rec_new_ll_1", inline_(get_s_rec_new_ll_arg), inline_(get_s_rec_new_ll_res)},
-    { 140, "a_dump_job_list_1",    long_,                         nothing},
-    { 141, "a_get_e_rec_new_1",    inline_(get_e_rec_arg),        inline_(get_e_rec_new_res)},
-    { 142, "a_get_e_rec_new_ll_1", inline_(get_eb_arg),           inline_(get_e_rec_new_ll_res)},
-    {1004, "a_put_s_stat_1",       inline_(put_s_stat_arg),       bool_},
-    {1008, "a_get_nue_nr_1",       nothing,                       inline_(get_nue_nr_res)},
-    {1009, "a_get_sendjob_ll_1",   inline_(get_sendjob_ll_arg),   inline_(get_sendjob_ll_res)},
-    {1010, "a_put_s_stat_new_1",   inline_(put_s_stat_new_arg),   short_},
+    {{  17, "a_get_e_rec_1",        inline_(get_e_rec_arg),        inline_(get_e_rec_res)},
+        stated("Reads one receive record by userid and faxid; older form.",
+            "a_get_e_rec_new_1 a_get_e_1 a_get_eb_1")},
+    {{  19, "a_get_s_rec_1",        inline_(get_s_rec_arg),        inline_(s_rec)},
+        stated("Reads one send record by userid and faxid; older form.",
+            "a_get_s_rec_new_1 a_cha_s_rec_1 a_get_s_1")},
+    {{  25, "a_sende_1",            inline_(sende_arg),            long_},
+        stated("Creates a send job from the document poolfaxid; older form.",
+            "a_send_new_1 a_cancel_s_1 a_get_s_rec_1")},
+    {{  36, "a_cancel_s_1",         inline_(cancel_s_arg),         bool_},
+        stated("Cancels a send job.",
+            "a_restart_s_1 a_send_new_1")},
+    {{  37, "a_restart_s_1",        inline_(restart_s_arg),        bool_},
+        stated("Restarts a send job.",
+            "a_cancel_s_1 a_send_new_1")},
+    {{  54, "a_cha_s_rec_1",        inline_(cha_s_rec_arg),        bool_},
+        stated("Changes a send record: priority, comment, planned time, repeats; older form.",
+            "a_cha_s_rec_new_1 a_get_s_rec_1")},
+    {{ 132, "a_send_new_1",         inline_(send_new_arg),         inline_(send_new_res)},
+        stated("Creates a send job from the document poolfaxid; returns its faxid and errcode.",
+            "a_sende_1 a_cancel_s_1 a_get_s_rec_new_1")},
+    {{ 137, "a_get_s_rec_new_1",    inline_(get_s_rec_new_arg),    inline_(get_s_rec_new_res)},
+        stated("Reads one send record by userid and faxid, in its short or its long form.",
+            "a_get_s_rec_1 a_cha_s_rec_new_1 a_get_s_rec_new_ll_1")},
+    {{ 138, "a_cha_s_rec_new_1",    inline_(cha_s_rec_new_arg),    short_},
+        stated("Changes a send record as a_cha_s_rec_1 does, and its timeout.",
+            "a_cha_s_rec_1 a_get_s_rec_new_1")},
+    {{ 139, "a_get_s_rec_new_ll_1", inline_(get_s_rec_new_ll_arg), inline_(get_s_rec_new_ll_res)},
+        stated("Lists a session's send records in the newer form, in blocks (pos, anz).",
+            "a_get_s_1 a_get_sb_1 a_get_s_rec_new_1")},
+    {{ 140, "a_dump_job_list_1",    long_,                         nothing},
+        from_name("Dumps the job list; the meaning of its number is not known.",
+            "a_get_sendjob_ll_1")},
+    {{ 141, "a_get_e_rec_new_1",    inline_(get_e_rec_arg),        inline_(get_e_rec_new_res)},
+        stated("Reads one receive record by userid and faxid; newer form, longer lineid.",
+            "a_get_e_rec_1 a_get_e_rec_new_ll_1")},
+    {{ 142, "a_get_e_rec_new_ll_1", inline_(get_eb_arg),           inline_(get_e_rec_new_ll_res)},
+        stated("Lists a session's receive records in the newer form, in blocks (pos, anz).",
+            "a_get_e_1 a_get_eb_1 a_get_e_rec_new_1")},
+    {{1004, "a_put_s_stat_1",       inline_(put_s_stat_arg),       bool_},
+        from_name("Writes the status of a send job: times, pages done, errors; older form.",
+            "a_put_s_stat_new_1 a_get_sendjob_ll_1 a_get_s_rec_1")},
+    {{1008, "a_get_nue_nr_1",       nothing,                       inline_(get_nue_nr_res)},
+        from_name("Reads a number of the server nue (nue_nr), with errcode.",
+            "n_get_nr_1")},
+    {{1009, "a_get_sendjob_ll_1",   inline_(get_sendjob_ll_arg),   inline_(get_sendjob_ll_res)},
+        from_name("Lists send jobs by nettype, request, action and line.",
+            "t_get_sendjob_ll_1 a_put_s_stat_new_1 a_put_s_stat_1")},
+    {{1010, "a_put_s_stat_new_1",   inline_(put_s_stat_new_arg),   short_},
+        from_name("Writes the status of a send job, with charges and an error text.",
+            "a_put_s_stat_1 a_get_sendjob_ll_1 a_get_s_rec_new_1")},
 };
 
-constexpr procedure theta_rows[] = {
+constexpr noted_procedure theta_noted[] = {
     //   name                  argument                     result
-    {15, "t_get_sendjob_ll_1", inline_(get_sendjob_ll_arg), inline_(get_sendjob_ll_res)},
+    {{15, "t_get_sendjob_ll_1", inline_(get_sendjob_ll_arg), inline_(get_sendjob_ll_res)},
+        from_name("Lists send jobs; same argument and result as a_get_sendjob_ll_1.",
+            "a_get_sendjob_ll_1")},
 };
 
 // clang-format on
 
-constexpr procedure_list alpha_jobs = list_of(alpha_rows);
-constexpr procedure_list theta_jobs = list_of(theta_rows);
+constexpr auto alpha_rows = without_notes(alpha_noted);
+constexpr procedure_list alpha_jobs = list_of(alpha_rows.rows);
+constexpr noted_list alpha_jobs_notes = notes_of(alpha_noted);
+constexpr auto theta_rows = without_notes(theta_noted);
+constexpr procedure_list theta_jobs = list_of(theta_rows.rows);
+constexpr noted_list theta_jobs_notes = notes_of(theta_noted);
 
 }  // namespace kvrpc::schema

@@ -1,5 +1,6 @@
 // Notifications: registering and ending the interest in an event. Nothing here brings one back.
 #include "schema/families.h"
+#include "schema/notes.h"
 
 namespace kvrpc::schema {
 
@@ -48,14 +49,20 @@ constexpr structure unsubscribe_arg{"unsubscribe_arg", {
     {"trigger",    inline_(subscribe_arg_trigger)},
 }};
 
-constexpr procedure alpha_rows[] = {
+constexpr noted_procedure alpha_noted[] = {
     //    name               argument                  result
-    {114, "a_subscribe_1",   inline_(subscribe_arg),   short_},
-    {115, "a_unsubscribe_1", inline_(unsubscribe_arg), short_},
+    {{114, "a_subscribe_1",   inline_(subscribe_arg),   short_},
+        stated("Registers a login to be told of changes; trigger names the event.",
+            "a_unsubscribe_1")},
+    {{115, "a_unsubscribe_1", inline_(unsubscribe_arg), short_},
+        stated("Ends the interest that a_subscribe_1 registered: one trigger, or all.",
+            "a_subscribe_1")},
 };
 
 // clang-format on
 
-constexpr procedure_list alpha_notifications = list_of(alpha_rows);
+constexpr auto alpha_rows = without_notes(alpha_noted);
+constexpr procedure_list alpha_notifications = list_of(alpha_rows.rows);
+constexpr noted_list alpha_notifications_notes = notes_of(alpha_noted);
 
 }  // namespace kvrpc::schema
