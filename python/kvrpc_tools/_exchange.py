@@ -16,10 +16,12 @@ from __future__ import annotations
 
 import os
 import traceback
-from typing import Any, Generator, Optional, Protocol, Tuple
+from typing import Generator, Optional, Tuple
 
 import kvrpc
-from kvrpc_tools import _worker_process as wire
+
+from . import _worker_process as wire
+from .transport import Verifier
 
 # What leads a client to a server. The worker gets these as they are just before a request.
 VARIABLES = ("ALPHAHOST", "OMEGAHOST", "LOCALHOST", "ZOLMHOST", "KORVEXRPCOFFSET", "RPCTRANSPORT",
@@ -28,13 +30,6 @@ VARIABLES = ("ALPHAHOST", "OMEGAHOST", "LOCALHOST", "ZOLMHOST", "KORVEXRPCOFFSET
 Frame = Tuple[bytes, bytes]
 Exchange = Generator[Frame, Frame, Frame]
 Settings = Tuple[Optional[str], ...]
-
-
-class Verifier(Protocol):
-    """What decides before each call whether it may be made."""
-
-    def verify_call(self, name: str) -> Any:
-        """Returns 0 or False to refuse the call of the procedure `name`."""
 
 
 def settings() -> Settings:

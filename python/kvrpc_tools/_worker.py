@@ -19,8 +19,9 @@ import weakref
 from typing import Iterator, Tuple
 
 import kvrpc
-from kvrpc_tools import _exchange
-from kvrpc_tools import _worker_process as wire
+
+from . import _exchange
+from . import _worker_process as wire
 
 _EXIT_SECONDS = 1.0
 
@@ -136,7 +137,7 @@ def _started(theirs: socket.socket) -> "subprocess.Popen[bytes]":
 
 if sys.platform == "win32":
     def _started_on_windows(theirs: socket.socket) -> "subprocess.Popen[bytes]":
-        from kvrpc_tools import _windows_job
+        from . import _windows_job
 
         process = subprocess.Popen(_command(), stdin=subprocess.PIPE, stdout=subprocess.DEVNULL,
                                    creationflags=subprocess.CREATE_NO_WINDOW)

@@ -9,11 +9,12 @@ import sys
 import threading
 from typing import Callable, Iterator, Optional, TypeVar
 
-from kvrpc_tools import _exchange
-from kvrpc_tools import _worker_process as wire
-from kvrpc_tools._exchange import Exchange, Frame, Verifier
-from kvrpc_tools._time_limit import TimeLimit
-from kvrpc_tools._worker import Worker
+from . import _exchange
+from . import _worker_process as wire
+from ._exchange import Exchange, Frame
+from ._time_limit import TimeLimit
+from ._worker import Worker
+from .transport import Verifier
 
 Argument = TypeVar("Argument")
 Result = TypeVar("Result")

@@ -15,6 +15,7 @@ from types import TracebackType
 from typing import Any, ClassVar, Optional, Type, TypeVar
 
 from .conversion import Conversion, conversion
+from .deadline import TimedTransport
 from .procedures import (
     AlphaProcedures,
     LambdaProcedures,
@@ -23,7 +24,7 @@ from .procedures import (
     SigmaProcedures,
     ThetaProcedures,
 )
-from .transport import Allow, ModuleTransport, Transport, Verifier
+from .transport import Allow, Transport, Verifier
 
 C = TypeVar("C", bound="Client")
 
@@ -34,40 +35,48 @@ class Client:
     `host` is a host name or an IPv4 address; without one the environment decides. `verifier` is
     asked before each call. `check=False` turns the checks of arguments off. `transport` replaces
     the connection of the module. Raises ConnectError if there is no connection.
+
+    `timeout` seconds end the connecting and each call with TimeoutError; a call's own `timeout` is
+    used instead if it has one. `deadline` says what that costs.
     """
 
     server: ClassVar[str]
 
     def __init__(self, host: Optional[str] = None, *, verifier: Optional[Verifier] = None,
-                 check: bool = True, transport: Optional[Transport] = None) -> None:
+                 check: bool = True, timeout: Optional[float] = None,
+                 transport: Optional[Transport] = None) -> None:
         self.host = host
+        self.timeout = timeout
         self._verifier: Verifier = verifier or Allow()
         self._check = check
-        self._transport: Transport = transport or ModuleTransport(self.server, host)
+        self._transport: Transport = transport or TimedTransport(self.server, host, timeout)
 
-    def call(self, name: str, argument: Any = None, *, raw: bool = False) -> Any:
+    def call(self, name: str, argument: Any = None, *, raw: bool = False,
+             timeout: Optional[float] = None) -> Any:
         """Calls the procedure `name`, for names that come from elsewhere. Returns its result.
 
-        With `raw`, lists come as the nested nodes of the wire.
+        With `raw`, lists come as the nested nodes of the wire. `timeout` seconds end the call with
+        TimeoutError.
         """
-        return self._run(conversion(self.server, name), argument, raw)
+        return self._run(conversion(self.server, name), argument, raw, timeout)
 
     def close(self) -> None:
         """Closes the connection. The next call connects again."""
         self._transport.close()
 
-    def _run(self, way: Conversion, argument: Any, raw: bool) -> Any:
+    def _run(self, way: Conversion, argument: Any, raw: bool, timeout: Optional[float]) -> Any:
         """Runs one call: everything that a call does passes here.
 
-        The two seams: `_exchange` carries the text, so deadlines belong there; before and after it
-        is where a call can be observed.
+        The seam `_exchange` carries the text. Before and after it a call can be observed.
         """
         text = way.call_text(argument, self._check)
-        reply = self._exchange(way, text)
+        reply = self._exchange(way, text, self.timeout if timeout is None else timeout)
         return way.result(reply, raw)
 
-    def _exchange(self, way: Conversion, text: str) -> bytes:
-        return self._transport.call(text, self._verifier)
+    def _exchange(self, way: Conversion, text: str, timeout: Optional[float]) -> bytes:
+        if timeout is None:
+            return self._transport.call(text, self._verifier)
+        return self._transport.call(text, self._verifier, timeout)
 
     def __enter__(self: C) -> C:
         return self

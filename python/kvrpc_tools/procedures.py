@@ -5,21 +5,22 @@ The types of the methods are in procedures.pyi, which the build writes from the 
 
 from __future__ import annotations
 
-from typing import Any, Callable
+from typing import Any, Callable, Optional
 
 from .conversion import conversion
 from .schema import Procedure, own
 
 
 def _without_argument(procedure: Procedure) -> Callable[..., Any]:
-    def method(self: Any, *, raw: bool = False) -> Any:
-        return self._run(conversion(procedure.server, procedure.name), None, raw)
+    def method(self: Any, *, raw: bool = False, timeout: Optional[float] = None) -> Any:
+        return self._run(conversion(procedure.server, procedure.name), None, raw, timeout)
     return method
 
 
 def _with_argument(procedure: Procedure) -> Callable[..., Any]:
-    def method(self: Any, argument: Any, *, raw: bool = False) -> Any:
-        return self._run(conversion(procedure.server, procedure.name), argument, raw)
+    def method(self: Any, argument: Any, *, raw: bool = False,
+               timeout: Optional[float] = None) -> Any:
+        return self._run(conversion(procedure.server, procedure.name), argument, raw, timeout)
     return method
 
 

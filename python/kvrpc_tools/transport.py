@@ -23,10 +23,11 @@ class Verifier(Protocol):
 class Transport(Protocol):
     """A connection to one server."""
 
-    def call(self, text: str, verifier: Verifier) -> bytes:
+    def call(self, text: str, verifier: Verifier, timeout: Optional[float] = None) -> bytes:
         """Carries a call text to the server. Returns the reply text.
 
-        Raises ConnectError if the connection is lost and cannot be made anew.
+        Raises ConnectError if the connection is lost and cannot be made anew, and TimeoutError if
+        the call takes more than `timeout` seconds.
         """
 
     def close(self) -> None:
@@ -53,20 +54,22 @@ class ModuleTransport:
         try:
             self._client = kvrpc.RpcClient(server, host)
         except kvrpc.ClntCreateError as error:
-            raise self._connect_error(error) from None
+            raise connect_error(self._server, self._host, error.message) from None
 
     def call(self, text: str, verifier: Verifier) -> bytes:
         """Carries a call text to the server. Returns the reply text."""
         try:
             return self._client.call(text, verifier)
         except kvrpc.ClntCreateError as error:
-            raise self._connect_error(error) from None
+            raise connect_error(self._server, self._host, error.message) from None
 
     def close(self) -> None:
         """Closes the connection. The next call connects again."""
         self._client.close()
 
-    def _connect_error(self, error: kvrpc.ClntCreateError) -> ConnectError:
-        place = locate(self._server, self._host)
-        return ConnectError(error.message, self._server, place.host, place.port, place.transport,
-                            place.advice(error.message))
+
+def connect_error(server: str, host: Optional[str], message: str) -> ConnectError:
+    """Returns the exception for a failed connection, of which the module says `message`."""
+    place = locate(server, host)
+    return ConnectError(message, server, place.host, place.port, place.transport,
+                        place.advice(message))
