@@ -51,11 +51,15 @@ std::int32_t readtcp(void* tcp_handle, char* bytes, std::int32_t length) {
   return got > 0 ? got : io_failed(ct, RPC_CANTRECV, RPC_ECONNRESET);
 }
 
+// Returns the number of bytes that left, which is smaller than `length` after a failure.
 std::int32_t writetcp(void* tcp_handle, char* bytes, std::int32_t length) {
   auto* ct = static_cast<ct_data*>(tcp_handle);
   for (std::int32_t sent = 0; sent < length;) {
     const std::int32_t part = rpc_socket_send(ct->ct_sock, bytes + sent, length - sent);
-    if (part < 0) return io_failed(ct, RPC_CANTSEND, rpc_socket_errno());
+    if (part < 0) {
+      io_failed(ct, RPC_CANTSEND, rpc_socket_errno());
+      return sent;
+    }
     sent += part;
   }
   return length;
@@ -223,6 +227,7 @@ CLIENT* clnttcp_create(rpc_address* address, std::uint32_t program, std::uint32_
   ct->ct_mpos = CALL_HEADER_SIZE;
   xdrrec_create(&ct->ct_xdrs, send_size, receive_size == 0 ? fast_receive_size : receive_size, ct,
                 readtcp, writetcp);
+  xdrrec_hold_output(&ct->ct_xdrs);
   return clnt;
 }
 

@@ -32,6 +32,7 @@ char* xdrrec_inline(XDR* xdrs, std::int32_t length) {
 
 void xdrrec_destroy(XDR* xdrs) {
   RECSTREAM* stream = stream_of(xdrs);
+  release_output(stream);
   std::free(stream->the_buffer);
   std::free(stream);
 }

@@ -1,6 +1,8 @@
-// Output of a record stream: records are cut into fragments of the buffer's size.
+// Output of a record stream: records are cut into fragments, and full buffers either leave or wait
+// for the end of their record. xdrrec_stream.h draws the memory.
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 #include "rpc/xdrrec_stream.h"
@@ -9,22 +11,99 @@ namespace kvrpc {
 
 namespace {
 
+// What one call of the output function can take, and so what can wait.
+constexpr std::size_t largest_send = 0x7FFFFFFC;
+constexpr std::size_t smallest_held_block = std::size_t{64} << 10;
+// A block of this size is kept for the next record: fresh pages cost more than what is written to
+// them. A larger one is released when its bytes have left.
+constexpr std::size_t kept_block = std::size_t{1} << 20;
+
 void put_header(RECSTREAM* stream, std::uint32_t last) {
   const auto length =
       static_cast<std::uint32_t>(stream->out_finger - stream->frag_header) - fragment_header_size;
   xdr_store_unit(stream->frag_header, length | last);
 }
 
-bool_t flush_out(RECSTREAM* stream, bool_t end_of_record) {
-  put_header(stream, end_of_record ? LAST_FRAG : 0);
-  const auto length = static_cast<std::int32_t>(stream->out_finger - stream->out_base);
-  if (stream->writeit(stream->tcp_handle, stream->out_base, length) != length) return FALSE;
-  stream->frag_header = stream->out_base;
-  stream->out_finger = stream->out_base + fragment_header_size;
-  return TRUE;
+// Begins a fragment at the start of the buffer.
+void start_buffer(RECSTREAM* stream, char* base) {
+  stream->out_base = base;
+  stream->out_boundry = base + stream->sendsize;
+  stream->frag_header = base;
+  stream->out_finger = base + fragment_header_size;
 }
 
-// The buffer is full in the middle of a record.
+// Empties the output after all of it has left.
+void restart(RECSTREAM* stream) {
+  if (stream->held_room > kept_block) release_output(stream);
+  stream->out_start = stream->held_block != nullptr ? stream->held_block : stream->the_buffer;
+  start_buffer(stream, stream->out_start);
+}
+
+// Moves the `used` bytes of output to a block with room for `needed`. Returns false without memory,
+// and then leaves everything as it was.
+bool grow(RECSTREAM* stream, std::size_t used, std::size_t needed) {
+  if (needed > largest_send) return false;
+  const std::size_t room = std::max(std::min(2 * needed, largest_send), smallest_held_block);
+  auto* const block = static_cast<char*>(std::realloc(stream->held_block, room));
+  if (block == nullptr) return false;
+  if (stream->held_block == nullptr) std::memcpy(block, stream->out_start, used);
+  stream->held_block = stream->out_start = block;
+  stream->held_room = room;
+  return true;
+}
+
+// Lets the full buffer wait and begins the next one after it. Returns false if the buffer has to
+// leave now: the stream does not hold its output, there is no memory, or up to three bytes of the
+// buffer are unused (keep_unsent counts whole buffers).
+bool hold_buffer(RECSTREAM* stream) {
+  if (!stream->holding || stream->out_finger != stream->out_boundry) return false;
+  const auto used = static_cast<std::size_t>(stream->out_finger - stream->out_start);
+  const std::size_t needed = used + stream->sendsize;
+  const std::size_t room = stream->held_block != nullptr ? stream->held_room : stream->sendsize;
+  if (needed > room && !grow(stream, used, needed)) return false;
+  start_buffer(stream, stream->out_start + used);
+  return true;
+}
+
+// Returns the header of the last fragment that begins in [at, end).
+char* last_header(char* at, const char* end) {
+  for (;;) {
+    char* const next = at + fragment_header_size + (xdr_load_unit(at) & ~LAST_FRAG);
+    if (next >= end) return at;
+    at = next;
+  }
+}
+
+// Leaves the stream as if each buffer had been sent when it was full, and the one that contains
+// byte number `sent` had failed: buffers before it are gone, and so are those after it, because
+// they would not have been written. If the buffer is a full one, sets frag_sent.
+void keep_unsent(RECSTREAM* stream, std::size_t sent) {
+  const auto waiting = static_cast<std::size_t>(stream->out_base - stream->out_start);
+  const std::size_t from = std::min(sent / stream->sendsize * stream->sendsize, waiting);
+  if (from < waiting) stream->frag_sent = TRUE;
+  const char* const end =
+      from < waiting ? stream->out_start + from + stream->sendsize : stream->out_finger;
+  const auto kept = static_cast<std::size_t>(end - (stream->out_start + from));
+  std::memmove(stream->out_start, stream->out_start + from, kept);
+  start_buffer(stream, stream->out_start);
+  stream->out_finger = stream->out_start + kept;
+  stream->frag_header = last_header(stream->out_start, stream->out_finger);
+}
+
+bool_t flush_out(RECSTREAM* stream, bool_t end_of_record) {
+  put_header(stream, end_of_record ? LAST_FRAG : 0);
+  if (!end_of_record && hold_buffer(stream)) return TRUE;
+  const auto length = static_cast<std::int32_t>(stream->out_finger - stream->out_start);
+  const std::int32_t sent = stream->writeit(stream->tcp_handle, stream->out_start, length);
+  if (sent == length) {
+    restart(stream);
+    return TRUE;
+  }
+  keep_unsent(stream, static_cast<std::size_t>(std::max(sent, 0)));
+  return FALSE;
+}
+
+// Ends a fragment because the buffer is full.
 bool_t flush_fragment(RECSTREAM* stream) {
   stream->frag_sent = TRUE;
   return flush_out(stream, FALSE);
@@ -33,11 +112,14 @@ bool_t flush_fragment(RECSTREAM* stream) {
 }  // namespace
 
 void start_output(RECSTREAM* stream) {
-  stream->out_base = stream->the_buffer;
-  stream->out_boundry = stream->out_base + stream->sendsize;
-  stream->frag_header = stream->out_base;
-  stream->out_finger = stream->out_base + fragment_header_size;
+  restart(stream);
   stream->frag_sent = FALSE;
+}
+
+void release_output(RECSTREAM* stream) {
+  std::free(stream->held_block);
+  stream->held_block = nullptr;
+  stream->held_room = 0;
 }
 
 bool_t xdrrec_putlong(XDR* xdrs, const std::int32_t* value) {
@@ -69,12 +151,24 @@ char* inline_output(RECSTREAM* stream, std::int32_t length) {
   return place;
 }
 
+void xdrrec_hold_output(XDR* xdrs) {
+  RECSTREAM* stream = stream_of(xdrs);
+  if (stream != nullptr) stream->holding = TRUE;
+}
+
 bool_t xdrrec_endofrecord(XDR* xdrs, bool_t send_now) {
   RECSTREAM* stream = stream_of(xdrs);
   if (stream == nullptr) return FALSE;
   if (send_now || stream->frag_sent || stream->out_boundry - stream->out_finger <= 4) {
     stream->frag_sent = FALSE;
-    return flush_out(stream, TRUE);
+    if (flush_out(stream, TRUE)) return TRUE;
+    // A buffer that had waited did not leave. Without holding, its writer would have failed and
+    // would have ended the record there, so the record ends there now.
+    if (stream->frag_sent) {
+      stream->frag_sent = FALSE;
+      flush_out(stream, TRUE);
+    }
+    return FALSE;
   }
   put_header(stream, LAST_FRAG);
   stream->frag_header = stream->out_finger;

@@ -1,7 +1,21 @@
 // The private record of a record stream, shared by the three sources of xdrrec.h. Nobody else
 // includes this.
+//
+// Output. `out_base` is the buffer that is being filled; `sendsize` bytes at most fit into it.
+// Normally it leaves when it is full. On a stream that holds its output, a full buffer waits
+// instead, and the next one follows it in memory:
+//
+//   out_start                     out_base       frag_header          out_finger   out_boundry
+//   |  full buffers that wait     |  records, fragments  |  open fragment  |  free      |
+//   |<------ n * sendsize ------->|<------------------- sendsize ----------------------->|
+//
+// 1. out_base == out_start unless full buffers wait.
+// 2. [out_start, out_boundry) lies inside the output block. It is the first part of `the_buffer`
+//    until output is held for the first time, and then a block of its own.
+// 3. The header at `frag_header` is written when the fragment ends; all earlier ones are complete.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "rpc/xdrrec.h"
@@ -20,7 +34,11 @@ struct RECSTREAM {
   char* out_finger;   // next free byte
   char* out_boundry;  // end of the buffer
   char* frag_header;  // where the header of the open fragment goes
-  bool_t frag_sent;   // a fragment of this record left because the buffer was full
+  bool_t frag_sent;   // a buffer became full in the current record
+  bool_t holding;     // full buffers wait for the end of the record
+  char* out_start;    // the first byte that has not left
+  char* held_block;   // the output block once output was held, or null
+  std::size_t held_room;
 
   xdrrec_io readit;
   std::uint32_t in_size;
@@ -43,6 +61,7 @@ inline RECSTREAM* stream_of(XDR* xdrs) {
 
 // Output, in xdrrec_output.cpp.
 void start_output(RECSTREAM* stream);
+void release_output(RECSTREAM* stream);
 bool_t xdrrec_putlong(XDR* xdrs, const std::int32_t* value);
 bool_t xdrrec_putbytes(XDR* xdrs, const char* source, std::uint32_t length);
 char* inline_output(RECSTREAM* stream, std::int32_t length);
