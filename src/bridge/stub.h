@@ -16,7 +16,7 @@ namespace kvrpc {
 constexpr std::int32_t call_timeout_seconds = 25;
 
 // No argument or result record of the interface is larger than this, a NUL behind it included.
-constexpr std::size_t record_room = 8192;
+constexpr std::size_t record_room = 4096;
 
 // Calls `target` with the argument `node` and appends the result's JSON text to `result`. Returns
 // CALL_OK, CALL_CANNOT_ENCODE, CALL_RPC_FAILED or CALL_CANNOT_DECODE; the text counts with CALL_OK

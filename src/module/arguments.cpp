@@ -84,10 +84,15 @@ bool unpack_arguments(const signature& expected, PyObject* arguments, PyObject* 
   return misplaced == nullptr || refuse_keyword(expected, misplaced);
 }
 
-ref encode_utf_8(PyObject* text) {
-  ref encoded(PyObject_CallMethodObjArgs(text, names.encode, names.utf_8, nullptr));
-  if (!encoded || PyBytes_Check(encoded.get())) return encoded;
-  return bytes_of(encoded.get());
+bool encoded_text::evaluate(PyObject* text) {
+  result_ = ref(PyObject_CallMethodObjArgs(text, names.encode, names.utf_8, nullptr));
+  return static_cast<bool>(result_);
+}
+
+bool encoded_text::take() {
+  PyObject* result = result_.get();
+  bytes_ = PyBytes_Check(result) ? ref::borrowed(result) : bytes_of(result);
+  return static_cast<bool>(bytes_);
 }
 
 }  // namespace kvrpc

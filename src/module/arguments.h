@@ -25,8 +25,24 @@ inline PyCFunction with_keywords(PyCFunctionWithKeywords function) {
   return reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(function));
 }
 
-// `text.encode("utf-8")` as a bytes object, so that its bytes end in a NUL and stay as they are;
-// empty with an exception pending when that is not to be had.
-ref encode_utf_8(PyObject* text);
+// The result of `text.encode("utf-8")` and its bytes, ended by a NUL.
+//
+// Encoding and taking the bytes are two steps, because an `encode` of the script may change what an
+// earlier one returned, a bytearray for example: `call` encodes both its texts before it takes the
+// bytes of either.
+class encoded_text {
+ public:
+  // Both steps. Return false with an exception set on failure.
+  bool encode(PyObject* text) { return evaluate(text) && take(); }
+  bool evaluate(PyObject* text);
+  bool take();
+
+  // Null before the bytes are taken. They cannot change: those of a mutable object are a copy.
+  const char* text() const { return bytes_ ? PyBytes_AS_STRING(bytes_.get()) : nullptr; }
+
+ private:
+  ref result_;
+  ref bytes_;  // the result itself, or a copy
+};
 
 }  // namespace kvrpc

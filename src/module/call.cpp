@@ -16,25 +16,28 @@ bool run_method(PyObject* self, PyObject* name) {
   return static_cast<bool>(ref(PyObject_CallMethodObjArgs(self, name, nullptr)));
 }
 
-// One attempt; false with an exception pending when there is no reply to return.
-bool attempt(PyObject* self, PyObject* text, PyObject* verifier, int* status, text_buffer& reply) {
-  auto* client = reinterpret_cast<rpc_client*>(self);
-  if (!run_method(self, names.create)) return false;
-  ref which_bytes = encode_utf_8(client->which);
-  if (!which_bytes) return false;
-  ref text_bytes = encode_utf_8(text);
-  if (!text_bytes) return false;
+// Runs server_call on the client's connection. Returns true with a reply; false without one, with
+// an exception set or not.
+bool run(rpc_client* client, PyObject* text, PyObject* verifier, int* status, text_buffer& reply) {
+  encoded_text which_bytes;
+  encoded_text text_bytes;
+  if (!which_bytes.evaluate(client->which) || !text_bytes.evaluate(text)) return false;
+  if (!which_bytes.take() || !text_bytes.take()) return false;
   running_call call(client, verifier);
-  const bool replied =
-      server_call(call.handle(), PyBytes_AS_STRING(which_bytes.get()),
-                  PyBytes_AS_STRING(text_bytes.get()), status, eval_verify, &call, reply);
+  const bool replied = server_call(call.handle(), which_bytes.text(), text_bytes.text(), status,
+                                   eval_verify, &call, reply);
   // A signal handler of the script may have raised while the call waited; that ends the call.
-  if (PyErr_Occurred()) {
-    call.drop_handle();
-    return false;
-  }
-  if (!replied) PyErr_NoMemory();
-  return replied;
+  if (!PyErr_Occurred()) return replied;
+  call.drop_connection();
+  return false;
+}
+
+// Makes one attempt. Returns false with an exception set if there is no reply.
+bool attempt(PyObject* self, PyObject* text, PyObject* verifier, int* status, text_buffer& reply) {
+  if (!run_method(self, names.create)) return false;
+  if (run(reinterpret_cast<rpc_client*>(self), text, verifier, status, reply)) return true;
+  if (!PyErr_Occurred()) PyErr_NoMemory();
+  return false;
 }
 
 }  // namespace

@@ -2,9 +2,10 @@
 
 #include "directory/directory.h"
 #include "module/arguments.h"
+#include "module/connection.h"
 #include "module/exceptions.h"
 #include "module/names.h"
-#include "module/running_call.h"
+#include "rpc/rpc_os.h"
 
 namespace kvrpc {
 
@@ -14,34 +15,53 @@ rpc_client* client_of(PyObject* self) { return reinterpret_cast<rpc_client*>(sel
 
 // ---- methods
 
-// Whether `host` counts as none; -1 with an exception pending.
+bool is_connected(const rpc_client* client) {
+  return client->conn != nullptr && client->conn->is_open();
+}
+
+// Returns 1 if `host == None`, 0 if not, -1 with an exception set.
 int is_none(PyObject* host) {
   ref equal(PyObject_RichCompare(host, Py_None, Py_EQ));
   return equal ? PyObject_IsTrue(equal.get()) : -1;
 }
 
-bool connect(rpc_client* client) {
-  const int no_host = is_none(client->host);
-  if (no_host < 0) return false;
-  ref host;
-  if (no_host == 0) {
-    host = encode_utf_8(client->host);
-    if (!host) return false;
+// Encodes the host, or leaves `host` empty if there is none. Returns false with an exception set.
+bool encode_host(const rpc_client* client, encoded_text& host) {
+  const int none = is_none(client->host);
+  return none >= 0 && (none != 0 || host.encode(client->host));
+}
+
+// Returns a handle for the server, or null. A signal handler of the script may fork in the middle:
+// in the child the attempt is the parent's, and the child makes one of its own.
+CLIENT* create_handle(const char* which, const char* host) {
+  for (;;) {
+    const std::uint32_t forks = rpc_fork_count();
+    CLIENT* clnt = server_clnt_create(which, host);
+    if (forks == rpc_fork_count() || PyErr_Occurred()) return clnt;
+    server_clnt_destroy(clnt);
   }
-  ref which = encode_utf_8(client->which);
-  if (!which) return false;
-  replace_handle(client, server_clnt_create(PyBytes_AS_STRING(which.get()),
-                                            host ? PyBytes_AS_STRING(host.get()) : nullptr));
+}
+
+// Gives the client a new connection, closed if none could be made. Returns false with an exception
+// set if it did not come to that.
+bool connect(rpc_client* client, const encoded_text& host) {
+  encoded_text which;
+  if (!which.encode(client->which)) return false;
+  connection* made = connection::make();
+  if (made == nullptr) return false;
+  made->open(create_handle(which.text(), host.text()));
+  replace_connection(client, made);
   return true;
 }
 
 PyObject* create(PyObject* self, PyObject*) {
   rpc_client* client = client_of(self);
-  if (client->clnt != nullptr) Py_RETURN_NONE;
-  if (!connect(client)) return nullptr;
+  if (is_connected(client)) Py_RETURN_NONE;
+  encoded_text host;
+  if (!encode_host(client, host) || !connect(client, host)) return nullptr;
   // A signal handler of the script may have raised while the connection was made.
   if (PyErr_Occurred()) return nullptr;
-  if (client->clnt == nullptr) {
+  if (!is_connected(client)) {
     raise_clnt_create_error();
     return nullptr;
   }
@@ -49,7 +69,7 @@ PyObject* create(PyObject* self, PyObject*) {
 }
 
 PyObject* close(PyObject* self, PyObject*) {
-  replace_handle(client_of(self), nullptr);
+  replace_connection(client_of(self), nullptr);
   Py_RETURN_NONE;
 }
 
@@ -119,6 +139,7 @@ void deallocate(PyObject* self) {
   if (type->tp_finalize != nullptr && PyObject_CallFinalizerFromDealloc(self) != 0) return;
   PyObject_GC_UnTrack(self);
   rpc_client* client = client_of(self);
+  if (client->conn != nullptr) client->conn->leave();
   Py_CLEAR(client->which);
   Py_CLEAR(client->host);
   type->tp_free(self);
@@ -126,10 +147,12 @@ void deallocate(PyObject* self) {
 
 }  // namespace
 
-void replace_handle(rpc_client* client, CLIENT* clnt) {
-  CLIENT* old = client->clnt;
-  client->clnt = clnt;
-  if (old != nullptr && !running_call::close_handle(client->calls, old)) server_clnt_destroy(old);
+void replace_connection(rpc_client* client, connection* conn) {
+  connection* old = client->conn;
+  client->conn = conn;
+  if (old == nullptr) return;
+  old->close();
+  old->leave();
 }
 
 PyTypeObject* rpc_client_type() {

@@ -1,19 +1,21 @@
-// One run of server_call on a client, from its start to its reply.
+// One run of server_call on a client, from its start to its reply. Lives on the caller's stack, and
+// nothing on the heap points to it.
 //
-// While it lasts, code of the script runs in two places: in `verify_call`, before anything is
-// sent, and in signal handlers, while the transport waits. Either may close or re-create the very
-// client that is calling, or call on it again. So server_call gets a copy of the handle:
+// server_call gets a copy of the client's handle, because what the handle may be used for is known
+// only after the vetting, and a copy can still become a closed handle then:
 //
-//   closed while vetting    the handle is destroyed at once and the copy becomes a closed one,
-//                           which fails to send (RPC_CANTSEND, 10038)
-//   closed while waiting    the handle is destroyed when the run is over
-//   called while waiting    the new run gets no handle and fails; its second attempt has a new one
-//   vetted while waiting    by another thread's call, which goes on as if closed while vetting: to
-//                           wait for the first one, it would keep the interpreter lock from it
+//   the client was closed while vetting   the call fails to send (RPC_CANTSEND, 10038)
+//   another call waits for its reply      the same: to wait for it here would deadlock, because its
+//                                         thread needs the GIL, which this one holds
+//   this process is a child, forked       the same: the connection is the parent's
+//   while vetting
 //
+// A call that begins while another one waits for its reply, from a signal handler, has no handle at
+// all (RPC_FAILED). In each case RpcClient.call makes a second attempt on a connection of its own.
 // A nested call out of `verify_call` shares the handle, on which nothing is under way then.
 #pragma once
 
+#include "module/connection.h"
 #include "module/rpc_client.h"
 
 namespace kvrpc {
@@ -26,34 +28,27 @@ class running_call {
   running_call(const running_call&) = delete;
   running_call& operator=(const running_call&) = delete;
 
-  // What server_call is to use; null without a connection.
-  CLIENT* handle() { return handle_ != nullptr ? &copy_ : nullptr; }
+  // Returns what server_call must use; null without a connection.
+  CLIENT* handle() { return connection_ != nullptr ? &copy_ : nullptr; }
   PyObject* verifier() const { return verifier_; }
-  void begin_vetting() { vetting_ = true; }
+
+  // Takes the handle's stream, or makes the copy a closed handle. Must be called once, between the
+  // vetting and anything that is sent.
   void end_vetting();
 
-  // Takes the handle away from the client, unless it has another one by now. For a call that was
-  // ended in the middle of a reply, which a later call on the handle would have to wait out.
-  void drop_handle();
+  // Closes the client's connection if it is still this call's. For a call that was ended in the
+  // middle of a reply: a later one would take the rest for its own.
+  void drop_connection();
 
-  // Takes the handle `clnt` away from the runs in the list `calls`. True when one of them waits on
-  // it and will destroy it; otherwise the caller is to.
-  static bool close_handle(running_call* calls, CLIENT* clnt);
-
-  // Makes what closed handles need. False with an exception pending.
+  // Makes what closed handles need. Returns false with an exception set on failure.
   static bool prepare();
 
  private:
-  static bool waits_on(const running_call* calls, const CLIENT* clnt);
-  void use_closed_handle();
-
   rpc_client* client_;
   PyObject* verifier_;
-  running_call* next_;
-  CLIENT* handle_;  // the client's handle, or the copy when that is closed
+  connection* connection_;  // shared; null if the call has no handle
   CLIENT copy_;
-  bool vetting_ = false;
-  bool destroys_ = false;  // the handle is this run's to destroy
+  bool has_stream_ = false;
 };
 
 }  // namespace kvrpc

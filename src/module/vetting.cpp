@@ -71,7 +71,6 @@ int eval_verify(const char* name, void* context) {
   auto* call = static_cast<running_call*>(context);
   ref verifier = ref::borrowed(call->verifier());
   int verdict = 0;
-  call->begin_vetting();
   if (!verify(name, verifier.get(), &verdict)) {
     report_failure();
     verdict = 0;

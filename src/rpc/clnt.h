@@ -107,7 +107,12 @@ struct CLIENT {
   rpc_lock_record* cl_lock;
   const clnt_ops* cl_ops;
   void* cl_private;
+  std::uint32_t cl_forks;  // rpc_fork_count() of the process that made the handle
 };
+
+// Returns true in a process that inherited the handle through fork. There the handle must only be
+// destroyed: the connection is the parent's, and the child's descriptor is closed already.
+bool clnt_is_inherited(const CLIENT* clnt);
 
 // The outcome of the handle's last call; RPC_FAILED for a null handle, on which every call fails
 // so.

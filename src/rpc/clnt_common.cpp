@@ -29,6 +29,7 @@ CLIENT* clnt_allocate(const char* creator, const clnt_ops* operations, std::size
   }
   clnt->cl_ops = operations;
   clnt->cl_auth = authnone_create();
+  clnt->cl_forks = rpc_fork_count();
   return clnt;
 }
 
@@ -36,6 +37,10 @@ void clnt_release(CLIENT* clnt) {
   if (clnt->cl_lock != nullptr) rpc_destroy_lock(clnt->cl_lock);
   std::free(clnt->cl_private);
   std::free(clnt);
+}
+
+std::int32_t clnt_close_socket(const CLIENT* clnt, rpc_socket sock) {
+  return clnt_is_inherited(clnt) ? 0 : rpc_socket_close(sock);
 }
 
 bool_t clnt_find_port(rpc_address* address, std::uint32_t program, std::uint32_t version,

@@ -22,6 +22,9 @@ void clnt_system_error(std::int32_t number);
 CLIENT* clnt_allocate(const char* creator, const clnt_ops* operations, std::size_t private_size);
 // Releases what clnt_allocate made.
 void clnt_release(CLIENT* clnt);
+// Closes a socket that the handle made. Does nothing in a process that inherited the handle, where
+// the number may be another file's by now. Returns 0 or -1.
+std::int32_t clnt_close_socket(const CLIENT* clnt, rpc_socket sock);
 
 // Asks the portmapper when the address has no port yet. FALSE leaves the reason in rpc_createerr.
 bool_t clnt_find_port(rpc_address* address, std::uint32_t program, std::uint32_t version,

@@ -61,6 +61,8 @@ CLIENT* clnt_create(const char* host, std::uint32_t program, std::uint32_t versi
   return clnt;
 }
 
+bool clnt_is_inherited(const CLIENT* clnt) { return clnt->cl_forks != rpc_fork_count(); }
+
 std::int32_t clnt_call(CLIENT* clnt, std::uint32_t procedure, xdrproc_t arguments,
                        void* argument_record, xdrproc_t results, void* result_record,
                        std::int32_t timeout_seconds, std::int32_t timeout_microseconds) {

@@ -78,7 +78,8 @@ std::uint32_t next_id(char* header) {
 }
 
 // Writes the call and ends its record; an incomplete one goes out as well, so that the next call
-// starts with a record of its own.
+// starts with a record of its own. (Not in a child that a signal handler forked meanwhile: the
+// stream is its parent's.)
 bool_t send_call(CLIENT* clnt, std::uint32_t procedure, xdrproc_t arguments, void* argument_record,
                  bool_t send_now) {
   ct_data* ct = data_of(clnt);
@@ -87,7 +88,7 @@ bool_t send_call(CLIENT* clnt, std::uint32_t procedure, xdrproc_t arguments, voi
   if (!XDR_PUTBYTES(xdrs, ct->ct_mcall, ct->ct_mpos) || !XDR_PUTLONG(xdrs, &number) ||
       !AUTH_MARSHALL(clnt->cl_auth, xdrs) || !arguments(xdrs, argument_record, LASTUNSIGNED)) {
     if (ct->ct_error.re_status == RPC_SUCCESS) ct->ct_error.re_status = RPC_CANTENCODEARGS;
-    xdrrec_endofrecord(xdrs, TRUE);
+    if (!clnt_is_inherited(clnt)) xdrrec_endofrecord(xdrs, TRUE);
     return FALSE;
   }
   if (xdrrec_endofrecord(xdrs, send_now)) return TRUE;
@@ -166,7 +167,7 @@ bool_t clnttcp_freeres(CLIENT* clnt, xdrproc_t results, void* result_record) {
 
 void clnttcp_destroy(CLIENT* clnt) {
   ct_data* ct = data_of(clnt);
-  if (ct->ct_closeit && rpc_socket_close(ct->ct_sock) != 0) {
+  if (ct->ct_closeit && clnt_close_socket(clnt, ct->ct_sock) != 0) {
     std::fprintf(stderr, "clnttcp_destroy: closesocket(%d) returned %d\n",
                  static_cast<int>(ct->ct_sock), rpc_socket_errno());
   }
@@ -198,15 +199,15 @@ constexpr clnt_ops tcp_ops = {clnttcp_call,    clnttcp_abort,   clnttcp_geterr,
 // ---- creation
 
 // Connects a new socket where the caller gave none.
-bool_t open_connection(ct_data* ct, const rpc_address* address, rpc_socket* sock) {
+bool_t open_connection(CLIENT* clnt, const rpc_address* address, rpc_socket* sock) {
   if (*sock >= 0) return TRUE;
   *sock = rpc_socket_open(RPC_STREAM, RPC_TCP);
   if (*sock >= 0 && rpc_socket_connect(*sock, address) == 0) {
-    ct->ct_closeit = TRUE;
+    data_of(clnt)->ct_closeit = TRUE;
     return TRUE;
   }
   clnt_system_error(rpc_socket_errno());
-  if (*sock >= 0) rpc_socket_close(*sock);
+  if (*sock >= 0) clnt_close_socket(clnt, *sock);
   return FALSE;
 }
 
@@ -217,7 +218,8 @@ CLIENT* clnttcp_create(rpc_address* address, std::uint32_t program, std::uint32_
   CLIENT* clnt = clnt_allocate("clnttcp_create", &tcp_ops, sizeof(ct_data));
   if (clnt == nullptr) return nullptr;
   ct_data* ct = data_of(clnt);
-  if (!clnt_find_port(address, program, version, RPC_TCP) || !open_connection(ct, address, sock)) {
+  if (!clnt_find_port(address, program, version, RPC_TCP) ||
+      !open_connection(clnt, address, sock)) {
     clnt_release(clnt);
     return nullptr;
   }

@@ -159,7 +159,7 @@ bool_t clntudp_freeres(CLIENT* clnt, xdrproc_t results, void* result_record) {
 
 void clntudp_destroy(CLIENT* clnt) {
   cu_data* cu = data_of(clnt);
-  if (cu->cu_closeit) rpc_socket_close(cu->cu_sock);
+  if (cu->cu_closeit) clnt_close_socket(clnt, cu->cu_sock);
   XDR_DESTROY(&cu->cu_outxdrs);
   clnt_release(clnt);
 }

@@ -16,13 +16,15 @@ rpc_lock_record* rpc_resolver_lock = nullptr;
 rpc_lock_record* rpc_spare_lock = nullptr;  // never taken
 int (*interrupt_hook)() = nullptr;
 
+[[noreturn]] void startup_call_failed(const char* function, int error) {
+  char text[64];
+  std::snprintf(text, sizeof text, "%s() failed, error = %d\n", function, error);
+  rpc_startup_failed(text);
+}
+
 rpc_lock_record* startup_lock() {
   rpc_lock_record* lock = rpc_create_lock();
-  if (lock == nullptr) {
-    char text[64];
-    std::snprintf(text, sizeof text, "rpc_create_lock() failed, error = %d\n", errno);
-    rpc_startup_failed(text);
-  }
+  if (lock == nullptr) startup_call_failed("rpc_create_lock", errno);
   return lock;
 }
 
@@ -39,6 +41,8 @@ void rpc_startup() {
   rpc_start_sockets();
   rpc_resolver_lock = startup_lock();
   rpc_spare_lock = startup_lock();
+  const int error = rpc_watch_forks();
+  if (error != 0) startup_call_failed("rpc_watch_forks", error);
 }
 
 void rpc_shutdown() {
@@ -78,7 +82,11 @@ std::int32_t rpc_socket_await(rpc_socket sock, rpc_timeval span) {
 
 void rpc_set_interrupt_hook(int (*hook)()) { interrupt_hook = hook; }
 
-bool rpc_interrupt_wanted() { return interrupt_hook != nullptr && interrupt_hook() != 0; }
+bool rpc_interrupt_wanted() {
+  if (interrupt_hook == nullptr) return false;
+  const std::uint32_t forks = rpc_fork_count();
+  return interrupt_hook() != 0 || rpc_fork_count() != forks;
+}
 
 environment_text::~environment_text() { std::free(text_); }
 

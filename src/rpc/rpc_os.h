@@ -25,11 +25,18 @@ void rpc_shutdown();
 void rpc_resolver_enter();
 void rpc_resolver_leave();
 
-// A recursive lock, or null with the reason in errno.
+// A recursive lock, or null with the reason in errno. In a process that inherits it through fork a
+// lock is free, because the thread that held it does not exist there or has left its call.
 rpc_lock_record* rpc_create_lock();
 void rpc_destroy_lock(rpc_lock_record* lock);
 void rpc_lock(rpc_lock_record* lock);
 void rpc_unlock(rpc_lock_record* lock);
+
+// ---- forks
+
+// Returns how many forks lie between the process that ran rpc_startup and this one. Two values
+// differ exactly if a fork happened in between and this process is the child. Always 0 on Windows.
+std::uint32_t rpc_fork_count();
 
 // ---- sockets
 
@@ -70,7 +77,10 @@ enum rpc_socket_error : std::int32_t {
 // The number of the last failed socket call of this thread.
 std::int32_t rpc_socket_errno();
 
-rpc_socket rpc_socket_open(rpc_socket_type type, rpc_protocol protocol);  // negative on failure
+// Returns a new socket, negative on failure. A child process closes its copy at the moment of the
+// fork, because two processes on one connection would take each other's replies. (Sockets numbered
+// 65536 and above stay open in the child.)
+rpc_socket rpc_socket_open(rpc_socket_type type, rpc_protocol protocol);
 // Blocks without a time limit of its own. 0 or -1.
 std::int32_t rpc_socket_connect(rpc_socket sock, const rpc_address* address);
 std::int32_t rpc_socket_set_nonblocking(rpc_socket sock);  // 0 or -1

@@ -9,11 +9,15 @@ namespace kvrpc {
 void rpc_start_sockets();
 void rpc_stop_sockets();
 
+// Platform: starts to count forks, once for the life of the process. Returns 0, or an errno value.
+int rpc_watch_forks();
+
 // Writes a start-up failure on the standard error stream, followed by a line end, and ends the
 // process with exit code 1.
 [[noreturn]] void rpc_startup_failed(const char* text);
 
-// Whether the interrupt hook, if there is one, wants the call to end.
+// Asks the interrupt hook. Returns true if the call must end: the hook wants it, or it forked and
+// this process is the child, whose parent waits for the same reply.
 bool rpc_interrupt_wanted();
 
 // A wait asks the hook before it begins and again after so many microseconds: no signal interrupts

@@ -20,11 +20,46 @@ namespace kvrpc {
 
 struct rpc_lock_record {
   pthread_mutex_t mutex;
+  std::uint32_t forks;  // rpc_fork_count() of the process for which `mutex` was initialised
 };
 
 namespace {
 
 thread_local std::int32_t last_error = 0;
+
+// ---- forks
+
+std::uint32_t fork_count = 0;
+
+// One bit for each descriptor that rpc_socket_open made. Static, so that the fork handler below
+// finds it whole whatever another thread was doing at the moment of the fork.
+constexpr std::size_t tracked_sockets = 65536;
+std::uint64_t open_sockets[tracked_sockets / 64];
+
+bool is_tracked(rpc_socket sock) { return static_cast<std::size_t>(sock) < tracked_sockets; }
+
+std::uint64_t socket_bit(rpc_socket sock) { return std::uint64_t{1} << (sock % 64); }
+
+void track(rpc_socket sock) {
+  if (is_tracked(sock)) open_sockets[sock / 64] |= socket_bit(sock);
+}
+
+void untrack(rpc_socket sock) {
+  if (is_tracked(sock)) open_sockets[sock / 64] &= ~socket_bit(sock);
+}
+
+// Runs in the child, before anything else does. close is async-signal-safe, as the child of a
+// process with threads needs it.
+void leave_parent() {
+  ++fork_count;
+  for (std::size_t i = 0; i < tracked_sockets / 64; ++i) {
+    for (; open_sockets[i] != 0; open_sockets[i] &= open_sockets[i] - 1) {
+      close(static_cast<int>(i * 64) + __builtin_ctzll(open_sockets[i]));
+    }
+  }
+}
+
+// ---- failures
 
 std::int32_t failed_with(std::int32_t number) {
   last_error = number;
@@ -82,41 +117,69 @@ std::int32_t await_connection(rpc_socket sock) {
   return error == 0 ? 0 : failed_with(rpc_winsock_number(error));
 }
 
+// ---- locks
+
+bool is_inherited(const rpc_lock_record* lock) { return lock->forks != fork_count; }
+
+// Returns 0 or an errno value.
+int initialise(rpc_lock_record* lock) {
+  pthread_mutexattr_t attributes;
+  int error = pthread_mutexattr_init(&attributes);
+  if (error != 0) return error;
+  pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
+  error = pthread_mutex_init(&lock->mutex, &attributes);
+  pthread_mutexattr_destroy(&attributes);
+  lock->forks = fork_count;
+  return error;
+}
+
 }  // namespace
 
 void rpc_start_sockets() {}
 void rpc_stop_sockets() {}
 
+std::uint32_t rpc_fork_count() { return fork_count; }
+
+int rpc_watch_forks() {
+  static bool watching = false;
+  const int error = watching ? 0 : pthread_atfork(nullptr, nullptr, leave_parent);
+  if (error == 0) watching = true;
+  return error;
+}
+
 rpc_lock_record* rpc_create_lock() {
   auto* lock = static_cast<rpc_lock_record*>(std::calloc(1, sizeof(rpc_lock_record)));
   if (lock == nullptr) return nullptr;
-  pthread_mutexattr_t attributes;
-  int error = pthread_mutexattr_init(&attributes);
-  if (error == 0) {
-    pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
-    error = pthread_mutex_init(&lock->mutex, &attributes);
-    pthread_mutexattr_destroy(&attributes);
-  }
+  const int error = initialise(lock);
   if (error == 0) return lock;
   std::free(lock);
   errno = error;
   return nullptr;
 }
 
+// POSIX leaves it undefined to destroy a mutex that is held, as an inherited one may be.
 void rpc_destroy_lock(rpc_lock_record* lock) {
-  pthread_mutex_destroy(&lock->mutex);
+  if (!is_inherited(lock)) pthread_mutex_destroy(&lock->mutex);
   std::free(lock);
 }
 
-void rpc_lock(rpc_lock_record* lock) { pthread_mutex_lock(&lock->mutex); }
-void rpc_unlock(rpc_lock_record* lock) { pthread_mutex_unlock(&lock->mutex); }
+void rpc_lock(rpc_lock_record* lock) {
+  if (is_inherited(lock)) initialise(lock);
+  pthread_mutex_lock(&lock->mutex);
+}
+
+void rpc_unlock(rpc_lock_record* lock) {
+  if (!is_inherited(lock)) pthread_mutex_unlock(&lock->mutex);
+}
 
 std::int32_t rpc_socket_errno() { return last_error; }
 
 rpc_socket rpc_socket_open(rpc_socket_type type, rpc_protocol protocol) {
   const int kind = type == RPC_STREAM ? SOCK_STREAM : SOCK_DGRAM;
   const int sock = socket(AF_INET, kind | SOCK_CLOEXEC, protocol);
-  return sock < 0 ? failed() : sock;
+  if (sock < 0) return failed();
+  track(sock);
+  return sock;
 }
 
 // An interrupted connect goes on in the kernel. The call that is made again when it has come to
@@ -137,6 +200,7 @@ std::int32_t rpc_socket_set_nonblocking(rpc_socket sock) {
 
 // An interrupted close has closed, and a second one might hit another thread's descriptor.
 std::int32_t rpc_socket_close(rpc_socket sock) {
+  untrack(sock);
   return close(sock) < 0 && errno != EINTR ? failed() : 0;
 }
 

@@ -66,6 +66,10 @@ void rpc_start_sockets() {
 
 void rpc_stop_sockets() { WSACleanup(); }
 
+// Windows has no fork.
+int rpc_watch_forks() { return 0; }
+std::uint32_t rpc_fork_count() { return 0; }
+
 rpc_lock_record* rpc_create_lock() {
   auto* lock = static_cast<rpc_lock_record*>(std::calloc(1, sizeof(rpc_lock_record)));
   if (lock != nullptr) InitializeCriticalSection(&lock->section);

@@ -17,7 +17,7 @@ constexpr clnt_ops reporting = {
     nullptr, nullptr, [](CLIENT*, rpc_err* error) { *error = reported; }, nullptr, nullptr, nullptr,
 };
 
-CLIENT client = {nullptr, nullptr, &reporting, nullptr};
+CLIENT client = {nullptr, nullptr, &reporting, nullptr, 0};
 
 // The text for a status with two words behind it.
 std::string text_of(std::int32_t status, std::int32_t first = 0, std::int32_t second = 0,

@@ -1,0 +1,67 @@
+"""What several regression tests share: a server that echoes, and the head of their scripts."""
+
+import contextlib
+
+from servers import Started
+
+# The names that every script of `run_echo` starts with. `call` returns the number that came back,
+# `spawn` runs a function in a forked child and returns its exit code, `wait_for` ends a child that
+# hangs.
+HEAD = """
+    import faulthandler, os, signal, sys, threading, time
+    import kvrpc
+    faulthandler.dump_traceback_later(60, exit=True)
+
+    class Allow:
+        def verify_call(self, name):
+            return True
+
+    def call(client, number, verifier=Allow()):
+        reply = client.call('{"a_zeitstring_1":%d}' % number, verifier)
+        head = b'{"status":0,"message":"ok","result":"'
+        return int(reply[len(head):-2]) if reply.startswith(head) else reply
+
+    def wait_for(child, seconds=20):
+        deadline = time.monotonic() + seconds
+        while time.monotonic() < deadline:
+            done, status = os.waitpid(child, os.WNOHANG)
+            if done:
+                return -os.WTERMSIG(status) if os.WIFSIGNALED(status) else os.WEXITSTATUS(status)
+            time.sleep(0.005)
+        os.kill(child, signal.SIGKILL)
+        os.waitpid(child, 0)
+        return "hangs"
+
+    def spawn(function):
+        child = os.fork()
+        if child == 0:
+            code = 99
+            try:
+                code = function() or 0
+            finally:
+                os._exit(code)
+        return child
+"""
+
+
+@contextlib.contextmanager
+def echo_server():
+    """Runs an echo server. After the block it must have seen nothing but calls."""
+    server = Started("echo_server.py")
+    try:
+        yield server
+        assert server.lines() == []
+    finally:
+        server.stop()
+
+
+def run_echo(run_script, script, *, transport="tcp", **options):
+    """Runs the script against an echo server. Returns its output; anything on stderr fails."""
+    with echo_server() as server:
+        done = run_script(
+            HEAD + script,
+            environment={"KORVEXRPCPORT": str(server.port), "ALPHAHOST": "127.0.0.1",
+                         "RPCTRANSPORT": transport},
+            **options)
+    assert (done.returncode, done.stderr) == (0, ""), (done.returncode, done.stderr, done.stdout)
+    return done.stdout
