@@ -1,5 +1,5 @@
-"""Time per call beside the floor: a C++ client that sends and receives the same bytes and decodes
-nothing. Both run against one server, batch by batch in turn, and the best batch of each counts.
+"""Time per call beside the floor: a C++ client that sends and receives the same bytes, each call in
+one piece, and decodes nothing. Both run against one server, batch by batch in turn, and the best batch of each counts.
 Then the time per record of one list of 100,000 beside that of a hundred lists of 1,000, on the wall
 and of the processor.
 
@@ -8,6 +8,7 @@ Exits with 1 when a limit is not held.
 
 from __future__ import annotations
 
+import json
 import os
 import subprocess
 import sys
@@ -27,6 +28,7 @@ from kvrpc_tools.simulator.codec import Codec  # noqa: E402
 FLOOR = Path(os.environ.get("KVRPC_FLOOR", str(ROOT / "build" / "release" / "bench_floor")))
 MARK_AND_REPLY_HEADER = 28
 LAST_PROCEDURE = 1011
+FRAGMENT = 3996
 
 
 class Case(NamedTuple):
@@ -36,6 +38,7 @@ class Case(NamedTuple):
     result: Any
     batch: int  # calls
     limit: float  # times the floor
+    argument: Any = None
 
 
 def process(slot: int) -> dict:
@@ -49,12 +52,22 @@ def send_record(number: int) -> dict:
                      "empftsi": "+49 89 1234567", "empfnr": "0891234567", "nettype": 1}}
 
 
+def page(size: int) -> dict:
+    """An argument whose text has so many characters, which are as many bytes on the wire."""
+    return {"userid": "MEIER", "faxid": 4711, "seitennr": 1, "typ": 2,
+            "data": "Mit freundlichen Gruessen, Ihr Fax. " * (size // 36)}
+
+
 CASES = [
     Case("a small call", "lambda", "l_get_status_1",
          {"state_fax": 1, "state_gateways": 2, "state_daemons": 3, "state_drivers": 4}, 2000, 1.15),
     Case("100 process entries", "lambda", "l_ps_1", [process(n) for n in range(100)], 500, 1.5),
     Case("1,000 send records", "alpha", "a_get_s_1",
          {"anz": 1000, "first": [send_record(n) for n in range(1000)]}, 50, 3.0),
+    Case("a page of 9 kB", "alpha", "a_put_page_1", 1, 500, 1.3, page(9_000)),
+    Case("a page of 60 kB", "alpha", "a_put_page_1", 1, 200, 2.0, page(60_000)),
+    Case("a page of 200 kB", "alpha", "a_put_page_1", 1, 100, 2.4, page(200_000)),
+    Case("a page of 900 kB", "alpha", "a_put_page_1", 1, 20, 2.7, page(900_000)),
 ]
 ROUNDS = 15
 
@@ -91,7 +104,10 @@ class Floor:
 def call_record(program: int, number: int, argument: bytes) -> bytes:
     units = [0, 0, 2, program, 1, number, 0, 0, 0, 0]
     body = b"".join(unit.to_bytes(4, "big") for unit in units) + argument
-    return (0x80000000 | len(body)).to_bytes(4, "big") + body
+    fragments = [body[start:start + FRAGMENT] for start in range(0, len(body), FRAGMENT)]
+    marks = [len(part) for part in fragments]
+    marks[-1] |= 0x80000000
+    return b"".join(mark.to_bytes(4, "big") + part for mark, part in zip(marks, fragments))
 
 
 def measure(case: Case, port: int, folder: Path, interface: schema.Schema) -> bool:
@@ -99,12 +115,12 @@ def measure(case: Case, port: int, folder: Path, interface: schema.Schema) -> bo
     codec = Codec(interface)
     results = codec.encode(procedure.result, case.result)
     record = call_record(interface.servers[case.server].program, procedure.number,
-                         codec.encode(procedure.argument, None))
+                         codec.encode(procedure.argument, case.argument))
     call_file = folder / "call"
     call_file.write_text(record.hex())
     floor = Floor(port, call_file, MARK_AND_REPLY_HEADER + len(results))
     client = kvrpc.RpcClient(case.server)
-    text = f'{{"{case.procedure}":{{}}}}'
+    text = json.dumps({case.procedure: case.argument or {}})
     reply = client.call(text, Allow())
     assert reply.startswith(b'{"status":0,'), reply[:200]
     ours: List[float] = []
@@ -114,7 +130,8 @@ def measure(case: Case, port: int, folder: Path, interface: schema.Schema) -> bo
         ours.append(batch(client, text, case.batch))
     floor.close()
     client.close()
-    return report(case, min(ours) / case.batch, min(theirs) / case.batch, len(results), len(reply))
+    return report(case, min(ours) / case.batch, min(theirs) / case.batch,
+                  len(record) + len(results), len(reply))
 
 
 def batch(client: Any, text: str, calls: int) -> float:

@@ -6,7 +6,8 @@
 //                                    its standard input does
 //   bench_floor call PORT CALL SIZE  reads numbers of calls from standard input; for each prints
 //                                    the nanoseconds that so many calls took. CALL is the file of
-//                                    one call record in hex, SIZE the bytes of a reply record.
+//                                    one call record in hex, marks included, which leaves in one
+//                                    piece; SIZE is the number of bytes of a reply record.
 //
 // Loopback only. bench/calls.py drives both.
 #include <arpa/inet.h>
@@ -30,6 +31,7 @@ namespace {
 using bytes = std::vector<unsigned char>;
 
 constexpr std::size_t mark_size = 4;
+constexpr std::uint32_t last_fragment = 0x80000000u;
 constexpr std::size_t procedure_offset = mark_size + 20;
 constexpr std::size_t reply_header_size = mark_size + 24;
 constexpr std::size_t receive_size = 256 * 1024;
@@ -76,19 +78,34 @@ void send_all(int sock, const bytes& record) {
 // A whole reply record around the results: one fragment, accepted, no verifier, success.
 bytes reply_record(const bytes& results) {
   bytes record(reply_header_size, 0);
-  put_unit(record.data(), 0x80000000u | static_cast<std::uint32_t>(24 + results.size()));
+  put_unit(record.data(), last_fragment | static_cast<std::uint32_t>(24 + results.size()));
   put_unit(record.data() + mark_size + 4, 1);
   record.insert(record.end(), results.begin(), results.end());
   return record;
 }
 
-// Answers the calls that arrive whole and at once, as this client's do.
+// Reads one call record with its marks, the first bytes of which go to `call`. Returns false at the
+// end of the connection.
+bool read_call(int sock, bytes& call) {
+  std::size_t got = 0;
+  std::size_t mark = 0;  // where the next fragment's mark is
+  for (bool last = false; !last || got < mark;) {
+    if (call.size() == got) call.resize(2 * got);
+    const ssize_t part = recv(sock, call.data() + got, call.size() - got, 0);
+    if (part <= 0) return false;
+    for (got += static_cast<std::size_t>(part); !last && mark + mark_size <= got;) {
+      const std::uint32_t header = unit_at(call.data() + mark);
+      last = (header & last_fragment) != 0;
+      mark += mark_size + (header & ~last_fragment);
+    }
+  }
+  if (got != mark) fail("two calls at once");
+  return true;
+}
+
 void serve_connection(int sock, std::vector<bytes>& replies) {
   bytes call(receive_size);
-  for (;;) {
-    const ssize_t got = recv(sock, call.data(), call.size(), 0);
-    if (got <= 0) return;
-    if (static_cast<std::size_t>(got) < procedure_offset + 4) fail("a call in pieces");
+  while (read_call(sock, call)) {
     bytes& reply = replies.at(unit_at(call.data() + procedure_offset));
     std::memcpy(reply.data() + mark_size, call.data() + mark_size, 4);
     send_all(sock, reply);
