@@ -11,7 +11,8 @@ class _Verifier(Protocol):
     """Vets calls. The name is that of the procedure; 0 or False refuses the call.
 
     A verdict counts by its `__int__`, so that 0.5 refuses. One without it, and an exception, refuse
-    the call as well: they are printed to standard error and do not reach the caller of `call`.
+    the call as well: they are printed to standard error and do not reach the caller of `call`. That
+    includes KeyboardInterrupt; SystemExit ends the process.
     """
 
     def verify_call(self, name: str, /) -> SupportsInt: ...
@@ -24,6 +25,10 @@ class RpcClient:
     Raises ClntCreateError when there is no connection.
 
     Dropping a client leaves its connection open: call `close`. A client cannot be pickled.
+
+    A client may be shared by threads, and closed or called again in `verify_call` and in signal
+    handlers. After a fork it is not connected in the child: the next `create` or `call` there
+    connects anew, and the parent's connection is left alone.
     """
 
     def __new__(cls, which: _Encodable, host: Optional[_Encodable] = None) -> RpcClient: ...
@@ -46,8 +51,10 @@ class RpcClient:
             result   with status 0 only: the result of the procedure, null for one without
 
         A call waits up to 25 seconds for each piece of the reply, and no other thread runs
-        meanwhile. When the RPC fails, the client connects anew and tries once more, vetting
-        included, so that a request may arrive twice.
+        meanwhile. Signal handlers do; one that raises ends the call with its exception.
+
+        When the RPC fails, the client connects anew and tries once more, vetting included, so that
+        a request may arrive twice.
 
         Raises ClntCreateError when it cannot reconnect, and MemoryError when memory is out or
         `which` has no procedures here ("gamma").
