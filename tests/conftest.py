@@ -24,6 +24,11 @@ sys.path[:0] = [*PATHS, str(ROOT / "tests"), str(ROOT / "tests" / "e2e")]
 os.environ["PYTHONPATH"] = os.pathsep.join(
     [*PATHS, *filter(None, [os.environ.get("PYTHONPATH")])])
 
+# A script's `&` and nohup start a process with SIGINT ignored, and its children inherit that. With
+# Python's own handler here, the processes that tests start get the default action.
+if signal.getsignal(signal.SIGINT) is signal.SIG_IGN:
+    signal.signal(signal.SIGINT, signal.default_int_handler)
+
 from lambda_peer import LambdaPeer  # noqa: E402
 from peer import FaultPeer  # noqa: E402
 from settings import SETTINGS, clean_environment  # noqa: E402

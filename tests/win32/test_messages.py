@@ -3,7 +3,7 @@ ends of Windows.
 """
 
 import pytest
-from test_socket_start import run
+from wine import run
 
 
 @pytest.mark.parametrize(("text", "message"), [

@@ -1,20 +1,8 @@
 """The module's import where the socket layer does not start, and where it does."""
 
-import os
-import subprocess
-from pathlib import Path
+from wine import run
 
-ROOT = Path(__file__).resolve().parents[2]
-BUILD = ROOT / "build" / "win32"
 NUMBER = 10092  # what the stand-in leaves as the last error
-
-
-def run(library, script):
-    python = BUILD / "python" / "python.exe"
-    command = [str(ROOT / "tools" / "win32-run"), str(python), "-c", script]
-    done = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=120,
-                          env=dict(os.environ, PYTHONPATH=f"Z:{BUILD / library}"))
-    return done.returncode, done.stdout.replace(b"\r\n", b"\n"), done.stderr.replace(b"\r\n", b"\n")
 
 
 def test_a_failure_is_shown_and_told_and_ends_the_process():

@@ -1,6 +1,6 @@
 """Programs that run under Wine at the same time do not disturb each other."""
 
-from test_socket_start import run
+from wine import run
 
 
 def test_a_run_has_a_registry_of_its_own():

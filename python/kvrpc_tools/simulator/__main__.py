@@ -28,7 +28,9 @@ def main(arguments: Optional[List[str]] = None) -> int:
     except (schema.SchemaError, OSError) as error:
         print(f"simulator: {error}", file=sys.stderr)
         return 1
-    signal.signal(signal.SIGTERM, signal.default_int_handler)
+    # Both, because a process that a script starts with `&` inherits SIGINT as ignored.
+    for number in (signal.SIGINT, signal.SIGTERM):
+        signal.signal(number, signal.default_int_handler)
     try:
         return _run_script(loop, base, options.run) if options.run else _run(loop)
     finally:

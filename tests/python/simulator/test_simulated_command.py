@@ -62,6 +62,17 @@ def test_it_stops_cleanly_when_it_is_told_to(schema, number):
         assert "Traceback" not in simulator.log()
 
 
+def test_it_stops_at_sigint_when_it_was_started_with_sigint_ignored(schema):
+    before = signal.signal(signal.SIGINT, signal.SIG_IGN)  # as a script's `&` and nohup start it
+    try:
+        with running() as simulator:
+            Client(schema, simulator.port).call("l_version_1")
+            simulator.process.send_signal(signal.SIGINT)
+            assert simulator.process.wait(timeout=10) == 0
+    finally:
+        signal.signal(signal.SIGINT, before)
+
+
 def test_it_logs_each_call_in_one_line(schema):
     with running() as simulator:
         Client(schema, simulator.port, "udp").call("l_stopgateway_1", "mail")
