@@ -1,5 +1,5 @@
-// Prints the interface as JSON: the servers, their procedures, and every record. Writes to FILE, or
-// to standard output without one.
+// Prints the interface as JSON: the servers, their procedures, every record, and the characters that
+// a text may hold. Writes to FILE, or to standard output without one.
 //
 //   kvrpc-schema [FILE]
 //
@@ -9,6 +9,7 @@
 //    "records":{NAME:{"kind":"structure","fields":[{"key":...,"type":TYPE}, ...]},
 //               NAME:{"kind":"union","discriminant":...,"fields":[
 //                        {"key":...,"type":TYPE,"value":N}, ...]}},
+//    "characters":[[UNIT,BYTE], ...],
 //    "meanings":{"procedures":{NAME:{NOTE,"see":[NAME, ...]}, ...},
 //                "keys":{KEY:{NOTE}, ...},
 //                "fields":{"RECORD.KEY":{NOTE}, ...},    where one key says different things
@@ -20,6 +21,7 @@
 //   NOTE  "note":...,"basis":"stated", "name" or "unknown"
 //   TYPE  {"kind":...}, with "count" where the kind has one, "record" where it leads to a record
 //         (its own for list_next), "item" (a TYPE) for a vector
+//   UNIT  a Unicode character that the servers' code has, and its BYTE there; in order of UNIT
 //
 // Kinds are those of schema/types.h. The bytes are the same on every platform, because sizes and
 // offsets in memory, which depend on the width of a pointer, are left out.
@@ -27,6 +29,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "bridge/uc2.h"
 #include "directory/directory.h"
 #include "rpc/port_lookup.h"
 #include "schema/notes.h"
@@ -133,6 +136,20 @@ void print_records() {
     print_record(*record);
   }
   std::printf("}");
+}
+
+void print_characters() {
+  bool first = true;
+  std::printf("\"characters\":[");
+  for (std::uint32_t unit = 0; unit <= 0xFFFF; ++unit) {
+    char byte = 0;
+    int modifier = iso_no_byte;
+    uc2_to_iso(static_cast<std::uint16_t>(unit), &byte, &modifier);
+    if (modifier != iso_good) continue;
+    begin_member(first, "  ");
+    std::printf("[%u,%u]", unit, static_cast<unsigned char>(byte));
+  }
+  std::printf("]");
 }
 
 // "names" are separated by blanks.
@@ -263,6 +280,8 @@ int main(int argc, char** argv) {
   print_programs();
   std::printf(",\n");
   print_records();
+  std::printf(",\n");
+  print_characters();
   std::printf(",\n");
   print_meanings();
   std::printf("}\n");

@@ -36,6 +36,8 @@ _PUBLIC = {
 }
 _MODULES = {name: module for module, names in _PUBLIC.items() for name in names.split()}
 
+__all__ = sorted(_MODULES)
+
 
 def __getattr__(name: str) -> Any:
     if name not in _MODULES:

@@ -52,24 +52,25 @@ class Client:
         self._transport: Transport = transport or TimedTransport(self.server, host, timeout)
 
     def call(self, name: str, argument: Any = None, *, raw: bool = False,
-             timeout: Optional[float] = None) -> Any:
+             check: Optional[bool] = None, timeout: Optional[float] = None) -> Any:
         """Calls the procedure `name`, for names that come from elsewhere. Returns its result.
 
         With `raw`, lists come as the nested nodes of the wire. `timeout` seconds end the call with
-        TimeoutError.
+        TimeoutError. `check` and `timeout` replace those of the client.
         """
-        return self._run(conversion(self.server, name), argument, raw, timeout)
+        return self._run(conversion(self.server, name), argument, raw, check, timeout)
 
     def close(self) -> None:
         """Closes the connection. The next call connects again."""
         self._transport.close()
 
-    def _run(self, way: Conversion, argument: Any, raw: bool, timeout: Optional[float]) -> Any:
+    def _run(self, way: Conversion, argument: Any, raw: bool, check: Optional[bool],
+             timeout: Optional[float]) -> Any:
         """Runs one call: everything that a call does passes here.
 
         The seam `_exchange` carries the text. Before and after it a call can be observed.
         """
-        text = way.call_text(argument, self._check)
+        text = way.call_text(argument, self._check if check is None else check)
         reply = self._exchange(way, text, self.timeout if timeout is None else timeout)
         return way.result(reply, raw)
 

@@ -11,6 +11,8 @@ import json
 from typing import Any
 
 from . import errors
+from .check import Compiler, did_you_mean
+from .lists import ResultLists, chain_text
 from .schema import Procedure, own
 
 _encode = json.JSONEncoder(separators=(",", ":"), check_circular=False).encode
@@ -23,20 +25,41 @@ class Conversion:
     def __init__(self, procedure: Procedure) -> None:
         self.procedure = procedure
         self._opening = f'{{"{procedure.name}":'
+        self._check = _compiler().check(procedure.argument)
+        record = own().records.get(procedure.argument.record)
+        self._link = record.link if record is not None else None
+        self._lists = ResultLists(own(), procedure.result)
 
     def call_text(self, argument: Any, check: bool = True) -> str:
         """Returns the call text. With `check`, raises ArgumentError if it does not fit."""
-        return f"{self._opening}{_encode(argument)}}}"
+        if check:
+            problems = self._check(argument)
+            if problems:
+                raise errors.ArgumentError(self.procedure.name, 1, "argument", problems)
+        if self._link is not None:
+            text = chain_text(argument, self._link.key, _encode)
+        else:
+            text = _encode(argument)
+        return f"{self._opening}{text}}}"
 
     def result(self, reply: bytes, raw: bool = False) -> Any:
         """Returns the result that a reply text holds. Raises the CallError of any other status.
 
         Lists come as Python lists; with `raw` as the nested nodes of the wire.
         """
-        envelope = _decode(reply.decode())
+        text = reply.decode()
+        envelope = _decode(self._lists.flatten(text) if self._lists else text)
         if envelope["status"] != 0:
             raise errors.of_reply(self.procedure.name, envelope)
-        return envelope["result"]
+        result = envelope["result"]
+        if self._lists:
+            self._lists.settle(result, raw)
+        return result
+
+
+@functools.lru_cache(maxsize=None)
+def _compiler() -> Compiler:
+    return Compiler(own())
 
 
 @functools.lru_cache(maxsize=None)
@@ -44,5 +67,13 @@ def conversion(server: str, name: str) -> Conversion:
     """Returns the conversion of a procedure. Raises UnknownProcedure if the server has none."""
     procedure = own().procedures.get(name)
     if procedure is None or procedure.server != server:
-        raise errors.UnknownProcedure(name, 4, f"unknown function of {server}")
+        raise errors.UnknownProcedure(name, 4, _unknown(server, name))
     return Conversion(procedure)
+
+
+def _unknown(server: str, name: str) -> str:
+    elsewhere = own().procedures.get(name)
+    if elsewhere is not None:
+        return f"unknown function of {server}, it belongs to {elsewhere.server}"
+    names = [procedure.name for procedure in own().servers[server].procedures.values()]
+    return f"unknown function of {server}{did_you_mean(name, names)}"

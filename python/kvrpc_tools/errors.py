@@ -28,6 +28,8 @@ WINSOCK_NAMES = {
     10061: "WSAECONNREFUSED", 10064: "WSAEHOSTDOWN", 10065: "WSAEHOSTUNREACH",
 }
 
+TOLD = 10  # problems in the message of an ArgumentError; all are in its attribute
+
 
 def system_error_name(number: int) -> str:
     """Returns the name of a system error number. For example, 104 gives "ECONNRESET" on Linux."""
@@ -80,7 +82,9 @@ class ArgumentError(CallError, ValueError):
     def __str__(self) -> str:
         if not self.problems:
             return super().__str__()
-        return f"{self.procedure}: " + "; ".join(map(str, self.problems))
+        told = "; ".join(map(str, self.problems[:TOLD]))
+        more = len(self.problems) - TOLD
+        return f"{self.procedure}: {told}" + (f"; and {more} more" if more > 0 else "")
 
 
 class ResultError(CallError):

@@ -12,15 +12,18 @@ from .schema import Procedure, own
 
 
 def _without_argument(procedure: Procedure) -> Callable[..., Any]:
-    def method(self: Any, *, raw: bool = False, timeout: Optional[float] = None) -> Any:
-        return self._run(conversion(procedure.server, procedure.name), None, raw, timeout)
+    def method(self: Any, *, raw: bool = False, check: Optional[bool] = None,
+               timeout: Optional[float] = None) -> Any:
+        way = conversion(procedure.server, procedure.name)
+        return self._run(way, None, raw, check, timeout)
     return method
 
 
 def _with_argument(procedure: Procedure) -> Callable[..., Any]:
-    def method(self: Any, argument: Any, *, raw: bool = False,
+    def method(self: Any, argument: Any, *, raw: bool = False, check: Optional[bool] = None,
                timeout: Optional[float] = None) -> Any:
-        return self._run(conversion(procedure.server, procedure.name), argument, raw, timeout)
+        way = conversion(procedure.server, procedure.name)
+        return self._run(way, argument, raw, check, timeout)
     return method
 
 

@@ -87,7 +87,10 @@ class Server(NamedTuple):
 
 
 class Schema:
-    """Servers by name, records by name, procedures by name."""
+    """Servers by name, records by name, procedures by name.
+
+    `characters` are those that a text may hold, with their byte in the servers' code.
+    """
 
     def __init__(self, document: Dict[str, Any]) -> None:
         self.records: Dict[str, Record] = {
@@ -103,6 +106,7 @@ class Schema:
             procedure.name: procedure
             for server in self.servers.values() for procedure in server.procedures.values()
         }
+        self.characters: Dict[str, int] = {chr(unit): byte for unit, byte in document["characters"]}
         self.meanings: Dict[str, Any] = document.get("meanings", {})  # see meanings.py
 
     def reachable(self, wire: WireType) -> Set[str]:
