@@ -8,7 +8,6 @@ import base64
 import json
 
 import pytest
-from arguments import bad, good
 from hypothesis import HealthCheck, given, settings
 from servers import Started
 
@@ -16,6 +15,7 @@ import kvrpc_tools
 from kvrpc_tools import ArgumentError
 from kvrpc_tools.schema import own
 from kvrpc_tools.simulator.codec import SERVER_CODE, Codec
+from tests.python.arguments import bad, good
 
 PRINTED = set("\b\t\n\f\r")  # of the control characters, these are in the module's JSON texts
 PROCEDURES = [procedure for procedure in own().procedures.values()
