@@ -12,8 +12,6 @@ The last word goes for all later calls. What happens is told in words as well:
     gone     the client closed a connection
 """
 
-import queue
-
 from peer import FaultPeer
 from peer.started import Call
 
@@ -33,7 +31,7 @@ class LambdaPeer:
         self._peer.script(*steps, otherwise=steps[-1])
 
     def event(self, seconds=20):
-        """The next event; queue.Empty when none comes in time."""
+        """Returns the next event. Raises TimeoutError if none comes in time."""
         event = self._peer.event(seconds)
         if event["event"] == "call":
             return f"call {Call.of(event).procedure}"
@@ -45,7 +43,7 @@ class LambdaPeer:
     def is_silent(self, seconds=0.3):
         try:
             self.event(seconds)
-        except queue.Empty:
+        except TimeoutError:
             return True
         return False
 

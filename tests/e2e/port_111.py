@@ -12,7 +12,7 @@ from pathlib import Path
 
 import pytest
 from peer import messages
-from servers import plain_environment
+from settings import plain_environment
 
 PORT = 111
 JARS = [Path("/usr/share/java") / name for name in ("portmap.jar", "oncrpc.jar")]

@@ -5,23 +5,17 @@ holds the interpreter, so that no server could answer from a thread of the same 
 """
 
 import contextlib
-import os
 import queue
 import subprocess
 import sys
 import threading
 from pathlib import Path
 
+from settings import plain_environment
+
 HERE = Path(__file__).resolve().parent
 ROOT = HERE.parents[1]
 START_SECONDS = 20
-
-
-def plain_environment():
-    """The environment without what makes a sanitizer watch the interpreter."""
-    environment = {name: value for name, value in os.environ.items()
-                   if name not in ("LD_PRELOAD", "PYTHONMALLOC")}
-    return dict(environment, PYTHONUNBUFFERED="1")
 
 
 class Started:
@@ -30,7 +24,7 @@ class Started:
     def __init__(self, script, *arguments):
         self._process = subprocess.Popen(
             [sys.executable, str(HERE / script), *arguments], stdout=subprocess.PIPE,
-            encoding="utf-8", env=plain_environment())
+            encoding="utf-8", env=dict(plain_environment(), PYTHONUNBUFFERED="1"))
         self._lines = queue.Queue()
         self._reader = threading.Thread(target=self._read, daemon=True)
         self._reader.start()

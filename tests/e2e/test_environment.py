@@ -1,6 +1,5 @@
 """The environment as a script sees it at that moment, and each reason why a client is not made."""
 
-import queue
 
 import pytest
 from failures import STATUS, STATUS_REPLY
@@ -29,7 +28,7 @@ def opened(peer):
     try:
         while peer.event(10)["event"] != "open":
             continue
-    except queue.Empty:
+    except TimeoutError:
         return False
     return True
 

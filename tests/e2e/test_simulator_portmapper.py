@@ -6,7 +6,7 @@ import sys
 
 import port_111
 import pytest
-from servers import plain_environment
+from settings import plain_environment
 
 ASKED = {"lambda": ("l_version_1", 30500), "nue": ("n_get_nr_1", 1), "omega": ("o_sync_1", 0)}
 

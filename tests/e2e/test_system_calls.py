@@ -15,8 +15,7 @@ from pathlib import Path
 
 import pytest
 from failures import CANTRECV, CANTSEND, STATUS_REPLY, socket_failure
-from servers import plain_environment
-from settings import clean_environment
+from settings import clean_environment, plain_environment
 
 HERE = Path(__file__).resolve().parent
 WAIT_SECONDS = 20

@@ -11,7 +11,7 @@ import time
 import pytest
 from failures import STATUS, STATUS_REPLY, VERSION, VERSION_REPLY
 from peer import messages
-from servers import plain_environment
+from settings import plain_environment
 
 pytestmark = pytest.mark.peers
 

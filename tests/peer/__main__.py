@@ -1,15 +1,19 @@
 """The peer's process: python -m peer HOST PORT
 
-It serves TCP and UDP on one port (0: any that both have) and ends with its standard input. Commands
-come in as lines of JSON, events go out as such:
+Serves TCP and UDP on one port (0: any port that both have) and ends with its standard input. Its
+first line of output is the port. Each command is a line of JSON on standard input and is answered
+by one line, a list of the events since the last answer:
 
-    {"script": [...], "otherwise": ...}   the actions for the calls to come, and for all behind them
-    {"ping": N}                           answered by {"event": "pong", "ping": N}
+    {"script": [...], "otherwise": ...}   sets the actions for the next calls and for all later ones
+    {"wait": SECONDS}                     waits so long for an event if there is none yet
 
-    {"event": "port", "port": N}          once, when it is ready
     {"event": "open", "connection": N}    a connection was accepted
     {"event": "call", "transport": "tcp" or "udp", "connection": N, "time": seconds, "bytes": hex}
     {"event": "gone", "connection": N}    the client closed or lost a connection
+
+Events are kept in memory until they are asked for. The peer must never write unasked: while the
+module under test waits for an answer it holds the GIL, so that the test process cannot read, and a
+full pipe would stop the peer before it answers.
 """
 
 import json
@@ -29,23 +33,32 @@ def as_steps(action):
 
 
 class Script:
-    """The actions that are left, and the events; both are for several threads."""
+    """The actions to come and the events so far. May be used from several threads."""
 
     def __init__(self):
-        self._lock = threading.Lock()
+        self._changed = threading.Condition()
         self._actions = []
         self._otherwise = ANSWER_WELL
+        self._events = []
 
-    def say(self, event, **details):
-        with self._lock:
-            print(json.dumps({"event": event, **details}), flush=True)
+    def note(self, event, **details):
+        with self._changed:
+            self._events.append({"event": event, **details})
+            self._changed.notify_all()
+
+    def take_events(self, seconds=0):
+        """Returns the events since the last time, waiting up to `seconds` for the first."""
+        with self._changed:
+            self._changed.wait_for(lambda: self._events, timeout=seconds)
+            taken, self._events = self._events, []
+            return taken
 
     def replace(self, actions, otherwise):
-        with self._lock:
+        with self._changed:
             self._actions, self._otherwise = list(actions), otherwise
 
     def next_steps(self):
-        with self._lock:
+        with self._changed:
             return as_steps(self._actions.pop(0) if self._actions else self._otherwise)
 
 
@@ -60,7 +73,7 @@ def read_exactly(connection, length):
 
 
 def read_record(connection):
-    """The bytes of the next record, marks included, and its data."""
+    """Returns the bytes of the next record with its marks, and its data without them."""
     whole, data = b"", b""
     while True:
         mark = read_exactly(connection, 4)
@@ -72,14 +85,14 @@ def read_record(connection):
 
 
 def serve_connection(script, connection, number):
-    script.say("open", connection=number)
+    script.note("open", connection=number)
     connection.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
     before, going = b"\0" * 24, True
     try:
         while going:
             whole, call = read_record(connection)
-            script.say("call", transport="tcp", connection=number, time=time.monotonic(),
-                       bytes=whole.hex())
+            script.note("call", transport="tcp", connection=number, time=time.monotonic(),
+                        bytes=whole.hex())
             if len(call) < 24:
                 continue
             # all() stops at a step that ends the connection.
@@ -87,7 +100,7 @@ def serve_connection(script, connection, number):
                         for step in script.next_steps())
             before = call
     except (EOFError, OSError):
-        script.say("gone", connection=number)
+        script.note("gone", connection=number)
     connection.close()
 
 
@@ -104,7 +117,7 @@ def serve_datagrams(script, sock):
     before = b"\0" * 24
     while True:
         call, address = sock.recvfrom(65536)
-        script.say("call", transport="udp", connection=0, time=time.monotonic(), bytes=call.hex())
+        script.note("call", transport="udp", connection=0, time=time.monotonic(), bytes=call.hex())
         for step in script.next_steps():
             steps.answer_datagram(sock, address, step, call, before)
         before = call
@@ -124,18 +137,21 @@ def bind_both(host, port):
                 raise
 
 
+def answer(value):
+    print(json.dumps(value), flush=True)
+
+
 def main(host, port):
     script = Script()
     listener, sock = bind_both(host, int(port))
     for target, resource in ((serve_stream, listener), (serve_datagrams, sock)):
         threading.Thread(target=target, args=(script, resource), daemon=True).start()
-    script.say("port", port=listener.getsockname()[1])
+    answer(listener.getsockname()[1])
     for line in sys.stdin:
         command = json.loads(line)
         if "script" in command:
             script.replace(command["script"], command["otherwise"])
-        else:
-            script.say("pong", ping=command["ping"])
+        answer(script.take_events(command.get("wait", 0)))
 
 
 if __name__ == "__main__":

@@ -1,13 +1,13 @@
 """The tests' side of the peer."""
 
+import collections
 import dataclasses
 import json
-import os
-import queue
 import subprocess
 import sys
-import threading
 from pathlib import Path
+
+from settings import plain_environment
 
 TESTS = Path(__file__).resolve().parents[1]
 SECONDS = 60
@@ -16,7 +16,7 @@ SLOTS = {"alpha": 0, "lambda": 3, "omega": 5}  # a server's port behind the base
 
 @dataclasses.dataclass(frozen=True)
 class Call:
-    """A call as it arrived: `whole` has the marks of its record, `data` has not."""
+    """A call as it arrived: `whole` with the marks of its record, `data` without them."""
 
     transport: str
     connection: int
@@ -55,69 +55,68 @@ class Call:
         return int.from_bytes(self.data[20:24], "big")
 
 
-def environment():
-    """Without what makes a sanitizer watch the interpreter."""
-    kept = {name: value for name, value in os.environ.items()
-            if name not in ("LD_PRELOAD", "PYTHONMALLOC")}
-    return dict(kept, PYTHONPATH=str(TESTS))
-
-
 class FaultPeer:
-    """A running peer. `script` says what comes next, `calls` and `events` what it saw."""
+    """A running peer: `script` sets what it does next, `calls` and `events` say what it saw.
+
+    One thread at a time may use it.
+    """
 
     def __init__(self, host="127.0.0.1", port=0):
         self._process = subprocess.Popen(
             [sys.executable, "-m", "peer", host, str(port)], stdin=subprocess.PIPE,
-            stdout=subprocess.PIPE, encoding="ascii", env=environment())
-        self._events = queue.Queue()
-        self._pings = 0
-        self._reader = threading.Thread(target=self._read, daemon=True)
-        self._reader.start()
+            stdout=subprocess.PIPE, encoding="ascii",
+            env=dict(plain_environment(), PYTHONPATH=str(TESTS)))
+        self._untold = collections.deque()  # events that the peer has handed out, in order
         self.host = host
         try:
-            self.port = self.event()["port"]
-        except queue.Empty:
+            self.port = self._answer()
+        except EOFError:
             self.stop()
             raise
 
-    def _read(self):
-        with self._process.stdout as lines:
-            for line in lines:
-                self._events.put(json.loads(line))
+    def _answer(self):
+        line = self._process.stdout.readline()
+        if not line:
+            raise EOFError("the peer has ended")
+        return json.loads(line)
 
-    def _tell(self, command):
+    def _ask(self, **command):
         self._process.stdin.write(json.dumps(command) + "\n")
         self._process.stdin.flush()
+        self._untold.extend(self._answer())
 
     def base_port(self, server="lambda"):
         return self.port - SLOTS[server]
 
     def event(self, seconds=SECONDS):
-        """The next event; queue.Empty when none comes in time."""
-        return self._events.get(timeout=seconds)
+        """Returns the next event. Raises TimeoutError if none comes in time."""
+        if not self._untold:
+            self._ask(wait=seconds)
+        if not self._untold:
+            raise TimeoutError(f"the peer saw nothing in {seconds} s")
+        return self._untold.popleft()
 
     def events(self):
-        """What has happened since it was last asked."""
-        self._pings += 1
-        self._tell({"ping": self._pings})
-        found = []
-        while True:
-            event = self.event()
-            if event == {"event": "pong", "ping": self._pings}:
-                return found
-            found.append(event)
+        """Returns the events that nobody has asked for yet."""
+        self._ask(wait=0)
+        found = list(self._untold)
+        self._untold.clear()
+        return found
 
     def script(self, *actions, otherwise=None):
-        """The actions for the coming calls; after them it answers well, or as told."""
-        self._tell({"script": actions, "otherwise": {} if otherwise is None else otherwise})
-        self.events()
+        """Sets the actions for the next calls, and for all later ones: a good answer if not given.
+
+        Drops the events up to now.
+        """
+        self._ask(script=actions, otherwise={} if otherwise is None else otherwise)
+        self._untold.clear()
 
     def calls(self):
-        """The calls since it was last asked for anything."""
+        """Returns the calls among the events that nobody has asked for yet."""
         return [Call.of(event) for event in self.events() if event["event"] == "call"]
 
     def stop(self):
         self._process.stdin.close()
         self._process.kill()
         self._process.wait()
-        self._reader.join()
+        self._process.stdout.close()
