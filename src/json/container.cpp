@@ -1,3 +1,5 @@
+// Lookup in containers and changes to them. All of these walk the child list, so nothing that must
+// be linear in a container's length uses them in a loop.
 #include "json/json.h"
 
 namespace kvrpc {

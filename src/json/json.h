@@ -1,11 +1,16 @@
-// The JSON value tree: one node record for every value, constructors, lookup, containers, the
-// lenient parser and the printer in both forms.
+// The JSON value tree: one record for every value, constructors, lookup, containers, the lenient
+// parser and the printer in both forms.
 //
 // A node has exactly one owner: its parent's child list, or whoever holds the root. `key` and
 // `text` belong to the node. Every node, key, text and printed buffer comes from the allocation
-// hooks, the library's only global state. Failure is a null or zero result and nothing more.
-// Nothing here recurses over the tree: parsing, printing, duplicating and deleting take the
-// deepest nesting on a small stack, in time linear in the bytes. A tree belongs to one thread.
+// hooks, which are the only global state here. A failure is a null or zero result without a
+// message.
+//
+// Nothing here recurses over the tree: parsing, printing, duplicating and deleting handle any
+// nesting on a small stack, in time linear in the bytes. A tree belongs to one thread.
+//
+// A call's text is parsed to a json_document instead (json/document.h), which is faster because its
+// nodes are never changed one by one.
 #pragma once
 
 #include <cstddef>
@@ -29,7 +34,7 @@ struct json_node {
   json_node* child;         // first child of an array or object
   char* key;                // name of this member in an object, else null
   std::int32_t type;        // a json_type
-  std::int32_t is_integer;  // for a number: whether `integer` or `number` is authoritative
+  std::int32_t is_integer;  // of a number: 1 if `integer` is its value, 0 if `number` is
   char* text;               // the bytes of a string up to their NUL, else null
   std::int64_t integer;
   double number;
@@ -42,28 +47,31 @@ struct json_allocator {
   void (*release)(void* block);
 };
 
-// Replaces the hooks; null, or a null member, selects the standard runtime's function.
+// Replaces the hooks. Null, or a null member, selects the standard runtime's function.
 void json_set_hooks(const json_allocator* hooks);
-// The hooks in force.
+// Returns the hooks in force.
 const json_allocator& json_hooks();
 
-// A zero-filled node, or null.
+// Returns a zero-filled node, or null if memory is out.
 json_node* json_new_node();
-// A copy of `text` through the allocate hook, or null.
+// Returns a copy of `text` from the allocate hook, or null.
 char* json_strdup(const char* text);
-// Releases `node` and all below it; its siblings stay, and a parent is not told. Null is allowed.
+// Releases `node` and everything below it. Leaves its siblings alone and does not unlink it from a
+// parent: use json_delete_at or json_delete_member for a child. Null is allowed.
 void json_delete(json_node* node);
-// A deep copy with no siblings, or null.
+// Returns a deep copy without siblings, or null.
 json_node* json_duplicate(const json_node* node);
 
-// Constructors: a node without parent, or null. A number gets the one field it is asked for.
+// Constructors. Each returns a node without a parent, or null if memory is out. A number gets only
+// the field that it is made from: json_new_integer(5) has `number` 0, and a parsed 5 has both.
 json_node* json_new_null();
 json_node* json_new_true();
 json_node* json_new_false();
 json_node* json_new_double(double value);
 json_node* json_new_integer(std::int64_t value);
 json_node* json_new_string(const char* text);
-// Takes `text` (from the allocate hook) over. On a null result the text stays the caller's.
+// Takes over `text`, which must come from the allocate hook. If the result is null, `text` is still
+// the caller's.
 json_node* json_new_string_owned(char* text);
 json_node* json_new_array();
 json_node* json_new_object();
@@ -72,12 +80,13 @@ json_node* json_new_float_array(const float* values, std::int32_t count);
 json_node* json_new_double_array(const double* values, std::int32_t count);
 json_node* json_new_string_array(const char* const* values, std::int32_t count);
 
-// Lookup. json_find ignores ASCII case, takes the first match and ends at a child without a key.
+// Lookup. json_find ignores ASCII case, returns the first match and stops at a child without a key.
 std::uint32_t json_child_count(const json_node* container);
 json_node* json_child_at(const json_node* container, std::uint32_t index);
 json_node* json_find(const json_node* container, const char* key);
 
-// Changing a container; 1 on success. An item whose add failed remains the caller's.
+// Changes to a container. Each int is 1 on success and 0 on failure. An item that could not be
+// added is still the caller's.
 int json_add_item(json_node* container, json_node* item);
 int json_add_member(json_node* object, const char* key, json_node* item);
 int json_delete_at(json_node* container, std::uint32_t index);
@@ -86,14 +95,16 @@ json_node* json_detach_at(json_node* container, std::uint32_t index);
 json_node* json_detach_member(json_node* object, const char* key);
 int json_replace_member(json_node* object, const char* key, json_node* item);
 
-// The list primitives behind these.
+// The list operations that these are made of.
 void json_unlink(json_node* container, json_node* node);
 json_node* json_link(json_node* earlier, json_node* later);
 
-// The root of the first value in `text`, or null; what follows that value is ignored.
+// Returns the root of the first value in `text`, or null. Ignores what follows that value. For
+// example, `{"a":1} tail` gives the object.
 json_node* json_parse(const char* text);
 
-// The text of a tree, released through the release hook, or null. json_print is compact.
+// Return the text of a tree, which the caller gives back to the release hook, or null. json_print
+// gives the compact form.
 char* json_print(const json_node* node);
 char* json_print_pretty(const json_node* node);
 

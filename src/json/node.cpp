@@ -1,3 +1,4 @@
+// Nodes: the allocation hooks, constructors, and the deletion and duplication of trees.
 #include <cstdlib>
 #include <cstring>
 
@@ -22,14 +23,14 @@ json_node* new_of_type(json_type type) {
   return node;
 }
 
-// `text` as a fresh copy in `place`, null as null; false when memory is out.
+// Stores a fresh copy of `text` in `place`, unless it is null. Returns false if memory is out.
 bool copy_text(char** place, const char* text) {
   if (text == nullptr) return true;
   *place = json_strdup(text);
   return *place != nullptr;
 }
 
-// A copy of `source` alone, without what hangs from it, or null.
+// Returns a copy of `source` without its children, or null.
 json_node* copy_of(const json_node& source) {
   json_node* copy = json_new_node();
   if (copy == nullptr) return nullptr;
@@ -80,8 +81,8 @@ char* json_strdup(const char* text) {
   return static_cast<char*>(std::memcpy(block, text, size));
 }
 
-// Runs in the space of the tree itself: a node below the root is taken off its parent's list and
-// its `prev` then leads back to the parent.
+// Needs no stack: a child is taken off its parent's list, and its `prev` then leads back to the
+// parent.
 void json_delete(json_node* node) {
   if (node == nullptr) return;
   node->prev = nullptr;

@@ -1,3 +1,5 @@
+// Numbers that are more than a short plain integer, which the parser reads itself: fractions,
+// exponents, leading zeros, and integers that may not fit in 64 bits.
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -9,14 +11,12 @@ namespace kvrpc {
 
 namespace {
 
-bool is_digit(char byte) { return byte >= '0' && byte <= '9'; }
-
 const char* digits_end(const char* at, const char* end) {
-  while (at < end && is_digit(*at)) ++at;
+  while (at < end && json_is_digit(*at)) ++at;
   return at;
 }
 
-// The end of the number at `at`; end + 1 when its point swallows the text's NUL.
+// Returns the end of the number at `at`, or end + 1 if its point swallows the text's NUL.
 const char* number_end(const char* at, const char* end, bool* floating) {
   if (*at == '-') ++at;
   if (*at == '0') ++at;
@@ -35,14 +35,15 @@ const char* number_end(const char* at, const char* end, bool* floating) {
   return at;
 }
 
-// Decimal, held at the limit of its sign; 0 without a digit.
+// Returns the decimal integer of the span, or the limit of its sign if it does not fit, or 0
+// without a digit.
 std::int64_t saturated_integer(const char* at, const char* end) {
   std::int64_t value = 0;
   if (std::from_chars(at, end, value).ec != std::errc::result_out_of_range) return value;
   return *at == '-' ? INT64_MIN : INT64_MAX;
 }
 
-// Whether a decimal number that no float can hold is too large and not too small.
+// Returns true if a number that no float can hold is too large, false if it is too small.
 bool is_large(const char* at, const char* end) {
   if (*at == '-') ++at;
   while (*at == '0') ++at;
@@ -64,8 +65,8 @@ bool is_large(const char* at, const char* end) {
   return exponent > -magnitude;
 }
 
-// What the format "%g" stores for the span: a float, infinite or zero when out of range. False
-// when the span does not begin with a number.
+// Stores what the format "%g" stores for the span: a float, which is infinite or zero if the number
+// is out of range. Returns false if the span does not begin with a number.
 bool scan_float(const char* at, const char* end, float* out) {
   const std::errc error = std::from_chars(at, end, *out).ec;
   if (error == std::errc::result_out_of_range) {
@@ -75,8 +76,10 @@ bool scan_float(const char* at, const char* end, float* out) {
   return error == std::errc();
 }
 
-// A number with a fraction or an exponent keeps no value: the float's bits become the low half of
-// the double, the high half stays zero, and `integer`, the whole part of such a double, stays 0.
+// Compatibility: a number with a fraction or an exponent keeps no value. The float's bits become
+// the low half of the double, whose high half stays zero, so `integer`, the whole part of that
+// double, is 0. For example, 1.5 becomes about 5.3e-315. Servers never see such numbers. Do not
+// fix.
 void store_floating(json_node* node, const char* at, const char* end) {
   float value = 0;
   if (!scan_float(at, end, &value)) return;
@@ -97,9 +100,7 @@ const char* json_parse_number(json_node* node, const char* at, const char* end) 
     store_floating(node, at, span_end);
     return behind;
   }
-  node->integer = saturated_integer(at, span_end);
-  node->number = static_cast<double>(node->integer);
-  node->is_integer = 1;
+  json_set_integer(node, saturated_integer(at, span_end));
   return behind;
 }
 

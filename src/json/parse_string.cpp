@@ -1,3 +1,5 @@
+// Strings with escapes. The end of a string is found by two scans that differ after a short `\u`,
+// as the comment of json_string_end tells; the copy never writes more bytes than it reads.
 #include <cstring>
 
 #include "json/parse.h"
@@ -7,9 +9,8 @@ namespace kvrpc {
 
 namespace {
 
-// The '"' or the byte below 0x20 that ends the string whose bytes begin at `at`, when a `\u` is
-// taken to have `hex_width` bytes behind it. Null when a backslash or its digits step over the
-// text's NUL.
+// Returns the '"' or the byte below 0x20 that ends the string, if each `\u` is followed by
+// `hex_width` bytes of digits. Returns null if a backslash or its digits step over the text's NUL.
 const char* string_end(const char* at, const char* end, int hex_width) {
   while (true) {
     at = json_plain_end(at, end);
@@ -23,13 +24,7 @@ const char* string_end(const char* at, const char* end, int hex_width) {
 // The string ends where copying it stops: a `\u` with fewer than four digits swallows what stands
 // in their place, a closing quote too. But a backslash as the last byte fails the string also when
 // only the count of its bytes, which knows no digits, comes upon it.
-const char* copy_end(const char* at, const char* end) {
-  at = json_plain_end(at, end);
-  if (*at != '\\') return at;
-  return string_end(at, end, 0) == nullptr ? nullptr : string_end(at, end, 4);
-}
-
-// One unit of 16 bits as UTF-8; halves of a surrogate pair stay apart.
+// Writes a unit of 16 bits as UTF-8. The halves of a surrogate pair stay two sequences.
 char* put_utf8(char* out, std::uint32_t unit) {
   if (unit < 0x80) {
     *out++ = static_cast<char>(unit);
@@ -62,7 +57,7 @@ char unescaped(char byte) {
   }
 }
 
-// Takes the bytes from `at` to `stop` apart; never more bytes than it reads.
+// Copies [at, stop) to `out`, resolving escapes. Never writes more bytes than it reads.
 char* copy_unescaped(char* out, const char* at, const char* stop) {
   while (true) {
     const char* plain = json_plain_end(at, stop);
@@ -99,17 +94,18 @@ const char* json_parse_hex4(const char* at, std::uint32_t* out) {
   return at;
 }
 
-const char* json_parse_string(json_node* node, const char* at, const char* end) {
-  if (at == nullptr || *at != '"') return nullptr;
-  ++at;
-  const char* stop = copy_end(at, end);
-  if (stop == nullptr) return nullptr;
-  void* block = json_hooks().allocate(static_cast<std::size_t>(stop - at) + 1);
-  if (block == nullptr) return nullptr;
-  node->text = static_cast<char*>(block);
-  *copy_unescaped(node->text, at, stop) = '\0';
-  node->type = JSON_STRING;
-  return *stop == '"' ? stop + 1 : stop;
+// The string ends where copying it stops: a `\u` with fewer than four digits swallows the bytes in
+// their place, even a closing quote. For example, "\u12"x" is one string. But a first scan measures
+// the string and knows no digits, and a string fails if that scan comes upon a backslash as the
+// text's last byte, even one that the copy would have swallowed.
+const char* json_string_end(const char* at, const char* end) {
+  at = json_plain_end(at, end);
+  if (*at != '\\') return at;
+  return string_end(at, end, 0) == nullptr ? nullptr : string_end(at, end, 4);
+}
+
+void json_copy_string(char* out, const char* at, const char* stop) {
+  *copy_unescaped(out, at, stop) = '\0';
 }
 
 }  // namespace kvrpc

@@ -1,10 +1,15 @@
-// The search for the bytes that a JSON string cannot hold as they are: '"', '\' and the bytes
-// below 0x20. Reading and writing strings both copy the stretch before the next of these at once;
-// the search takes eight bytes a step and reads nothing at or behind `end`.
+// The search for the bytes that a JSON string cannot hold as they are: '"', '\' and the bytes below
+// 0x20. Parsing and printing a string both copy the stretch before the next of these at once.
+//
+// The search inspects 16 bytes a step where there is SSE2, eight elsewhere and near the end.
 #pragma once
 
 #include <cstdint>
 #include <cstring>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 namespace kvrpc {
 
@@ -12,7 +17,7 @@ inline bool json_is_plain(char byte) {
   return byte != '"' && byte != '\\' && static_cast<unsigned char>(byte) >= 0x20;
 }
 
-// Whether all eight bytes of `word` are plain.
+// Returns true if all eight bytes of `word` are plain.
 inline bool json_all_plain(std::uint64_t word) {
   constexpr std::uint64_t each = 0x0101010101010101;
   const std::uint64_t quote = word ^ (each * '"');
@@ -22,8 +27,9 @@ inline bool json_all_plain(std::uint64_t word) {
   return (hits & (each * 0x80)) == 0;
 }
 
-// The first byte from `at` that is not plain, or `end`.
-inline const char* json_plain_end(const char* at, const char* end) {
+// Returns the first byte from `at` on that is not plain, or `end`. Inspects eight bytes a step and
+// reads nothing at or after `end`.
+inline const char* json_plain_end_by_words(const char* at, const char* end) {
   for (std::uint64_t word; end - at >= 8; at += 8) {
     std::memcpy(&word, at, sizeof word);
     if (!json_all_plain(word)) break;
@@ -31,5 +37,38 @@ inline const char* json_plain_end(const char* at, const char* end) {
   while (at < end && json_is_plain(*at)) ++at;
   return at;
 }
+
+#ifdef __SSE2__
+
+constexpr int json_block_size = 16;
+
+// Returns a bit for each of the 16 bytes at `at`: 1 if it is not plain. The first byte's is the
+// lowest.
+inline std::uint32_t json_special_bits(const char* at) {
+  const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
+  const __m128i quotes = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('"'));
+  const __m128i backslashes = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\\'));
+  // There is no unsigned comparison: a byte is below 0x20 if it is the minimum of itself and 0x1F.
+  const __m128i controls = _mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(0x1F)), bytes);
+  return static_cast<std::uint32_t>(
+      _mm_movemask_epi8(_mm_or_si128(controls, _mm_or_si128(quotes, backslashes))));
+}
+
+// As json_plain_end_by_words, by blocks of 16 bytes.
+inline const char* json_plain_end(const char* at, const char* end) {
+  for (; end - at >= json_block_size; at += json_block_size) {
+    const std::uint32_t special = json_special_bits(at);
+    if (special != 0) return at + __builtin_ctz(special);
+  }
+  return json_plain_end_by_words(at, end);
+}
+
+#else
+
+inline const char* json_plain_end(const char* at, const char* end) {
+  return json_plain_end_by_words(at, end);
+}
+
+#endif
 
 }  // namespace kvrpc

@@ -1,40 +1,14 @@
+// The parts of json_tree and json_path that need no speed: their ends, and the growth of a path.
 #include "json/tree.h"
 
 #include <cstdint>
 
 namespace kvrpc {
 
-json_tree::~json_tree() {
-  while (open_ != nullptr) close();
-  json_delete(root_);
-}
-
-bool json_tree::append(json_node* node) {
-  if (node == nullptr) return false;
-  if (open_ == nullptr) {
-    root_ = node;
-  } else if (last_ == nullptr) {
-    open_->child = node;
-  } else {
-    json_link(last_, node);
-  }
-  last_ = node;
-  return true;
-}
-
-void json_tree::open() {
-  last_->next = open_;
-  open_ = last_;
-  last_ = nullptr;
-}
-
-void json_tree::close() {
-  last_ = open_;
-  open_ = last_->next;
-  last_->next = nullptr;
-}
+json_tree::~json_tree() { json_delete(release()); }
 
 json_node* json_tree::release() {
+  while (open_ != nullptr) close();
   json_node* root = root_;
   root_ = last_ = nullptr;
   return root;

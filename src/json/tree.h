@@ -1,11 +1,11 @@
-// How a tree is built and walked without recursion; for the sources of this directory alone.
+// Building and walking a tree without recursion, for the sources of this directory alone.
 //
-// json_tree builds in the order of the text. While a container is open its `next`, which is null
-// for as long as it is the last of its siblings, holds the container around it: depth costs no
-// memory, and a child is linked behind the last one without a walk. The tree belongs to the
-// builder until release(); the destructor deletes what was not released, open containers included.
+// json_tree builds in the order of the text. While a container is open, its `next` holds the
+// container around it: it is the last of its siblings, so the link would be null. Depth therefore
+// costs no memory, and a child is linked after the last one without a walk. The tree belongs to the
+// builder until release(), and the destructor deletes what was not released.
 //
-// json_path remembers the containers around a node of a tree that may not be written to.
+// json_path remembers the containers around a node of a tree that must not be written to.
 #pragma once
 
 #include <cstddef>
@@ -21,19 +21,38 @@ class json_tree {
   json_tree(const json_tree&) = delete;
   json_tree& operator=(const json_tree&) = delete;
 
-  // Takes `node` over as the root or the open container's next child; false when it is null.
-  bool append(json_node* node);
+  // Takes `node` over as the root or as the open container's next child. Returns false if it is
+  // null.
+  bool append(json_node* node) {
+    if (node == nullptr) return false;
+    if (last_ != nullptr) {
+      json_link(last_, node);
+    } else {
+      (open_ != nullptr ? open_->child : root_) = node;
+    }
+    last_ = node;
+    return true;
+  }
   // Makes the last node the open container.
-  void open();
+  void open() {
+    last_->next = open_;
+    open_ = last_;
+    last_ = nullptr;
+  }
   // Ends the open container, which is then the last node of the one around it.
-  void close();
+  void close() {
+    last_ = open_;
+    open_ = last_->next;
+    last_->next = nullptr;
+  }
 
-  // The open container, null outside of the root.
+  // Returns the open container, or null outside of the root.
   json_node* container() const { return open_; }
-  // The open container's last child so far, or null; outside of all containers the root.
+  // Returns the open container's last child so far, or null. Outside of all containers, returns the
+  // root.
   json_node* last() const { return last_; }
 
-  // The root, now the caller's; every container must be closed.
+  // Closes all containers and returns the root, which is now the caller's.
   json_node* release();
 
  private:
@@ -50,9 +69,9 @@ class json_path {
   json_path& operator=(const json_path&) = delete;
 
   std::size_t depth() const { return depth_; }
-  // Enters a container; false when memory is out.
+  // Enters a container. Returns false if memory is out.
   bool push(const json_node* container);
-  // The innermost container.
+  // Returns the innermost container.
   const json_node* top() const { return containers_[depth_ - 1]; }
   void pop() { --depth_; }
 

@@ -19,6 +19,7 @@ TEST(Corpus, PrintsAndReparsesToItself) {
     bytes << std::ifstream(entry.path(), std::ios::binary).rdbuf();
     ++files;
     const tree_ptr tree = parse(bytes.str());
+    EXPECT_EQ(describe_document(bytes.str()), describe(tree.get())) << entry.path();
     if (tree == nullptr) continue;
     ++parsed;
     const std::string second = print(parse(print(tree.get())).get());

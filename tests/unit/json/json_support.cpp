@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "json/document.h"
+
 namespace kvrpc::test {
 
 namespace {
@@ -122,6 +124,28 @@ std::string taken(char* text) {
   return text == nullptr ? "(null)" : text;
 }
 
+// A copy of a text, up to its NUL, in a block of that size, so that the sanitizers see a read after
+// it. Checks in the end that nobody wrote to it.
+class exact_copy {
+ public:
+  explicit exact_copy(const std::string& text)
+      : original_(text.c_str()), copy_(static_cast<char*>(std::malloc(original_.size() + 1))) {
+    std::memcpy(copy_, original_.c_str(), original_.size() + 1);
+  }
+  ~exact_copy() {
+    EXPECT_EQ(copy_, original_) << "the parser wrote to its text";
+    std::free(copy_);
+  }
+  exact_copy(const exact_copy&) = delete;
+  exact_copy& operator=(const exact_copy&) = delete;
+
+  const char* text() const { return copy_; }
+
+ private:
+  std::string original_;
+  char* copy_;
+};
+
 void* run_body(void* body) {
   (*static_cast<void (**)()>(body))();
   return nullptr;
@@ -130,13 +154,14 @@ void* run_body(void* body) {
 }  // namespace
 
 tree_ptr parse(const std::string& text) {
-  const std::size_t size = std::strlen(text.c_str()) + 1;
-  const std::unique_ptr<char, void (*)(void*)> copy(static_cast<char*>(std::malloc(size)),
-                                                    std::free);
-  std::memcpy(copy.get(), text.c_str(), size);
-  tree_ptr tree(json_parse(copy.get()));
-  EXPECT_EQ(std::memcmp(copy.get(), text.c_str(), size), 0) << "the parser wrote to its text";
-  return tree;
+  const exact_copy copy(text);
+  return tree_ptr(json_parse(copy.text()));
+}
+
+std::string describe_document(const std::string& text) {
+  const exact_copy copy(text);
+  json_document document;
+  return describe(document.parse(copy.text()));
 }
 
 std::string print(const json_node* node) { return taken(json_print(node)); }

@@ -52,6 +52,8 @@ std::string pretty(const json_node* node);
 // outside of ASCII and ' and \ stand as \xHH. "fail" is a null tree. A field that a parsed node of
 // its type cannot hold, or a broken link, adds a '!'.
 std::string describe(const json_node* node);
+// The same of the document that json_document makes of `text`, from a copy as in parse().
+std::string describe_document(const std::string& text);
 
 std::uint64_t bits_of(double value);
 

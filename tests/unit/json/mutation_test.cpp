@@ -7,10 +7,12 @@
 namespace kvrpc::test {
 namespace {
 
-// What holds for every text: parsing it leaves nothing behind, and a tree prints to a text that
-// parses. A printed fraction parses to zero, so it is the second print that all later ones equal.
+// What holds for every text: parsing it leaves nothing behind, a document is the same tree, and a
+// tree prints to a text that parses. A printed fraction parses to zero, so it is the second print
+// that all later ones equal.
 void check_text(const std::string& text) {
   const tree_ptr tree = parse(text);
+  ASSERT_EQ(describe_document(text), describe(tree.get())) << text;
   if (tree == nullptr) return;
   const std::string first = print(tree.get());
   ASSERT_NE(first, "(null)");

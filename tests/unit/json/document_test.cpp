@@ -1,0 +1,81 @@
+// The tree of a call: the same as that of json_parse, in few blocks that go at once.
+#include "json/document.h"
+
+#include <gtest/gtest.h>
+
+#include "json_support.h"
+#include "support/failing_heap.h"
+
+namespace kvrpc::test {
+namespace {
+
+std::string list_of(int nodes) {
+  std::string text;
+  for (int i = 0; i < nodes; ++i) text += R"({"name":"node )" + std::to_string(i) + R"(","next":)";
+  return text + "null" + repeated("}", nodes);
+}
+
+TEST(Document, NeedsNoHeapForASmallCall) {
+  const counting_hooks hooks;
+  json_document document;
+  ASSERT_NE(document.parse(R"({"a_login_1":{"userid":"MEIER","passwor":"secret"}})"), nullptr);
+  EXPECT_EQ(hooks.allocations() + hooks.resizes(), 0);
+}
+
+TEST(Document, TakesFewBlocksForALongText) {
+  const counting_hooks hooks;
+  {
+    json_document document;
+    ASSERT_NE(document.parse(list_of(100'000).c_str()), nullptr);
+    EXPECT_LE(hooks.allocations(), 10);
+  }
+  EXPECT_EQ(hooks.live_blocks(), 0);
+}
+
+TEST(Document, IsNullWithoutAText) {
+  json_document document;
+  EXPECT_EQ(document.parse(nullptr), nullptr);
+  EXPECT_EQ(document.parse(""), nullptr);
+}
+
+TEST(Document, FailsWithoutMemoryAndLeavesNothing) {
+  const std::string text = list_of(2'000);
+  const std::int64_t failures = fail_each_allocation([&](std::int64_t number) {
+    const counting_hooks hooks(number);
+    {
+      json_document document;
+      const bool parsed = document.parse(text.c_str()) != nullptr;
+      EXPECT_NE(parsed, hooks.failed());
+    }
+    EXPECT_EQ(hooks.live_blocks(), 0);
+    return hooks.failed();
+  });
+  EXPECT_GE(failures, 3);
+}
+
+// Strings may take all of their room, so that a sanitizer sees a byte too many.
+TEST(Document, HasRoomForTextsThatAreAllStrings) {
+  for (int size = 1; size < 600; ++size) {
+    const std::string one = "\"" + repeated("y", size);
+    ASSERT_EQ(describe_document(one), describe(parse(one).get()));
+  }
+  for (int strings = 1; strings < 200; ++strings) {
+    std::string text = "[" + repeated(R"("",)", strings);
+    text.back() = ']';
+    ASSERT_EQ(describe_document(text), describe(parse(text).get()));
+    const std::string broken = "[\"" + repeated("\n,\"", strings);
+    ASSERT_EQ(describe_document(broken), describe(parse(broken).get()));
+  }
+}
+
+void deep_document() {
+  const std::string text =
+      repeated(R"([{"a":)", great_depth / 2) + "1" + repeated("}]", great_depth / 2);
+  json_document document;
+  EXPECT_NE(document.parse(text.c_str()), nullptr);
+}
+
+TEST(Document, TakesAnyDepthOnASmallStack) { run_on_small_stack(deep_document); }
+
+}  // namespace
+}  // namespace kvrpc::test
