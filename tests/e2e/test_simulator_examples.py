@@ -12,7 +12,7 @@ EXPECTED = {
     "process_control.py": ["stopped: True", "gateways     partly running", "started: False",
                            "Grüße vom Beispiel"],
     "send_fax.py": ["session 1", "  queued\n  sending\n  sent\n", "2 of 2 pages",
-                    "gesendet, 2 Seiten"],
+                    "sent, 2 pages"],
     "read_inbox.py": ["1 in the inbox of meier", "an: Ida Meier", "[Zeichnung, Blatt 1]"],
     "address_book.py": ["3 entries in kunden", "Mühle Süd", "2 entries in kunden",
                         "members: hafen, kontor", "+49 451 5550888 is Kontor Lüders"],

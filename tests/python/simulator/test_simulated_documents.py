@@ -142,7 +142,7 @@ def test_a_fax_is_forwarded_to_a_user_or_a_group(call, login):
 def test_a_document_is_printed_where_there_is_a_printer(call, document):
     assert call("a_print_dok_1", named(document, printid="laser1")) is True
     assert call("a_print_dok_1", named(document, printid="keiner")) is False
-    assert call("a_get_log_1", named(document)) == "gedruckt auf laser1\n"
+    assert call("a_get_log_1", named(document)) == "printed on laser1\n"
 
 
 # ---- jobs
@@ -169,8 +169,8 @@ def test_a_job_moves_from_queued_to_sent(call, document):
     assert (record["seiten"], record["seitenok"], record["istrepc"]) == (2, 2, 1)
     assert page(call, job, 1, SENT) == "erste Seite"
     log = call("a_get_log_1", named(job, topf=SENT))
-    assert "gesendet, 2 Seiten" in log
-    assert any("gesendet" in call("l_get_rec_1", number)["data"]
+    assert "sent, 2 pages" in log
+    assert any("sent" in call("l_get_rec_1", number)["data"]
                for number in range(call("l_get_nr_recs_1")))
 
 

@@ -63,18 +63,43 @@ def test_the_administration_password_guards_permissions(call):
     assert call("a_put_u_perm_1", {**permit, "admpw": "x"}) == 2
 
 
-def test_a_user_of_omega_is_one_of_alpha(call):
+def test_omega_and_alpha_write_and_read_the_same_user_records(call):
+    key = {"alphaid": "zentrale", "userid": "neu"}
+    for put, delete_first in (("o_put_user_1", True), ("a_put_o_user_1", False)):
+        assert call(put, USER) is True
+        for get in ("o_get_user_1", "a_get_o_user_1"):
+            assert call(get, key)["name"] == "Neu Anders"
+        for listed in ("o_get_user_ll_1", "a_get_system_userlist_1"):
+            names = [node["data"]["userid"] for node in call(listed)["first"]]
+            assert names == ["meier", "neu", "schulz"]
+        assert call("o_search_bar_1", "77")["userid"] == "neu"
+        if delete_first:
+            assert call("o_del_user_1", key) is True
+            assert call("o_del_user_1", key) is False
+
+
+def test_a_user_is_named_by_the_alpha_as_well(call):
+    for alpha in ("nord", "sued"):
+        assert call("o_put_user_1", {"alphaid": alpha, "userid": "weber", "name": f"Weber {alpha}"})
+    assert call("o_get_user_1", {"alphaid": "nord", "userid": "weber"})["name"] == "Weber nord"
+    assert call("a_get_o_user_1", {"alphaid": "sued", "userid": "weber"})["name"] == "Weber sued"
+    assert call("a_get_o_user_1", {"alphaid": "west", "userid": "meier"})["name"] == ""
+    assert call("o_del_user_1", {"alphaid": "nord", "userid": "weber"}) is True
+    assert call("o_get_user_1", {"alphaid": "sued", "userid": "weber"})["name"] == "Weber sued"
+
+
+def test_the_local_record_and_the_one_of_omega_are_two(call):
     assert call("o_put_user_1", USER) is True
-    assert call("a_get_o_user_1", {"alphaid": "zentrale", "userid": "neu"})["name"] == "Neu Anders"
-    assert call("a_put_user_1", {"userid": "neu", "passwor": "pw", "mailadr": "n@example.org"})
+    assert login(call, "neu", "")["err"] == 1  # no local record yet
+    assert call("a_put_user_1", {"userid": "neu", "passwor": "pw", "prio": 7})
     assert login(call, "neu", "pw")["err"] == 0
-    assert call("o_get_user_1", {"alphaid": "zentrale", "userid": "neu"})["barcode"] == "77"
-    assert call("o_search_bar_1", "77")["userid"] == "neu"
-    names = [node["data"]["userid"] for node in call("o_get_user_ll_1")["first"]]
-    assert names == ["meier", "neu", "schulz"]
-    assert call("a_get_system_userlist_1")["anz"] == 3
+    key = {"alphaid": "zentrale", "userid": "neu"}
+    assert call("a_get_user_1", "neu")["prio"] == 7
+    assert call("o_get_user_1", key)["prio"] != 7
     assert call("a_del_user_1", "neu") is True
-    assert call("o_del_user_1", {"alphaid": "zentrale", "userid": "neu"}) is False
+    assert call("a_del_user_1", "neu") is False
+    assert call("o_get_user_1", key)["name"] == "Neu Anders"
+    assert call("a_mk_dok_1", "neu") == 0
 
 
 def test_users_are_listed_in_blocks(call):

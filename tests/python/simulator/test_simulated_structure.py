@@ -95,13 +95,13 @@ USER = {"userh": "zentrale", "useru": "meier"}
 
 @pytest.mark.parametrize("writer, reader", ["ao", "oa", "aa", "oo"])
 def test_books_and_their_entries(call, writer, reader):
-    book = {"tbuchid": "privat", "comment": "Privates", "permissions": b"abc",
+    book = {"tbuchid": "privat", "comment": "Privates", "permissions": b"ab\0",
             "pars": [f"p{i}" for i in range(10)]}
     assert call(f"{writer}_put_tebu_1", {**USER, "data": book}) is True
     entry = {"tbuchid": "privat", "telid": "oma", "tsi": "+49 1", "phone": "0301", "nettype": 2}
     assert call(f"{writer}_put_tebul_1", {**USER, "data": entry}) is True
     found = call(f"{reader}_get_tebu_1", {**USER, "tbuchid": "privat"})
-    assert (found["owneru"], found["permissions"], found["pars"][9]) == ("meier", b"abc", "p9")
+    assert (found["owneru"], found["permissions"], found["pars"][9]) == ("meier", b"ab\0", "p9")
     assert call(f"{reader}_get_tebul_1", {**USER, "tbuchid": "privat", "telid": "oma"})[
         "phone"] == "0301"
     assert [row["telid"] for row in rows(call(f"{reader}_get_tebul_ll_1", {
@@ -111,8 +111,8 @@ def test_books_and_their_entries(call, writer, reader):
         "firma", "privat"]
     assert [row["tbuchid"] for row in rows(call(f"{reader}_get_tebu_llb_1", {
         **USER, "pos": "firma"}))] == ["privat"]
-    assert call(f"{reader}_check_perm_1", {**USER, "tbuchid": "privat"}) is True
-    assert call(f"{reader}_check_perm_1", {"useru": "schulz", "tbuchid": "privat"}) is False
+    assert call(f"{reader}_check_perm_1", {**USER, "tbuchid": "privat", "perm": 1}) is True
+    assert call(f"{reader}_get_tebu_1", {"useru": "schulz", "tbuchid": "privat"})["tbuchid"] == ""
     assert call(f"{writer}_del_tebu_1", {**USER, "tbuchid": "privat"}) is True
     assert call(f"{reader}_lookup_tsi_1", {"tsi": "+49 1"})["errcode"] == 1
     assert call(f"{writer}_put_tebul_1", {**USER, "data": entry}) is False
@@ -230,3 +230,52 @@ def test_a_line_for_the_log_and_a_text_for_translation(call):
     assert call("l_get_rec_1", call("l_get_nr_recs_1") - 1)["data"] == "von alpha"
     assert call("a_tra_str_1", {"language": "deutsch", "meta_zeile": "Seite"}) == "Seite"
     assert call("a_gamma_1", {"a_g_dok": "1", "next": [{"a_g_dok": "2"}]}) is True
+
+
+OWNER = {"userh": "zentrale", "useru": "meier"}
+MEMBER = {"userh": "zentrale", "useru": "schulz"}
+STRANGER = {"userh": "zentrale", "useru": "weber"}
+NAMESAKE = {"userh": "nord", "useru": "meier"}
+
+
+@pytest.mark.parametrize(("user", "allowed"), [(OWNER, {1, 2, 4}), (MEMBER, {1, 2}),
+                                               (STRANGER, {1}), (NAMESAKE, {1})])
+@pytest.mark.parametrize("server", "ao")
+def test_a_permission_is_that_of_the_owner_the_group_or_the_rest(call, server, user, allowed):
+    book = {"tbuchid": "b", "ownerg": "vertrieb", "permissions": bytes([7, 3, 1])}
+    assert call("a_put_tebu_1", {**OWNER, "data": book}) is True
+    for perm in (1, 2, 4, 8):
+        asked = {**user, "tbuchid": "b", "perm": perm}
+        assert call(f"{server}_check_perm_1", asked) is (perm in allowed)
+    assert call(f"{server}_check_perm_1", {**user, "tbuchid": "none", "perm": 0}) is False
+
+
+def test_permissions_of_zero_grant_nothing(call):
+    assert call("a_put_tebu_1", {**OWNER, "data": {"tbuchid": "b"}}) is True
+    assert call("a_check_perm_1", {**OWNER, "tbuchid": "b", "perm": 1}) is False
+    assert call("a_get_tebu_1", {**OWNER, "tbuchid": "b"})["tbuchid"] == "b"  # but it is the owner
+
+
+@pytest.mark.parametrize("server", "ao")
+def test_a_book_that_a_user_may_only_read_stays_as_it_is(call, server):
+    book = {"tbuchid": "b", "comment": "mine", "permissions": bytes([3, 0, 1])}
+    assert call("a_put_tebu_1", {**OWNER, "data": book}) is True
+    entry = {"tbuchid": "b", "telid": "oma"}
+    assert call("a_put_tebul_1", {**OWNER, "data": entry}) is True
+    assert call(f"{server}_get_tebul_1", {**STRANGER, **entry})["telid"] == "oma"
+    assert call(f"{server}_put_tebul_1", {**STRANGER, "data": entry}) is False
+    assert call(f"{server}_del_tebul_1", {**STRANGER, **entry}) is False
+    assert call(f"{server}_put_tebu_1", {**STRANGER, "data": {**book, "comment": "x"}}) is False
+    assert call(f"{server}_del_tebu_1", {**STRANGER, "tbuchid": "b"}) is False
+    assert call("a_get_tebu_1", {**OWNER, "tbuchid": "b"})["comment"] == "mine"
+
+
+@pytest.mark.parametrize("server", "ao")
+def test_what_a_user_may_not_read_is_not_there(call, server):
+    assert call("a_put_tebu_1", {**OWNER, "data": {"tbuchid": "b"}}) is True
+    assert call("a_put_tebul_1", {**OWNER, "data": {"tbuchid": "b", "telid": "oma"}}) is True
+    assert call(f"{server}_get_tebu_1", {**NAMESAKE, "tbuchid": "b"})["tbuchid"] == ""
+    assert [row["tbuchid"] for row in rows(call(f"{server}_get_tebu_ll_1", NAMESAKE))] == ["firma"]
+    assert call(f"{server}_get_tebul_ll_1", {**NAMESAKE, "tbuchid": "b"})["anz"] == 0
+    number = call("a_query_tebu_1", {**NAMESAKE, "tbuchid": "b", "aktpar": ["oma"]})
+    assert call("a_fetch_result_1", number)["anz"] == 0

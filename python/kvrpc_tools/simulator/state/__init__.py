@@ -41,7 +41,7 @@ class Installation:
         self._jobs = Jobs(documents, people, journal, now)
         self.handlers: Dict[str, Handler] = {}
         for family in (journal, self._processes, Files(journal), structure, people, Belongings(),
-                       Addresses(), Pages(documents, people, structure), self._jobs,
+                       Addresses(people), Pages(documents, people, structure), self._jobs,
                        PageTransfer(documents), Lines(structure), Numbers(),
                        Services(journal, people, now)):
             self.handlers.update(family.handlers())

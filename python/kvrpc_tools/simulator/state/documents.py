@@ -93,7 +93,7 @@ class Documents:
         document.pages = list(pages)
         document.received = {"absender": sender, "lineid": line, "dauer": 20 * len(pages),
                              "abscomm": comment}
-        self.note(document, f"empfangen von {sender} auf {line}, {len(pages)} Seiten")
+        self.note(document, f"received from {sender} on {line}, {len(pages)} pages")
         return document
 
     def note(self, document: Document, text: str) -> None:

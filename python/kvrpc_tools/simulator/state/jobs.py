@@ -90,7 +90,7 @@ class Jobs:
                "alphaid": ALPHA_HOST, "alphaid_src": ALPHA_HOST, "userid_src": asked["userid"]}
         self._jobs[copy.faxid] = job
         self._queue(job)
-        self._tell(job, f"angenommen für {job['empfnr']}")
+        self._tell(job, f"accepted for {job['empfnr']}")
         return {"faxid": copy.faxid, "errcode": 0}
 
     def _queue(self, job: Row) -> None:
@@ -102,26 +102,26 @@ class Jobs:
         job["istrepc"] += 1
         job["istzeit"] = int(start)
         if not job["empfnr"]:
-            job.update(status=FAILED, errstat=NO_NUMBER, error_string="keine Rufnummer")
+            job.update(status=FAILED, errstat=NO_NUMBER, error_string="no number")
             del self._due[faxid]
-            self._tell(job, "fehlgeschlagen: keine Rufnummer", WARNING)
+            self._tell(job, "failed: no number", WARNING)
             return
         job.update(status=SENDING, lineid_xmt="fax0")
         self._due[faxid] = start + PAGE_SECONDS * max(1, job["seiten"])
-        self._tell(job, f"wählt {job['empfnr']} auf fax0")
+        self._tell(job, f"dials {job['empfnr']} on fax0")
 
     def _finish(self, faxid: int, job: Row) -> None:
         del self._due[faxid]
         job.update(status=DONE, seitenok=job["seiten"], dauer=20 * job["seiten"], nextzeit=0,
                    ready=True, charge_unit="EUR", charge_value=9 * job["seiten"])
-        self._tell(job, f"gesendet, {job['seiten']} Seiten")
+        self._tell(job, f"sent, {job['seiten']} pages")
 
     def _tell(self, job: Row, text: str, *severity: int) -> None:
         """In the document's log and in the installation's."""
         document = self._documents.find(job["userid"], SENT, job["faxid"])
         if document is not None:
             self._documents.note(document, text)
-        self._journal.note("alpha", f"Auftrag {job['faxid']} von {job['userid']}: {text}",
+        self._journal.note("alpha", f"job {job['faxid']} of {job['userid']}: {text}",
                            *severity)
 
     # ---- what users ask for
@@ -151,7 +151,7 @@ class Jobs:
             return False
         del self._due[job["faxid"]]
         job["status"] = CANCELLED
-        self._tell(job, "abgebrochen")
+        self._tell(job, "cancelled")
         return True
 
     def _restart(self, asked: Row) -> bool:
@@ -161,7 +161,7 @@ class Jobs:
             return False
         job.update(errstat=0, error_string="", seitenok=0, sollzeit=0)
         self._queue(job)
-        self._tell(job, "erneut gestartet")
+        self._tell(job, "restarted")
         return True
 
     def _change(self, argument: Any) -> bool:
@@ -194,7 +194,7 @@ class Jobs:
 
     def _dump(self, _: Any) -> None:
         for faxid, job in sorted(self._jobs.items()):
-            self._journal.note("alpha", f"Auftrag {faxid}: Zustand {job['status']}")
+            self._journal.note("alpha", f"job {faxid}: status {job['status']}")
 
 
 def _full(job: Optional[Row]) -> Row:

@@ -51,7 +51,7 @@ class Pages:
 
     def _make(self, userid: str) -> int:
         """The new document's number, 0 without such a user."""
-        if self._people.users.get(userid) is None:
+        if not self._people.is_local(userid):
             return 0
         return self._documents.make(userid, POOL).faxid
 
@@ -75,20 +75,20 @@ class Pages:
         source = self._find(asked, asked["sourcetopf"])
         group = [row["userid"] for row in self._people.members_of(asked["groupid"])]
         users = [user for user in ([asked["destu"]] if asked["destu"] else group)
-                 if self._people.users.get(user)]
+                 if self._people.is_local(user)]
         if source is None or not users:
             return False
         for user in users:
             copy = self._documents.make(user, asked["desttopf"], source.comment)
             copy.pages, copy.received = list(source.pages), dict(source.received)
-            self._documents.note(copy, f"weitergeleitet von {source.userid}")
+            self._documents.note(copy, f"forwarded by {source.userid}")
         return True
 
     def _print(self, asked: Row) -> bool:
         document = self._find(asked, asked["sourcetopf"])
         if document is None or self._structure.printers.get(asked["printid"]) is None:
             return False
-        self._documents.note(document, f"gedruckt auf {asked['printid']}")
+        self._documents.note(document, f"printed on {asked['printid']}")
         return True
 
     def _set(self, asked: Row, **values: Any) -> bool:
@@ -243,7 +243,7 @@ class Pages:
     def _put_signature(self, asked: Row, start: int, data: str) -> bool:
         user = asked["userid"]
         old = self._signatures.get(user, "")
-        if self._people.users.get(user) is None or not 0 <= start <= len(old):
+        if not self._people.is_local(user) or not 0 <= start <= len(old):
             return False
         self._signatures[user] = old[:start] + data
         return True

@@ -1,25 +1,32 @@
-"""Users, their sessions and passwords, groups of users, and what belongs to a user.
+"""Users, their sessions and passwords, and groups of users.
 
-A user is one row for `alpha` (`user_rec`) and `omega` (`put_user_arg`) alike, under `userid`.
+A user has two records. The one that `omega` also knows (`put_user_arg`) is named by `alphaid` and
+`userid`. The local one (`user_rec`) is this alpha's own, named by `userid`; a login and a document
+need it. Neither makes, changes or deletes the other: that is the simulator's own choice, as are the
+error numbers below and the answer True for "no cycle".
 """
 
 from __future__ import annotations
 
-from typing import Any, Dict, List, Optional
+from typing import Any, Dict, List, Optional, Set, Tuple
 
 from kvrpc_tools.simulator.state.shape import Row, opened
 from kvrpc_tools.simulator.state.structure import ALPHA_HOST
-from kvrpc_tools.simulator.state.table import Handler, Table, behind
+from kvrpc_tools.simulator.state.table import Handler, Table
 
 DONE, NO_USER, WRONG_PASSWORD = 0, 1, 2
 
 ADMINISTRATION_PASSWORD = "verwalter"
 
 _USERS = (
-    {"userid": "meier", "passwor": "geheim", "name": "Ida Meier", "barcode": "1001",
-     "lineid": "fax0", "printid": "laser1", "mailadr": "meier@example.org"},
-    {"userid": "schulz", "passwor": "geheim", "name": "Jörg Schulz", "barcode": "1002",
-     "vertreth": ALPHA_HOST, "vertretu": "meier", "lineid": "fax1", "printid": "laser1"},
+    {"alphaid": ALPHA_HOST, "userid": "meier", "name": "Ida Meier", "barcode": "1001"},
+    {"alphaid": ALPHA_HOST, "userid": "schulz", "name": "Jörg Schulz", "barcode": "1002",
+     "vertreth": ALPHA_HOST, "vertretu": "meier"},
+)
+_LOCAL_RECORDS = (
+    {"userid": "meier", "passwor": "geheim", "lineid": "fax0", "printid": "laser1",
+     "mailadr": "meier@example.org"},
+    {"userid": "schulz", "passwor": "geheim", "lineid": "fax1", "printid": "laser1"},
 )
 
 
@@ -30,7 +37,8 @@ class People:
         self._admin_password = ADMINISTRATION_PASSWORD
         self._logins: Dict[int, str] = {}
         self._last_login = 0
-        self.users = Table(["userid"], ({"alphaid": ALPHA_HOST, **user} for user in _USERS))
+        self.users = Table(["alphaid", "userid"], _USERS)
+        self.local_records = Table(["userid"], _LOCAL_RECORDS)
         self.groups = Table(["groupid"], [{"groupid": "vertrieb", "comment": "Vertrieb"}])
         self.members = Table(["groupid", "alphaid", "userid"], [
             {"groupid": "vertrieb", "alphaid": ALPHA_HOST, "userid": user["userid"]}
@@ -47,8 +55,12 @@ class People:
         return len(self._logins)
 
     def user_of(self, login: int) -> Optional[str]:
-        """The user of a session, None when there is no such session."""
+        """Returns the user of a session, or None if there is no such session."""
         return self._logins.get(login)
+
+    def is_local(self, userid: str) -> bool:
+        """Returns whether this alpha has a local record of the user."""
+        return self.local_records.get(userid) is not None
 
     # ---- sessions and passwords
 
@@ -68,7 +80,7 @@ class People:
         }
 
     def _login(self, argument: Row) -> Row:
-        user = self.users.get(argument)
+        user = self.local_records.get(argument)
         if user is None:
             return {"err": NO_USER}
         if user.get("passwor", "") != argument["passwor"]:
@@ -86,14 +98,14 @@ class People:
 
     def _change_user(self, argument: Any) -> bool:
         asked = opened(argument)
-        if asked["loginid"] not in self._logins or self.users.get(asked) is None:
+        if asked["loginid"] not in self._logins or not self.is_local(asked["userid"]):
             return False
         self._logins[asked["loginid"]] = asked["userid"]
         return True
 
     def _change_password(self, argument: Row) -> int:
         """`oldpw` is the administration's password when `adm` is set."""
-        user = self.users.get(argument)
+        user = self.local_records.get(argument)
         if user is None:
             return NO_USER
         valid = self._admin_password if argument["adm"] else user.get("passwor", "")
@@ -105,7 +117,7 @@ class People:
     def _permit(self, argument: Row) -> int:
         if argument["admpw"] != self._admin_password:
             return WRONG_PASSWORD
-        user = self.users.get(argument)
+        user = self.local_records.get(argument)
         if user is None:
             return NO_USER
         user.update(allow=argument["allow"], deny=argument["deny"])
@@ -122,32 +134,45 @@ class People:
     def _users(self) -> Dict[str, Handler]:
         return {
             **self.users.offer(
-                put="a_put_o_user_1 o_put_user_1", get="a_get_user_1 a_get_o_user_1 o_get_user_1",
-                all="a_get_system_userlist_1 o_get_user_ll_1",
-                delete="a_del_user_1 o_del_user_1"),
-            "a_put_user_1": lambda user: self.users.put({"alphaid": ALPHA_HOST, **user}),
+                put="a_put_o_user_1 o_put_user_1", get="a_get_o_user_1 o_get_user_1",
+                all="a_get_system_userlist_1 o_get_user_ll_1", delete="o_del_user_1"),
+            **self.local_records.offer(
+                put="a_put_user_1", get="a_get_user_1", delete="a_del_user_1"),
             "a_get_system_userlistb_1": self._user_block,
             "o_get_user_llb_1": self._user_block,
             "o_search_bar_1": self._by_barcode,
-            "a_check_cycle_1": lambda asked: self._no_cycle(asked["userid"], asked["vertretu"]),
-            "o_check_v_cycle_1": lambda asked: self._no_cycle(asked["x_user"], asked["v_user"]),
+            "a_check_cycle_1": lambda asked: self._no_cycle(
+                ("", asked["userid"]), (asked["vertreth"], asked["vertretu"])),
+            "o_check_v_cycle_1": lambda asked: self._no_cycle(
+                (asked["x_host"], asked["x_user"]), (asked["v_host"], asked["v_user"])),
         }
 
     def _user_block(self, argument: Row) -> List[Row]:
-        return behind(self.users.rows(), "userid", argument["userid"], argument["anz"])
+        """At most `anz` users after the one of `alphaid` and `userid`, in the order of both.
+
+        Without an `alphaid`, those of this alpha's name and later ones.
+        """
+        last = (argument["alphaid"] or ALPHA_HOST, argument["userid"])
+        asked = argument["alphaid"] or argument["userid"]
+        rows = [row for row in self.users.rows()
+                if not asked or (row["alphaid"], row["userid"]) > last]
+        return rows[:argument["anz"]] if argument["anz"] > 0 else rows
 
     def _by_barcode(self, barcode: str) -> Optional[Row]:
         return next(iter(self.users.rows(barcode=barcode)), None) if barcode else None
 
-    def _no_cycle(self, user: str, deputy: str) -> bool:
-        """Whether `deputy` can stand in for `user` without standing in for itself in the end."""
-        seen = {user}
-        while deputy:
-            if deputy in seen:
+    def _no_cycle(self, user: Tuple[str, str], deputy: Tuple[str, str]) -> bool:
+        """Returns whether `deputy` can stand in for `user` without being its own deputy in the end.
+
+        Both are a host and a name; an empty host is this alpha.
+        """
+        seen: Set[Tuple[str, str]] = {_on_host(user)}
+        while deputy[1]:
+            if _on_host(deputy) in seen:
                 return False
-            seen.add(deputy)
-            row = self.users.get(deputy)
-            deputy = row.get("vertretu", "") if row else ""
+            seen.add(_on_host(deputy))
+            row = self.users.get(dict(zip(("alphaid", "userid"), _on_host(deputy)))) or {}
+            deputy = (row.get("vertreth", ""), row.get("vertretu", ""))
         return True
 
     # ---- groups
@@ -183,3 +208,7 @@ class People:
             {"alphaid": host,
              "user_ll": [{"data": row["userid"]} for row in rows if row["alphaid"] == host]}
             for host in hosts]}
+
+
+def _on_host(user: Tuple[str, str]) -> Tuple[str, str]:
+    return (user[0] or ALPHA_HOST, user[1])
