@@ -11,7 +11,7 @@ DEMO ?= examples/process_control.py examples/send_fax.py
 
 # compile(PRESET[,TARGETS]): configures, which is quick when nothing changed, and builds all or just
 # the targets into build/PRESET.
-compile = cmake --preset $(1) --log-level=WARNING -DKVRPC_PYTHON="$$(tools/find-python)" >/dev/null \
+compile = cmake --preset $(1) --log-level=WARNING -DPython_EXECUTABLE="$$(tools/find-python)" >/dev/null \
           && cmake --build --preset $(1) $(addprefix --target ,$(2))
 
 help: ## this list
@@ -63,7 +63,7 @@ demo: build ## examples against the simulator, over real sockets; ends by itself
 win32: build ## the module for 32-bit Windows, in build/win32/lib
 	@tools/setup win32
 	@tools/win32-root
-	@cmake --preset win32 --log-level=WARNING >/dev/null && cmake --build --preset win32
+	@$(call compile,win32)
 
 test-win32: build win32 ## the tests with a 32-bit Windows interpreter under Wine; as root
 	@tools/win32-root wine

@@ -1,9 +1,9 @@
 # The build rules that every directory shares.
 
 add_library(kvrpc_flags INTERFACE)
-target_include_directories(kvrpc_flags INTERFACE ${CMAKE_SOURCE_DIR}/src)
+target_include_directories(kvrpc_flags INTERFACE ${PROJECT_SOURCE_DIR}/src)
 target_compile_options(kvrpc_flags INTERFACE
-  -Wall -Wextra -Wconversion -Wshadow -Werror -fno-exceptions -fno-rtti
+  -Wall -Wextra -Wconversion -Wshadow -fno-exceptions -fno-rtti
   -fdata-sections)  # so that the module can leave out the tables that only kvrpc-schema reads
 if(KVRPC_SANITIZE)
   target_compile_options(kvrpc_flags INTERFACE
@@ -28,11 +28,7 @@ endfunction()
 
 # kvrpc_library(NAME [OTHER...]): src/NAME as the static library kvrpc_NAME over the others.
 function(kvrpc_library name)
-  kvrpc_sources(sources ${CMAKE_SOURCE_DIR}/src/${name})
-  if(NOT sources)
-    file(WRITE ${CMAKE_BINARY_DIR}/empty_${name}.cpp "")
-    set(sources ${CMAKE_BINARY_DIR}/empty_${name}.cpp)
-  endif()
+  kvrpc_sources(sources ${PROJECT_SOURCE_DIR}/src/${name})
   add_library(kvrpc_${name} STATIC ${sources})
   target_link_libraries(kvrpc_${name} PRIVATE kvrpc_flags)
   foreach(other ${ARGN})
@@ -52,7 +48,7 @@ function(kvrpc_runtime)
   foreach(name libstdc++-6.dll libgcc_s_dw2-1.dll libwinpthread-1.dll)
     execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${name}
       OUTPUT_VARIABLE library OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
-    configure_file(${library} ${CMAKE_BINARY_DIR}/${name} COPYONLY)
+    configure_file(${library} ${PROJECT_BINARY_DIR}/${name} COPYONLY)
   endforeach()
 endfunction()
 if(WIN32)
@@ -84,18 +80,15 @@ endfunction()
 # ctest runs it in two halves, so that two processors are busy and a test still costs no process of its
 # own.
 function(kvrpc_test_program name directory)
-  kvrpc_sources(sources ${CMAKE_SOURCE_DIR}/tests/${directory})
-  if(NOT sources)
-    return()
-  endif()
+  kvrpc_sources(sources ${PROJECT_SOURCE_DIR}/tests/${directory})
   kvrpc_find_googletest()
-  add_executable(${name}_test ${sources} ${CMAKE_SOURCE_DIR}/tests/unit/support/failing_heap.cpp)
-  target_include_directories(${name}_test PRIVATE ${CMAKE_SOURCE_DIR}/tests/unit)
+  add_executable(${name}_test ${sources} ${PROJECT_SOURCE_DIR}/tests/unit/support/failing_heap.cpp)
+  target_include_directories(${name}_test PRIVATE ${PROJECT_SOURCE_DIR}/tests/unit)
   target_link_libraries(${name}_test PRIVATE ${ARGN} kvrpc_flags GTest::gtest_main)
   target_link_options(${name}_test PRIVATE ${KVRPC_WRAPPED_HEAP})
   target_precompile_headers(${name}_test PRIVATE <gtest/gtest.h> <string> <vector>)  # half the time
   target_compile_definitions(${name}_test PRIVATE
-    KVRPC_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
+    KVRPC_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
   # At -O3 g++ 12 warns of copies beyond the end of a vector of one element, where there are none.
   # The tests of a sanitized program need no optimizer, and compile in less than half the time.
   target_compile_options(${name}_test PRIVATE
@@ -107,58 +100,10 @@ function(kvrpc_test_program name directory)
   endforeach()
 endfunction()
 
-# kvrpc_python(): the target kvrpc_python with what the module compiles and links with, and its suffix
-# as KVRPC_SUFFIX. An interpreter of another platform cannot be asked.
-function(kvrpc_python)
-  if(CMAKE_CROSSCOMPILING)
-    get_filename_component(home ${KVRPC_PYTHON} DIRECTORY)
-    set(facts ${home}/include .cp39-win32.pyd)
-    set(library ${home}/libs/python39.lib)
-  else()
-    execute_process(
-      COMMAND ${KVRPC_PYTHON} -c "import sysconfig; print(sysconfig.get_path('include'), sysconfig.get_config_var('EXT_SUFFIX'), sep=';')"
-      OUTPUT_VARIABLE facts OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
-  endif()
-  list(GET facts 0 include_dir)
-  list(GET facts 1 suffix)
-  set(KVRPC_SUFFIX ${suffix} PARENT_SCOPE)
-  add_library(kvrpc_python INTERFACE)
-  target_include_directories(kvrpc_python SYSTEM INTERFACE ${include_dir})
-  target_link_libraries(kvrpc_python INTERFACE ${library})
-endfunction()
-
-# kvrpc_module(): the extension module for KVRPC_PYTHON, importable from <build>/lib.
-function(kvrpc_module)
-  kvrpc_sources(sources ${CMAKE_SOURCE_DIR}/src/module)
-  if(NOT sources)
-    return()
-  endif()
-  kvrpc_python()
-  add_library(kvrpc MODULE ${sources})
-  target_link_libraries(kvrpc PRIVATE kvrpc_bridge kvrpc_directory kvrpc_flags kvrpc_python)
-  set_target_properties(kvrpc PROPERTIES PREFIX "" SUFFIX "${KVRPC_SUFFIX}"
-    LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
-  target_link_options(kvrpc PRIVATE -Wl,--gc-sections)
-  configure_file(${CMAKE_SOURCE_DIR}/python/kvrpc-stubs/__init__.pyi ${CMAKE_BINARY_DIR}/lib/kvrpc.pyi COPYONLY)
-  if(NOT KVRPC_SANITIZE)
-    target_link_options(kvrpc PRIVATE -Wl,--exclude-libs,ALL)
-  endif()
-endfunction()
-
-# kvrpc_refusing_module(): the module over a socket library that does not start, for a test.
-function(kvrpc_refusing_module)
-  kvrpc_sources(sources ${CMAKE_SOURCE_DIR}/src/module)
-  add_library(kvrpc_refusing MODULE ${sources} ${CMAKE_SOURCE_DIR}/tests/win32/refusing_sockets.cpp)
-  target_link_libraries(kvrpc_refusing PRIVATE
-    kvrpc_bridge kvrpc_directory kvrpc_flags kvrpc_python)
-  set_target_properties(kvrpc_refusing PROPERTIES PREFIX "" OUTPUT_NAME kvrpc
-    SUFFIX .cp39-win32.pyd LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/refusing)
-endfunction()
-
 # kvrpc_bench_programs(): bench/*.cpp, one program each, built by the target `bench`.
 function(kvrpc_bench_programs)
   add_custom_target(bench)
-  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/bench/*.cpp)
+  file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/bench/*.cpp)
   foreach(source ${sources})
     get_filename_component(name ${source} NAME_WE)
     add_executable(bench_${name} EXCLUDE_FROM_ALL ${source})
@@ -169,13 +114,13 @@ endfunction()
 
 # kvrpc_fuzz_targets(): fuzz/*.cpp, one libFuzzer program each.
 function(kvrpc_fuzz_targets)
-  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/fuzz/*.cpp)
+  file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/fuzz/*.cpp)
   foreach(source ${sources})
     get_filename_component(name ${source} NAME_WE)
     add_executable(fuzz_${name} ${source})
     target_compile_options(fuzz_${name} PRIVATE -fsanitize=fuzzer)
     target_link_options(fuzz_${name} PRIVATE -fsanitize=fuzzer)
-    target_include_directories(fuzz_${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests/unit)
+    target_include_directories(fuzz_${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests/unit)
     target_link_libraries(fuzz_${name} PRIVATE kvrpc_bridge kvrpc_flags)
   endforeach()
 endfunction()

@@ -7,8 +7,6 @@
 
 namespace kvrpc {
 
-static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "words are read lowest byte first");
-
 // The bytes that stand for one ISO byte inside a JSON string; a size of 0 drops it.
 struct json_form {
   char bytes[3];
@@ -24,13 +22,22 @@ inline char* write_form(char* place, const json_form& form) {
   return place + form.size;
 }
 
+// Returns the word with its bytes in little-endian order, or back again.
+constexpr std::uint64_t little_endian(std::uint64_t word) {
+  return __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ ? word : __builtin_bswap64(word);
+}
+
+// Loads eight bytes, the first one as the lowest of the word on every platform.
 inline std::uint64_t load_word(const char* bytes) {
   std::uint64_t word;
   std::memcpy(&word, bytes, sizeof word);
-  return word;
+  return little_endian(word);
 }
 
-inline void store_word(char* place, std::uint64_t word) { std::memcpy(place, &word, sizeof word); }
+inline void store_word(char* place, std::uint64_t word) {
+  word = little_endian(word);
+  std::memcpy(place, &word, sizeof word);
+}
 
 // How many of a word's bytes, from the lowest on, stand for themselves: neither below 0x20, nor a
 // quote, a backslash or above 0x7F.

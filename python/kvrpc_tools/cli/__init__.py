@@ -1,0 +1,24 @@
+"""The command `kvrpc`. What it prints and reads needs the packages of the extra `cli`."""
+
+from __future__ import annotations
+
+import sys
+from importlib import metadata
+from importlib.util import find_spec
+from typing import Optional, Sequence
+
+NEEDED = ("click", "rich")
+
+
+def main(arguments: Optional[Sequence[str]] = None) -> int:
+    """Runs the command line and returns its exit code."""
+    words = sys.argv[1:] if arguments is None else list(arguments)
+    if words == ["--version"]:
+        print(f"kvrpc {metadata.version('kvrpc')}")
+        return 0
+    if any(find_spec(name) is None for name in NEEDED):
+        print('kvrpc: the command line needs click and rich; run: pip install "kvrpc[cli]"',
+              file=sys.stderr)
+        return 1
+    print("usage: kvrpc --version", file=sys.stderr)
+    return 2
