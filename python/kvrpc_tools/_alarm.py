@@ -23,14 +23,30 @@ from types import FrameType
 from typing import Any, Callable, Optional, TypeVar
 
 from ._time_limit import TimeLimit
+from .transport import Verifier
 
 T = TypeVar("T")
 
 _SOON = 1e-6  # the timer's resolution; 0 would turn it off
+_AGAIN = 1e-3
 
 
 class Over(BaseException):
     """Raised by the handler in the middle of what the main thread does."""
+
+
+class Guarded:
+    """A verifier that the time limit may end. The module would print the exception otherwise."""
+
+    def __init__(self, verifier: Verifier) -> None:
+        self._verifier = verifier
+
+    def verify_call(self, name: str) -> bool:
+        """Asks the verifier. Refuses if the time is over."""
+        try:
+            return self._verifier.verify_call(name)
+        except Over:
+            return False
 
 
 if sys.platform == "win32":
@@ -102,10 +118,10 @@ else:
             now = time.monotonic()
             left, self._interval = signal.setitimer(signal.ITIMER_REAL, max(self._end - now, _SOON))
             self._has_timer = True
-            if left:
+            if left or self._interval:  # 0 and an interval: Linux has the signal on its way
                 self._due = now + left
             if self._due < self._end:
-                signal.setitimer(signal.ITIMER_REAL, left)
+                signal.setitimer(signal.ITIMER_REAL, max(left, _SOON))
             self._is_changing = False
             if self._is_owed or time.monotonic() >= min(self._end, self._due):
                 self._is_owed = False
@@ -136,6 +152,8 @@ else:
                 if now >= self._due:
                     self._due = self._due + self._interval if self._interval else math.inf
                 self._pass_on(number, frame)
+            elif frame is not None and frame.f_code is Guarded.verify_call.__code__:
+                signal.setitimer(signal.ITIMER_REAL, _AGAIN)  # the exception might leave it
             elif self.is_armed:
                 self.is_armed, self.has_raised = False, True
                 raise Over(self)

@@ -26,9 +26,9 @@ _WINDOWS_SLICE = 0.1  # Ctrl-C does not end a wait for a socket there
 class WorkerClient:
     """Stands in for kvrpc.RpcClient, with its connection in a worker process.
 
-    It has the methods of that class, and `timeout` ends a call with TimeoutError. That also ends
-    the worker and its connection too, because a late reply could be taken for that of the next
-    call. A new worker starts at once; the next call connects it.
+    It has the methods of that class, and `timeout` ends a call with TimeoutError. That ends the
+    worker and its connection too, because a late reply could be taken for that of the next call.
+    The next call starts another worker.
 
     Any thread may call. Other threads go on meanwhile; a second call on the same client waits.
     """
@@ -109,11 +109,6 @@ class WorkerClient:
         assert self._worker is not None
         try:
             last = _drive(self._worker, exchange, limit)
-        except TimeoutError:
-            self._discard()
-            with contextlib.suppress(OSError):  # the next call says why there is no process
-                self._start()
-            raise
         except BaseException:
             self._discard()
             raise

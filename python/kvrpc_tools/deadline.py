@@ -63,8 +63,8 @@ class TimedTransport:
         if self._needs_worker(timeout):
             asked = None if isinstance(verifier, Allow) else verifier
             return self._from_worker(lambda worker: worker.call(text, asked, timeout))
-        limit = TimeLimit(timeout)
-        return _alarm.run(limit, lambda: self._connected(limit).call(text, _Guarded(verifier)))
+        limit, guarded = TimeLimit(timeout), _alarm.Guarded(verifier)
+        return _alarm.run(limit, lambda: self._connected(limit).call(text, guarded))
 
     def close(self) -> None:
         """Closes the connections. The next call connects again."""
@@ -112,17 +112,3 @@ def _resolve(host: str, limit: TimeLimit) -> None:
 def _ask_resolver(host: str) -> None:
     with contextlib.suppress(OSError, UnicodeError):
         socket.gethostbyname(host)
-
-
-class _Guarded:
-    """A verifier that a time limit may interrupt without a word of the module about it."""
-
-    def __init__(self, verifier: Verifier) -> None:
-        self._verifier = verifier
-
-    def verify_call(self, name: str) -> bool:
-        """Asks the verifier. Refuses if the time is over."""
-        try:
-            return self._verifier.verify_call(name)
-        except _alarm.Over:
-            return False

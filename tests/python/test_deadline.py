@@ -176,6 +176,11 @@ def alarms():
     signal.signal(signal.SIGALRM, before)
 
 
+def about(*times):
+    """These times or up to 50 ms later, which a loaded machine takes."""
+    return pytest.approx([each + 0.024 for each in times], abs=0.026)
+
+
 def sleep_within(limit, seconds):
     """What a call does: it waits, and signal handlers run meanwhile."""
     _alarm.run(TimeLimit(limit), lambda: time.sleep(seconds))
@@ -188,7 +193,7 @@ def test_the_scripts_alarm_rings_at_its_time(alarms):
         sleep_within(0.25, 5)
     assert signal.getsignal(signal.SIGALRM) is alarms
     time.sleep(0.1)
-    assert [round(each, 1) for each in alarms.times] == [0.1, 0.2, 0.3]
+    assert alarms.times == about(0.1, 0.2, 0.3)
     assert signal.getitimer(signal.ITIMER_REAL)[1] == pytest.approx(0.1)
 
 
@@ -197,7 +202,7 @@ def test_the_rest_of_the_scripts_timer_is_left(alarms):
     signal.setitimer(signal.ITIMER_REAL, 5, 3)
     sleep_within(1, 0.1)
     left, interval = signal.getitimer(signal.ITIMER_REAL)
-    assert left == pytest.approx(4.9, abs=0.05)
+    assert left == pytest.approx(4.85, abs=0.05)
     assert interval == pytest.approx(3)
     assert alarms.times == []
 
@@ -239,7 +244,7 @@ def test_the_scripts_handler_may_set_the_timer_and_itself_anew(alarms):
     signal.setitimer(signal.ITIMER_REAL, 0.05)
     sleep_within(1, 0.2)
     assert signal.getsignal(signal.SIGALRM) is other
-    assert [round(each, 2) for each in alarms.times + other.times] == [0.05, 0.1]
+    assert alarms.times + other.times == about(0.05, 0.1)
 
 
 @posix
@@ -247,7 +252,7 @@ def test_a_signal_from_elsewhere_is_the_scripts(alarms):
     threading.Timer(0.05, os.kill, (os.getpid(), signal.SIGALRM)).start()
     with pytest.raises(TimeoutError):
         sleep_within(0.2, 5)
-    assert [round(each, 2) for each in alarms.times] == [0.05]
+    assert alarms.times == about(0.05)
 
 
 @posix
@@ -319,7 +324,7 @@ def test_ends_at_any_moment_leave_everything_in_order(fault_peer, alarms):
     with Lambda(HOST) as client:
         for step in range(1000):
             try:
-                assert client.l_get_status_1(timeout=1e-6 * (step % 400 + 1)) == GOOD
+                assert client.l_get_status_1(timeout=1e-5 * (step % 400 + 1)) == GOOD
             except TimeoutError:
                 ended += 1
             assert signal.getsignal(signal.SIGALRM) is alarms
