@@ -482,7 +482,7 @@ constexpr noted_procedure alpha_noted[] = {
 // clang-format on
 
 constexpr auto alpha_rows = without_notes(alpha_noted);
-constexpr procedure_list alpha_documents = list_of(alpha_rows.rows);
+constexpr procedure_list alpha_documents = list_of<alpha_rows>();
 constexpr noted_list alpha_documents_notes = notes_of(alpha_noted);
 
 }  // namespace kvrpc::schema

@@ -351,10 +351,10 @@ constexpr noted_procedure theta_noted[] = {
 // clang-format on
 
 constexpr auto alpha_rows = without_notes(alpha_noted);
-constexpr procedure_list alpha_jobs = list_of(alpha_rows.rows);
+constexpr procedure_list alpha_jobs = list_of<alpha_rows>();
 constexpr noted_list alpha_jobs_notes = notes_of(alpha_noted);
 constexpr auto theta_rows = without_notes(theta_noted);
-constexpr procedure_list theta_jobs = list_of(theta_rows.rows);
+constexpr procedure_list theta_jobs = list_of<theta_rows>();
 constexpr noted_list theta_jobs_notes = notes_of(theta_noted);
 
 }  // namespace kvrpc::schema

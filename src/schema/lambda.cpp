@@ -162,7 +162,7 @@ constexpr noted_procedure lambda_noted[] = {
 // clang-format on
 
 constexpr auto lambda_rows = without_notes(lambda_noted);
-constexpr procedure_list lambda_processes = list_of(lambda_rows.rows);
+constexpr procedure_list lambda_processes = list_of<lambda_rows>();
 constexpr noted_list lambda_processes_notes = notes_of(lambda_noted);
 
 }  // namespace kvrpc::schema

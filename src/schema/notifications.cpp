@@ -62,7 +62,7 @@ constexpr noted_procedure alpha_noted[] = {
 // clang-format on
 
 constexpr auto alpha_rows = without_notes(alpha_noted);
-constexpr procedure_list alpha_notifications = list_of(alpha_rows.rows);
+constexpr procedure_list alpha_notifications = list_of<alpha_rows>();
 constexpr noted_list alpha_notifications_notes = notes_of(alpha_noted);
 
 }  // namespace kvrpc::schema

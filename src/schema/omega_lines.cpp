@@ -344,7 +344,7 @@ constexpr noted_procedure omega_noted[] = {
 // clang-format on
 
 constexpr auto omega_rows = without_notes(omega_noted);
-constexpr procedure_list omega_lines = list_of(omega_rows.rows);
+constexpr procedure_list omega_lines = list_of<omega_rows>();
 constexpr noted_list omega_lines_notes = notes_of(omega_noted);
 
 }  // namespace kvrpc::schema

@@ -265,7 +265,7 @@ constexpr noted_procedure omega_noted[] = {
 // clang-format on
 
 constexpr auto omega_rows = without_notes(omega_noted);
-constexpr procedure_list omega_users = list_of(omega_rows.rows);
+constexpr procedure_list omega_users = list_of<omega_rows>();
 constexpr noted_list omega_users_notes = notes_of(omega_noted);
 
 }  // namespace kvrpc::schema

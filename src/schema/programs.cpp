@@ -1,3 +1,4 @@
+// The six programs, each made of its families, and the search for a procedure by its name.
 #include <cstring>
 
 #include "schema/families.h"
@@ -9,7 +10,8 @@ using namespace schema;
 
 using family = const procedure_list*;
 
-// Names are compared in this order; alpha's begin with a_gamma_1, the first of its services.
+// The order in which procedures are listed. Alpha's begin with a_gamma_1, the first of its
+// services.
 constexpr family alpha[] = {&alpha_services,    &alpha_sessions,      &alpha_documents, &alpha_jobs,
                             &alpha_directories, &alpha_notifications, &alpha_users};
 constexpr family lambda[] = {&lambda_processes};
@@ -21,6 +23,17 @@ constexpr family theta[] = {&theta_transmission, &theta_jobs};
 template <std::uint32_t N>
 constexpr program_table program_of(const char* name, const family (&families)[N]) {
   return {name, families, N};
+}
+
+// Returns the procedure of this name, whose hash is `hash`, or null.
+const procedure* find_in(const procedure_list& list, const char* name, std::uint32_t hash) {
+  for (std::uint32_t i = hash;; ++i) {
+    const name_slot slot = list.slots[i & list.slot_mask];
+    if (slot.place == 0) return nullptr;
+    if (slot.tag != name_tag(hash)) continue;
+    const procedure& row = list.rows[slot.place - 1];
+    if (std::strcmp(row.name, name) == 0) return &row;
+  }
 }
 
 }  // namespace
@@ -38,11 +51,10 @@ const program_table* find_program(const char* name) {
 }
 
 const procedure* find_procedure(const program_table& program, const char* name) {
+  const std::uint32_t hash = name_hash(name, std::strlen(name));
   for (std::uint32_t i = 0; i < program.family_count; ++i) {
-    const procedure_list& list = *program.families[i];
-    for (const procedure* row = list.rows; row != list.rows + list.count; ++row) {
-      if (std::strcmp(row->name, name) == 0) return row;
-    }
+    const procedure* const found = find_in(*program.families[i], name, hash);
+    if (found != nullptr) return found;
   }
   return nullptr;
 }

@@ -241,13 +241,13 @@ constexpr noted_procedure theta_noted[] = {
 // clang-format on
 
 constexpr auto nue_rows = without_notes(nue_noted);
-constexpr procedure_list nue_procedures = list_of(nue_rows.rows);
+constexpr procedure_list nue_procedures = list_of<nue_rows>();
 constexpr noted_list nue_procedures_notes = notes_of(nue_noted);
 constexpr auto sigma_rows = without_notes(sigma_noted);
-constexpr procedure_list sigma_pages = list_of(sigma_rows.rows);
+constexpr procedure_list sigma_pages = list_of<sigma_rows>();
 constexpr noted_list sigma_pages_notes = notes_of(sigma_noted);
 constexpr auto theta_rows = without_notes(theta_noted);
-constexpr procedure_list theta_transmission = list_of(theta_rows.rows);
+constexpr procedure_list theta_transmission = list_of<theta_rows>();
 constexpr noted_list theta_transmission_notes = notes_of(theta_noted);
 
 }  // namespace kvrpc::schema

@@ -31,6 +31,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "schema/name_index.h"
+
 namespace kvrpc {
 
 enum class wire_kind : std::uint8_t {
@@ -291,18 +293,27 @@ struct procedure {
   wire_type result;
 };
 
-// Some procedures of one program, as one family's file lists them.
+// Some procedures of one program, as one family's file lists them, with an index of their names.
 struct procedure_list {
   const procedure* rows;
   std::uint32_t count;
+  std::uint32_t slot_mask;
+  const name_slot* slots;
 };
 
-template <std::size_t N>
-constexpr procedure_list list_of(const procedure (&rows)[N]) {
-  return {rows, static_cast<std::uint32_t>(N)};
+template <const auto& table>
+inline constexpr name_index index_of{table.rows};
+
+// Makes a list of the constant array `rows` of `table`, as in
+// `constexpr procedure_list sessions = list_of<alpha_rows>();`.
+template <const auto& table>
+constexpr procedure_list list_of() {
+  constexpr std::size_t count = sizeof table.rows / sizeof table.rows[0];
+  return {table.rows, static_cast<std::uint32_t>(count), name_index<count>::mask,
+          index_of<table>.slots};
 }
 
-// A server program: its procedures, family by family, in the order in which names are compared.
+// A server program: its procedures, family by family, in the order in which they are listed.
 struct program_table {
   const char* name;
   const procedure_list* const* families;
@@ -313,7 +324,7 @@ struct program_table {
 constexpr std::uint32_t program_count = 6;
 extern const program_table programs[program_count];
 
-// The program or procedure of exactly this name, or null.
+// Return the program or procedure of exactly this name, or null.
 const program_table* find_program(const char* name);
 const procedure* find_procedure(const program_table& program, const char* name);
 

@@ -131,21 +131,5 @@ TEST(find_program, wants_the_exact_name) {
   }
 }
 
-TEST(find_procedure, finds_each_by_its_name_in_its_program_only) {
-  for (const program_table& program : programs) {
-    for (const procedure* row : test::procedures_of(program)) {
-      for (const program_table& other : programs) {
-        EXPECT_EQ(find_procedure(other, row->name), &other == &program ? row : nullptr)
-            << row->name;
-      }
-      std::string changed = row->name;
-      changed.pop_back();
-      EXPECT_EQ(find_procedure(program, changed.c_str()), nullptr) << changed;
-      EXPECT_EQ(find_procedure(program, (std::string(row->name) + " ").c_str()), nullptr);
-    }
-    EXPECT_EQ(find_procedure(program, ""), nullptr);
-  }
-}
-
 }  // namespace
 }  // namespace kvrpc::test
