@@ -1,7 +1,7 @@
 """Time per call beside the floor: a C++ client that sends and receives the same bytes, each call in
-one piece, and decodes nothing. Both run against one server, batch by batch in turn, and the best batch of each counts.
-Then the time per record of one list of 100,000 beside that of a hundred lists of 1,000, on the wall
-and of the processor.
+one piece, and decodes nothing. Both run against one server, batch by batch in turn, and the best
+batch of each counts. Then the time per record of one list of 100,000 beside that of a hundred lists
+of 1,000, on the wall and of the processor.
 
 Exits with 1 when a limit is not held.
 """
