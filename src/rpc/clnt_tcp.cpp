@@ -26,6 +26,8 @@ struct ct_data {
   char ct_mcall[MCALL_MSG_SIZE];
   std::uint32_t ct_mpos;  // valid bytes of ct_mcall
   XDR ct_xdrs;
+  bool ct_waits_in_receive;
+  const CLIENT* ct_clnt;  // the handle of this record
 };
 
 ct_data* data_of(CLIENT* clnt) { return static_cast<ct_data*>(clnt->cl_private); }
@@ -41,19 +43,23 @@ std::int32_t io_failed(ct_data* ct, clnt_stat status, std::int32_t number) {
 std::int32_t readtcp(void* tcp_handle, char* bytes, std::int32_t length) {
   auto* ct = static_cast<ct_data*>(tcp_handle);
   if (length == 0) return 0;
-  const std::int32_t ready = rpc_socket_await(ct->ct_sock, ct->ct_wait);
-  if (ready == 0) {
-    ct->ct_error.re_status = RPC_TIMEDOUT;
-    return -1;
-  }
-  const std::int32_t got = ready < 0 ? -1 : rpc_socket_recv(ct->ct_sock, bytes, length);
-  if (got < 0) return io_failed(ct, RPC_CANTRECV, rpc_socket_errno());
-  return got > 0 ? got : io_failed(ct, RPC_CANTRECV, RPC_ECONNRESET);
+  const std::int32_t got =
+      rpc_socket_recv(ct->ct_sock, bytes, length, ct->ct_wait, ct->ct_waits_in_receive);
+  if (got > 0) return got;
+  if (got == 0) return io_failed(ct, RPC_CANTRECV, RPC_ECONNRESET);
+  if (got != RPC_NOTHING_CAME) return io_failed(ct, RPC_CANTRECV, rpc_socket_errno());
+  ct->ct_error.re_status = RPC_TIMEDOUT;
+  return -1;
 }
 
-// Returns the number of bytes that left, which is smaller than `length` after a failure.
+// Returns the number of bytes that left, which is smaller than `length` after a failure. In a child
+// that a signal handler forked during the call, nothing leaves: the connection is its parent's.
 std::int32_t writetcp(void* tcp_handle, char* bytes, std::int32_t length) {
   auto* ct = static_cast<ct_data*>(tcp_handle);
+  if (clnt_is_inherited(ct->ct_clnt)) {
+    io_failed(ct, RPC_CANTSEND, RPC_EINTERRUPTED);
+    return 0;
+  }
   for (std::int32_t sent = 0; sent < length;) {
     const std::int32_t part = rpc_socket_send(ct->ct_sock, bytes + sent, length - sent);
     if (part < 0) {
@@ -78,8 +84,7 @@ std::uint32_t next_id(char* header) {
 }
 
 // Writes the call and ends its record; an incomplete one goes out as well, so that the next call
-// starts with a record of its own. (Not in a child that a signal handler forked meanwhile: the
-// stream is its parent's.)
+// starts with a record of its own.
 bool_t send_call(CLIENT* clnt, std::uint32_t procedure, xdrproc_t arguments, void* argument_record,
                  bool_t send_now) {
   ct_data* ct = data_of(clnt);
@@ -88,7 +93,7 @@ bool_t send_call(CLIENT* clnt, std::uint32_t procedure, xdrproc_t arguments, voi
   if (!XDR_PUTBYTES(xdrs, ct->ct_mcall, ct->ct_mpos) || !XDR_PUTLONG(xdrs, &number) ||
       !AUTH_MARSHALL(clnt->cl_auth, xdrs) || !arguments(xdrs, argument_record, LASTUNSIGNED)) {
     if (ct->ct_error.re_status == RPC_SUCCESS) ct->ct_error.re_status = RPC_CANTENCODEARGS;
-    if (!clnt_is_inherited(clnt)) xdrrec_endofrecord(xdrs, TRUE);
+    xdrrec_endofrecord(xdrs, TRUE);
     return FALSE;
   }
   if (xdrrec_endofrecord(xdrs, send_now)) return TRUE;
@@ -204,6 +209,7 @@ bool_t open_connection(CLIENT* clnt, const rpc_address* address, rpc_socket* soc
   *sock = rpc_socket_open(RPC_STREAM, RPC_TCP);
   if (*sock >= 0 && rpc_socket_connect(*sock, address) == 0) {
     data_of(clnt)->ct_closeit = TRUE;
+    data_of(clnt)->ct_waits_in_receive = rpc_socket_wait_in_receive(*sock);
     return TRUE;
   }
   clnt_system_error(rpc_socket_errno());
@@ -223,6 +229,7 @@ CLIENT* clnttcp_create(rpc_address* address, std::uint32_t program, std::uint32_
     clnt_release(clnt);
     return nullptr;
   }
+  ct->ct_clnt = clnt;
   ct->ct_sock = *sock;
   ct->ct_addr = *address;
   clnt_write_header(ct->ct_mcall, MCALL_MSG_SIZE, program, version);  // has room for it

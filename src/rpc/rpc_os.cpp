@@ -71,15 +71,6 @@ std::uint16_t rpc_network_order(std::uint16_t port) {
   return ordered;
 }
 
-std::int32_t rpc_socket_await(rpc_socket sock, rpc_timeval span) {
-  const std::int64_t deadline = rpc_clock() + std::int64_t{span.tv_sec} * 1000000 + span.tv_usec;
-  std::int32_t ready;
-  do {
-    ready = rpc_socket_wait(sock, deadline);
-  } while (ready == -1 && rpc_socket_errno() == RPC_EINTR);
-  return ready;
-}
-
 void rpc_set_interrupt_hook(int (*hook)()) { interrupt_hook = hook; }
 
 bool rpc_interrupt_wanted() {

@@ -72,6 +72,7 @@ enum rpc_socket_error : std::int32_t {
   RPC_EPFNOSUPPORT = 10046,
   RPC_EAFNOSUPPORT = 10047,
   RPC_ECONNRESET = 10054,
+  RPC_EISCONN = 10056,
 };
 
 // The number of the last failed socket call of this thread.
@@ -79,31 +80,49 @@ std::int32_t rpc_socket_errno();
 
 // Returns a new socket, negative on failure. A child process closes its copy at the moment of the
 // fork, because two processes on one connection would take each other's replies. (Sockets numbered
-// 65536 and above stay open in the child.)
+// 65536 and above stay open in the child.) A program that a process starts does not inherit it.
 rpc_socket rpc_socket_open(rpc_socket_type type, rpc_protocol protocol);
-// Blocks without a time limit of its own. 0 or -1.
-std::int32_t rpc_socket_connect(rpc_socket sock, const rpc_address* address);
 std::int32_t rpc_socket_set_nonblocking(rpc_socket sock);  // 0 or -1
 std::int32_t rpc_socket_close(rpc_socket sock);            // 0 or -1; closed in any case
 
-// 1 when a read will not block (it may fail), 0 when `deadline` has passed, -1 on failure. A
-// signal ends it early with RPC_EINTR; the caller then waits for the same deadline again.
+// Every wait below asks the interrupt hook before it begins and twenty times a second while it
+// lasts, and so does a connect or a send. A function that does not mention RPC_EINTR goes on after
+// a signal.
+
+// Connects, without a time limit of its own. Returns 0 or -1.
+std::int32_t rpc_socket_connect(rpc_socket sock, const rpc_address* address);
+
+// Returns 1 when a read will not block (it may fail), 0 at `deadline`, or -1. A signal ends it
+// early with RPC_EINTR; the caller then waits for the same deadline again.
 std::int32_t rpc_socket_wait(rpc_socket sock, std::int64_t deadline);
 // The same for a span of time that starts now, going on after RPC_EINTR.
 std::int32_t rpc_socket_await(rpc_socket sock, rpc_timeval span);
 
-// The bytes moved, or -1. send, recv and sendto go on after a signal, recvfrom reports RPC_EINTR.
+// Prepares a stream socket so that a receive can be the wait as well, which saves a system call.
+// Returns false where that takes more than it may: on Windows no socket option is set.
+bool rpc_socket_wait_in_receive(rpc_socket sock);
+
+// Waits for up to `span` and receives once. Returns the number of bytes, 0 at the end of the
+// connection, RPC_NOTHING_CAME or -1. `waits_in_receive` must be true only if
+// rpc_socket_wait_in_receive was.
+constexpr std::int32_t RPC_NOTHING_CAME = -2;
+std::int32_t rpc_socket_recv(rpc_socket sock, char* bytes, std::int32_t length, rpc_timeval span,
+                             bool waits_in_receive);
+
+// Sends as much as there is room for, at least one byte. Returns the number of bytes or -1.
 std::int32_t rpc_socket_send(rpc_socket sock, const char* bytes, std::int32_t length);
-std::int32_t rpc_socket_recv(rpc_socket sock, char* bytes, std::int32_t length);
+
+// Send or receive a datagram, on a non-blocking socket without a wait. Return the number of bytes
+// or -1. A recvfrom may fail with RPC_EINTR, and fails with RPC_EMSGSIZE if the datagram is longer
+// than `length`.
 std::int32_t rpc_socket_sendto(rpc_socket sock, const char* bytes, std::int32_t length,
                                const rpc_address* address);
-// A datagram longer than `length` is a failure with RPC_EMSGSIZE on every platform.
 std::int32_t rpc_socket_recvfrom(rpc_socket sock, char* bytes, std::int32_t length,
                                  rpc_address* address);
 
-// The script's say about signals: a result other than zero ends a socket call or a wait with
-// RPC_EINTERRUPTED. It is asked when a signal interrupts a call, before each wait, and twenty times
-// a second during one. Null, the default, lets everything go on.
+// Sets the hook by which the script's signal handlers run. If it returns a value other than zero,
+// the wait or the socket call fails with RPC_EINTERRUPTED. Null, the default, lets everything go
+// on.
 void rpc_set_interrupt_hook(int (*hook)());
 
 // The address of `host` with port 0: 0, or the cf_stat of the failure (RPC_UNKNOWNHOST, or

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "rpc/rpc_os.h"
+
 namespace kvrpc {
 
 // Platform: starts the socket layer, or ends the process after its message; and stops it.
@@ -20,11 +22,39 @@ int rpc_watch_forks();
 // this process is the child, whose parent waits for the same reply.
 bool rpc_interrupt_wanted();
 
-// A wait asks the hook before it begins and again after so many microseconds: no signal interrupts
-// Windows's sockets, and elsewhere one may come just before the wait.
+// A wait asks the hook before it begins and again after so many microseconds.
 constexpr std::int64_t hook_interval = 50000;
 
-// POSIX: Winsock's number for an errno value.
+// ---- the socket calls below the waits of rpc_os_waits.cpp; each returns -1 after a failure
+
+void rpc_set_socket_errno(std::int32_t number);
+
+enum class rpc_direction { input, output };
+// Waits once. Returns 1 when the socket is ready, also for a failure, or 0 when the time is over.
+std::int32_t rpc_poll_socket(rpc_socket sock, rpc_direction direction, std::int64_t microseconds);
+
+// Begins to connect a non-blocking socket. Returns 0 when it is connected, 1 while the connection
+// is under way.
+std::int32_t rpc_begin_connect(rpc_socket sock, const rpc_address* address);
+// Returns 0 unless the connect that was under way has failed.
+std::int32_t rpc_connect_error(rpc_socket sock);
+// Leaves the connected socket in the mode that the calls below need.
+void rpc_end_connect(rpc_socket sock);
+
+// Move what can be moved without a wait. A receive with `may_wait` waits for up to hook_interval,
+// and a sendto on a blocking socket that a caller brought waits as the system does.
+std::int32_t rpc_try_recv(rpc_socket sock, char* bytes, std::int32_t length, bool may_wait);
+std::int32_t rpc_try_send(rpc_socket sock, const char* bytes, std::int32_t length);
+std::int32_t rpc_try_sendto(rpc_socket sock, const char* bytes, std::int32_t length,
+                            const rpc_address* address);
+
+// ---- POSIX alone
+
+// The sockets that a child process closes after a fork.
+void rpc_track_socket(rpc_socket sock);
+void rpc_untrack_socket(rpc_socket sock);
+
+// Winsock's number for an errno value.
 std::int32_t rpc_winsock_number(std::int32_t error);
 constexpr std::int32_t RPC_ESYSCALL = 10107;  // for an errno value that Winsock has no name for
 

@@ -1,14 +1,10 @@
-#include <fcntl.h>
 #include <netdb.h>
-#include <netinet/in.h>
-#include <poll.h>
 #include <pthread.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <time.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -25,8 +21,6 @@ struct rpc_lock_record {
 
 namespace {
 
-thread_local std::int32_t last_error = 0;
-
 // ---- forks
 
 std::uint32_t fork_count = 0;
@@ -36,17 +30,9 @@ std::uint32_t fork_count = 0;
 constexpr std::size_t tracked_sockets = 65536;
 std::uint64_t open_sockets[tracked_sockets / 64];
 
-bool is_tracked(rpc_socket sock) { return static_cast<std::size_t>(sock) < tracked_sockets; }
+bool is_trackable(rpc_socket sock) { return static_cast<std::size_t>(sock) < tracked_sockets; }
 
 std::uint64_t socket_bit(rpc_socket sock) { return std::uint64_t{1} << (sock % 64); }
-
-void track(rpc_socket sock) {
-  if (is_tracked(sock)) open_sockets[sock / 64] |= socket_bit(sock);
-}
-
-void untrack(rpc_socket sock) {
-  if (is_tracked(sock)) open_sockets[sock / 64] &= ~socket_bit(sock);
-}
 
 // Runs in the child, before anything else does. close is async-signal-safe, as the child of a
 // process with threads needs it.
@@ -57,64 +43,6 @@ void leave_parent() {
       close(static_cast<int>(i * 64) + __builtin_ctzll(open_sockets[i]));
     }
   }
-}
-
-// ---- failures
-
-std::int32_t failed_with(std::int32_t number) {
-  last_error = number;
-  return -1;
-}
-
-std::int32_t failed() { return failed_with(rpc_winsock_number(errno)); }
-
-// After EINTR: whether the call is to be repeated; otherwise the last error says why not.
-bool goes_on() {
-  if (!rpc_interrupt_wanted()) return true;
-  failed_with(RPC_EINTERRUPTED);
-  return false;
-}
-
-// Runs one socket call until no signal gets in its way.
-template <class Call>
-std::int32_t through_signals(Call call) {
-  for (;;) {
-    const ssize_t moved = call();
-    if (moved >= 0) return static_cast<std::int32_t>(moved);
-    if (errno != EINTR) return failed();
-    if (!goes_on()) return -1;
-  }
-}
-
-sockaddr* as_sockaddr(rpc_address* address) { return reinterpret_cast<sockaddr*>(address); }
-
-const sockaddr* as_sockaddr(const rpc_address* address) {
-  return reinterpret_cast<const sockaddr*>(address);
-}
-
-static_assert(sizeof(sockaddr_in) == sizeof(rpc_address) &&
-                  offsetof(sockaddr_in, sin_family) == offsetof(rpc_address, family) &&
-                  sizeof(sockaddr_in::sin_family) == sizeof(rpc_address::family) &&
-                  offsetof(sockaddr_in, sin_port) == offsetof(rpc_address, port) &&
-                  offsetof(sockaddr_in, sin_addr) == offsetof(rpc_address, host) &&
-                  AF_INET == RPC_IPV4,
-              "rpc_address is the platform's IPv4 address");
-
-// The part of the time until the deadline that one poll may take: its milliseconds are rounded up
-// so that it never wakes before the deadline.
-int next_slice(std::int64_t deadline) {
-  const std::int64_t left = std::min(deadline - rpc_clock(), hook_interval);
-  return left <= 0 ? 0 : static_cast<int>((left + 999) / 1000);
-}
-
-// Waits until an interrupted connect has come to its end. 0 or -1.
-std::int32_t await_connection(rpc_socket sock) {
-  pollfd entry = {sock, POLLOUT, 0};
-  if (through_signals([&] { return poll(&entry, 1, -1); }) < 0) return -1;
-  int error = 0;
-  socklen_t size = sizeof error;
-  if (getsockopt(sock, SOL_SOCKET, SO_ERROR, &error, &size) < 0) return failed();
-  return error == 0 ? 0 : failed_with(rpc_winsock_number(error));
 }
 
 // ---- locks
@@ -135,8 +63,13 @@ int initialise(rpc_lock_record* lock) {
 
 }  // namespace
 
-void rpc_start_sockets() {}
-void rpc_stop_sockets() {}
+void rpc_track_socket(rpc_socket sock) {
+  if (is_trackable(sock)) open_sockets[sock / 64] |= socket_bit(sock);
+}
+
+void rpc_untrack_socket(rpc_socket sock) {
+  if (is_trackable(sock)) open_sockets[sock / 64] &= ~socket_bit(sock);
+}
 
 std::uint32_t rpc_fork_count() { return fork_count; }
 
@@ -170,86 +103,6 @@ void rpc_lock(rpc_lock_record* lock) {
 
 void rpc_unlock(rpc_lock_record* lock) {
   if (!is_inherited(lock)) pthread_mutex_unlock(&lock->mutex);
-}
-
-std::int32_t rpc_socket_errno() { return last_error; }
-
-rpc_socket rpc_socket_open(rpc_socket_type type, rpc_protocol protocol) {
-  const int kind = type == RPC_STREAM ? SOCK_STREAM : SOCK_DGRAM;
-  const int sock = socket(AF_INET, kind | SOCK_CLOEXEC, protocol);
-  if (sock < 0) return failed();
-  track(sock);
-  return sock;
-}
-
-// An interrupted connect goes on in the kernel. The call that is made again when it has come to
-// its end confirms it, and starts it where the signal came before the kernel had.
-std::int32_t rpc_socket_connect(rpc_socket sock, const rpc_address* address) {
-  for (bool interrupted = false;; interrupted = true) {
-    if (connect(sock, as_sockaddr(address), sizeof *address) == 0) return 0;
-    if (errno == EISCONN && interrupted) return 0;
-    if (errno != EINTR) return failed();
-    if (!goes_on() || await_connection(sock) < 0) return -1;
-  }
-}
-
-std::int32_t rpc_socket_set_nonblocking(rpc_socket sock) {
-  const int flags = fcntl(sock, F_GETFL);
-  return flags < 0 || fcntl(sock, F_SETFL, flags | O_NONBLOCK) < 0 ? failed() : 0;
-}
-
-// An interrupted close has closed, and a second one might hit another thread's descriptor.
-std::int32_t rpc_socket_close(rpc_socket sock) {
-  untrack(sock);
-  return close(sock) < 0 && errno != EINTR ? failed() : 0;
-}
-
-std::int32_t rpc_socket_wait(rpc_socket sock, std::int64_t deadline) {
-  pollfd entry = {sock, POLLIN, 0};
-  for (;;) {
-    if (!goes_on()) return -1;
-    const int ready = poll(&entry, 1, next_slice(deadline));
-    if (ready > 0) return 1;
-    if (ready < 0) return errno == EINTR ? failed_with(RPC_EINTR) : failed();
-    if (rpc_clock() >= deadline) return 0;
-  }
-}
-
-// A blocking socket sends short only when a signal came in between.
-std::int32_t rpc_socket_send(rpc_socket sock, const char* bytes, std::int32_t length) {
-  const auto size = static_cast<std::size_t>(length);
-  const std::int32_t sent = through_signals([=] { return send(sock, bytes, size, MSG_NOSIGNAL); });
-  return sent >= 0 && sent < length && !goes_on() ? -1 : sent;
-}
-
-std::int32_t rpc_socket_recv(rpc_socket sock, char* bytes, std::int32_t length) {
-  const auto size = static_cast<std::size_t>(length);
-  return through_signals([=] { return recv(sock, bytes, size, 0); });
-}
-
-std::int32_t rpc_socket_sendto(rpc_socket sock, const char* bytes, std::int32_t length,
-                               const rpc_address* address) {
-  const auto size = static_cast<std::size_t>(length);
-  return through_signals([=] {
-    return sendto(sock, bytes, size, MSG_NOSIGNAL, as_sockaddr(address), sizeof *address);
-  });
-}
-
-std::int32_t rpc_socket_recvfrom(rpc_socket sock, char* bytes, std::int32_t length,
-                                 rpc_address* address) {
-  iovec part = {};
-  part.iov_base = bytes;
-  part.iov_len = static_cast<std::size_t>(length);
-  msghdr message = {};
-  message.msg_name = as_sockaddr(address);
-  message.msg_namelen = sizeof *address;
-  message.msg_iov = &part;
-  message.msg_iovlen = 1;
-  const ssize_t got = recvmsg(sock, &message, 0);
-  if (got < 0 && errno == EINTR) return goes_on() ? failed_with(RPC_EINTR) : -1;
-  if (got < 0) return failed();
-  if ((message.msg_flags & MSG_TRUNC) != 0) return failed_with(RPC_EMSGSIZE);
-  return static_cast<std::int32_t>(got);
 }
 
 std::int32_t rpc_resolve(const char* host, rpc_address* address) {

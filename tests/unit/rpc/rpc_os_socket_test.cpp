@@ -50,7 +50,7 @@ TEST(closed_socket, is_no_socket_for_every_call) {
   const rpc_address address = loopback(9);
   char byte = 'x';
   rpc_address sender;
-  EXPECT_EQ(rpc_socket_recv(closed, &byte, 1), -1);
+  EXPECT_EQ(rpc_socket_recv(closed, &byte, 1, {1, 0}, false), -1);
   EXPECT_EQ(rpc_socket_errno(), 10038);
   EXPECT_EQ(rpc_socket_send(closed, &byte, 1), -1);
   EXPECT_EQ(rpc_socket_errno(), 10038);

@@ -1,0 +1,140 @@
+// The receive with a time limit, with the wait in front of it and with the wait inside.
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "rpc/rpc_os.h"
+#include "support/loopback_peer.h"
+
+namespace kvrpc::test {
+namespace {
+
+constexpr rpc_timeval milliseconds(std::int32_t count) {
+  return {count / 1000, count % 1000 * 1000};
+}
+
+// A connected socket, prepared for both ways, and the peer's end of it.
+class connection {
+ public:
+  connection() : sock_(static_cast<int>(rpc_socket_open(RPC_STREAM, RPC_TCP))) {
+    const descriptor listener(bound_socket(SOCK_STREAM));
+    const rpc_address address = loopback(port_of(listener.get()));
+    EXPECT_EQ(rpc_socket_connect(sock_.get(), &address), 0);
+    other_ = descriptor(static_cast<int>(accept(listener.get(), nullptr, nullptr)));
+    waits_in_receive_ = rpc_socket_wait_in_receive(sock_.get());
+  }
+  bool waits_in_receive() const { return waits_in_receive_; }
+  descriptor& other() { return other_; }
+  std::int32_t receive(rpc_timeval span, bool waits_in_receive) {
+    char bytes[8];
+    const std::int32_t got =
+        rpc_socket_recv(sock_.get(), bytes, sizeof bytes, span, waits_in_receive);
+    if (got > 0) text.assign(bytes, static_cast<std::size_t>(got));
+    return got;
+  }
+
+  std::string text;
+
+ private:
+  descriptor sock_;
+  descriptor other_;
+  bool waits_in_receive_ = false;
+};
+
+class socket_recv : public testing::TestWithParam<bool> {
+ protected:
+  void SetUp() override { inside_ = GetParam() && both_.waits_in_receive(); }
+  std::int32_t receive(rpc_timeval span) { return both_.receive(span, inside_); }
+
+  connection both_;
+  bool inside_ = false;
+};
+
+TEST_P(socket_recv, takes_what_is_there) {
+  write_bytes(both_.other().get(), "abc");
+  EXPECT_EQ(receive({5, 0}), 3);
+  EXPECT_EQ(both_.text, "abc");
+  write_bytes(both_.other().get(), "0123456789");
+  EXPECT_EQ(receive({5, 0}), 8);
+  EXPECT_EQ(receive({5, 0}), 2);
+  EXPECT_EQ(both_.text, "89");
+}
+
+TEST_P(socket_recv, waits_for_what_comes_late) {
+  for (const int late : {20, 70, 160}) {
+    const script_thread peer([&] {
+      sleep_milliseconds(late);
+      write_bytes(both_.other().get(), "x");
+    });
+    const stopwatch watch;
+    EXPECT_EQ(receive({5, 0}), 1);
+    EXPECT_GE(watch.milliseconds(), late - 1);
+    EXPECT_LT(watch.milliseconds(), late + 1000);
+  }
+}
+
+TEST_P(socket_recv, ends_with_the_time) {
+  for (const std::int32_t span : {0, 10, 50, 99, 100, 130, 260}) {
+    const stopwatch watch;
+    EXPECT_EQ(receive(milliseconds(span)), RPC_NOTHING_CAME);
+    EXPECT_GE(watch.milliseconds(), span) << span;
+    EXPECT_LT(watch.milliseconds(), span + 1000) << span;
+  }
+}
+
+TEST_P(socket_recv, is_not_prolonged_by_signals) {
+  const signal_storm storm;
+  const stopwatch watch;
+  EXPECT_EQ(receive(milliseconds(300)), RPC_NOTHING_CAME);
+  EXPECT_GE(watch.milliseconds(), 300);
+  EXPECT_LT(watch.milliseconds(), 1000);
+}
+
+TEST_P(socket_recv, reports_the_end_and_a_reset) {
+  both_.other().close();
+  EXPECT_EQ(receive({5, 0}), 0);
+  connection lost;
+  lost.other().reset();
+  EXPECT_EQ(lost.receive({5, 0}, GetParam() && lost.waits_in_receive()), -1);
+  EXPECT_EQ(rpc_socket_errno(), RPC_ECONNRESET);
+}
+
+TEST_P(socket_recv, asks_the_hook_before_it_begins) {
+  write_bytes(both_.other().get(), "x");
+  const hook_guard hook([] { return 1; });
+  EXPECT_EQ(receive({5, 0}), -1);
+  EXPECT_EQ(rpc_socket_errno(), RPC_EINTERRUPTED);
+}
+
+TEST_P(socket_recv, asks_the_hook_twenty_times_a_second) {
+  static int asked;
+  asked = 0;
+  const hook_guard hook([] { return ++asked == 10 ? 1 : 0; });
+  const stopwatch watch;
+  EXPECT_EQ(receive({5, 0}), -1);
+  EXPECT_EQ(rpc_socket_errno(), RPC_EINTERRUPTED);
+  EXPECT_GE(watch.milliseconds(), 400);
+  EXPECT_LT(watch.milliseconds(), 1500);
+}
+
+TEST_P(socket_recv, on_a_socket_that_does_not_block_waits_as_well) {
+  const descriptor listener(bound_socket(SOCK_STREAM));
+  const rpc_address address = loopback(port_of(listener.get()));
+  const descriptor sock(static_cast<int>(rpc_socket_open(RPC_STREAM, RPC_TCP)));
+  ASSERT_EQ(rpc_socket_connect(sock.get(), &address), 0);
+  const bool inside = rpc_socket_wait_in_receive(sock.get());
+  ASSERT_EQ(rpc_socket_set_nonblocking(sock.get()), 0);
+  char byte;
+  const stopwatch watch;
+  EXPECT_EQ(rpc_socket_recv(sock.get(), &byte, 1, milliseconds(120), GetParam() && inside),
+            RPC_NOTHING_CAME);
+  EXPECT_GE(watch.milliseconds(), 120);
+}
+
+INSTANTIATE_TEST_SUITE_P(wait, socket_recv, testing::Bool(), [](const auto& each) {
+  return each.param ? "inside_the_receive" : "in_front_of_it";
+});
+
+}  // namespace
+}  // namespace kvrpc::test
