@@ -14,6 +14,7 @@ from __future__ import annotations
 from types import TracebackType
 from typing import Any, ClassVar, Optional, Type, TypeVar
 
+from . import tracing
 from .conversion import Conversion, conversion
 from .deadline import TimedTransport
 from .procedures import (
@@ -66,15 +67,17 @@ class Client:
 
     def _run(self, way: Conversion, argument: Any, raw: bool, check: Optional[bool],
              timeout: Optional[float]) -> Any:
-        """Runs one call: everything that a call does passes here.
-
-        The seam `_exchange` carries the text. Before and after it a call can be observed.
-        """
+        """Runs one call: everything that a call does passes here."""
         text = way.call_text(argument, self._check if check is None else check)
-        reply = self._exchange(way, text, self.timeout if timeout is None else timeout)
-        return way.result(reply, raw)
+        if timeout is None:
+            timeout = self.timeout
+        if not tracing.is_on():
+            return way.result(self._exchange(text, timeout), raw)
+        with tracing.Watch(way.procedure, self.host, argument, text) as watch:
+            watch.reply = self._exchange(text, timeout)
+        return way.result(watch.reply, raw)
 
-    def _exchange(self, way: Conversion, text: str, timeout: Optional[float]) -> bytes:
+    def _exchange(self, text: str, timeout: Optional[float]) -> bytes:
         if timeout is None:
             return self._transport.call(text, self._verifier)
         return self._transport.call(text, self._verifier, timeout)
