@@ -1,3 +1,5 @@
+// Arguments of a call to their slots, with the interpreter's usual texts for what does not fit, and
+// texts to bytes.
 #include "module/arguments.h"
 
 #include "module/names.h"
@@ -19,7 +21,7 @@ bool wrong_count(const signature& expected, Py_ssize_t given) {
   return false;
 }
 
-// The slot of a keyword, or -1.
+// Returns the slot of a keyword, or -1.
 int slot_of(const signature& expected, PyObject* keyword) {
   for (int slot = 0; slot < most_parameters; ++slot) {
     if (PyUnicode_CompareWithASCIIString(keyword, expected.parameters[slot]) == 0) return slot;
@@ -40,8 +42,8 @@ bool refuse_keyword(const signature& expected, PyObject* keyword) {
   return false;
 }
 
-// Puts the keywords into the slots behind the positional arguments and returns the first keyword
-// that has no place there, or null.
+// Stores the keywords' values in the slots after the positional arguments. Returns the first
+// keyword that has no slot there, or null.
 PyObject* place_keywords(const signature& expected, Py_ssize_t positional, PyObject* keywords,
                          PyObject* (&values)[most_parameters]) {
   PyObject* misplaced = nullptr;
@@ -59,7 +61,31 @@ PyObject* place_keywords(const signature& expected, Py_ssize_t positional, PyObj
   return misplaced;
 }
 
-// A copy of any bytes-like object.
+ref tuple_of(PyObject* const* values, Py_ssize_t count) {
+  ref tuple(PyTuple_New(count));
+  for (Py_ssize_t i = 0; tuple && i < count; ++i) {
+    PyTuple_SET_ITEM(tuple.get(), i, ref::borrowed(values[i]).release());
+  }
+  return tuple;
+}
+
+// Returns a dictionary of the values by the names in the tuple `keywords`, which may be null.
+ref dictionary_of(PyObject* keywords, PyObject* const* values) {
+  ref dictionary(PyDict_New());
+  const Py_ssize_t count = keywords != nullptr ? PyTuple_GET_SIZE(keywords) : 0;
+  for (Py_ssize_t i = 0; dictionary && i < count; ++i) {
+    if (PyDict_SetItem(dictionary.get(), PyTuple_GET_ITEM(keywords, i), values[i]) < 0)
+      return ref();
+  }
+  return dictionary;
+}
+
+// Returns true for a `str`, but of no derived class, whose characters are ASCII. They end in a NUL.
+bool is_plain_ascii(PyObject* object) {
+  return PyUnicode_CheckExact(object) && PyUnicode_IS_COMPACT_ASCII(object);
+}
+
+// Returns a copy of any bytes-like object.
 ref bytes_of(PyObject* object) {
   Py_buffer view;
   if (PyObject_GetBuffer(object, &view, PyBUF_SIMPLE) < 0) return ref();
@@ -84,15 +110,35 @@ bool unpack_arguments(const signature& expected, PyObject* arguments, PyObject* 
   return misplaced == nullptr || refuse_keyword(expected, misplaced);
 }
 
+bool unpack_arguments(const signature& expected, PyObject* const* arguments, Py_ssize_t count,
+                      PyObject* keywords, PyObject* (&values)[most_parameters]) {
+  if (keywords == nullptr && count == most_parameters) {
+    for (Py_ssize_t slot = 0; slot < most_parameters; ++slot) values[slot] = arguments[slot];
+    return true;
+  }
+  // Every other call is rare, or fails.
+  const ref positional = tuple_of(arguments, count);
+  const ref by_name = dictionary_of(keywords, arguments + count);
+  return positional && by_name &&
+         unpack_arguments(expected, positional.get(), by_name.get(), values);
+}
+
 bool encoded_text::evaluate(PyObject* text) {
-  result_ = ref(PyObject_CallMethodObjArgs(text, names.encode, names.utf_8, nullptr));
-  return static_cast<bool>(result_);
+  if (is_plain_ascii(text)) {
+    owner_ = ref::borrowed(text);
+    bytes_ = static_cast<const char*>(PyUnicode_DATA(text));
+  } else {
+    owner_ = ref(PyObject_CallMethodObjArgs(text, names.encode, names.utf_8, nullptr));
+    bytes_ = nullptr;
+  }
+  return static_cast<bool>(owner_);
 }
 
 bool encoded_text::take() {
-  PyObject* result = result_.get();
-  bytes_ = PyBytes_Check(result) ? ref::borrowed(result) : bytes_of(result);
-  return static_cast<bool>(bytes_);
+  if (bytes_ != nullptr) return true;  // in place
+  if (!PyBytes_Check(owner_.get())) owner_ = bytes_of(owner_.get());
+  if (owner_) bytes_ = PyBytes_AS_STRING(owner_.get());
+  return bytes_ != nullptr;
 }
 
 }  // namespace kvrpc

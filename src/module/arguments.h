@@ -1,7 +1,7 @@
-// What a script hands over: the unpacking of arguments, and texts as bytes.
+// What a script passes to the module: the unpacking of arguments, and texts as UTF-8 bytes.
 //
 // Positional and keyword arguments go to slots in the order of the signature. The values are
-// borrowed from the tuple and dictionary of the call, an optional one that is missing stays null.
+// borrowed from the caller; an optional one that is missing is null.
 #pragma once
 
 #include "module/ref.h"
@@ -16,16 +16,25 @@ struct signature {
   Py_ssize_t required;  // the first so many must be given
 };
 
-// Fills `values`; false with a TypeError pending when the arguments do not fit the signature.
+// Fills `values`. Returns false with a TypeError set if the arguments do not fit the signature.
 bool unpack_arguments(const signature& expected, PyObject* arguments, PyObject* keywords,
                       PyObject* (&values)[most_parameters]);
 
-// A function with keyword arguments in the form that method tables hold.
-inline PyCFunction with_keywords(PyCFunctionWithKeywords function) {
+// The same for a vectorcall: `arguments` holds `count` positional ones, then one for each name in
+// the tuple `keywords`, which may be null.
+bool unpack_arguments(const signature& expected, PyObject* const* arguments, Py_ssize_t count,
+                      PyObject* keywords, PyObject* (&values)[most_parameters]);
+
+// Returns a function with keyword arguments in the form that method tables hold.
+template <class Function>
+PyCFunction with_keywords(Function* function) {
   return reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(function));
 }
 
 // The result of `text.encode("utf-8")` and its bytes, ended by a NUL.
+//
+// The bytes of an ASCII `str` are read in place: encoding would copy them. Any other object, also
+// one of a class derived from `str`, has its `encode` called.
 //
 // Encoding and taking the bytes are two steps, because an `encode` of the script may change what an
 // earlier one returned, a bytearray for example: `call` encodes both its texts before it takes the
@@ -37,12 +46,13 @@ class encoded_text {
   bool evaluate(PyObject* text);
   bool take();
 
-  // Null before the bytes are taken. They cannot change: those of a mutable object are a copy.
-  const char* text() const { return bytes_ ? PyBytes_AS_STRING(bytes_.get()) : nullptr; }
+  // Must be called only after take(). The bytes cannot change: those of a mutable object are a
+  // copy. Null if nothing was encoded.
+  const char* text() const { return bytes_; }
 
  private:
-  ref result_;
-  ref bytes_;  // the result itself, or a copy
+  ref owner_;  // the result, then the owner of the bytes
+  const char* bytes_ = nullptr;
 };
 
 }  // namespace kvrpc

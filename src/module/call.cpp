@@ -13,7 +13,7 @@ namespace {
 constexpr int max_tries = 2;
 
 bool run_method(PyObject* self, PyObject* name) {
-  return static_cast<bool>(ref(PyObject_CallMethodObjArgs(self, name, nullptr)));
+  return static_cast<bool>(ref(PyObject_CallMethodNoArgs(self, name)));
 }
 
 // Runs server_call on the client's connection. Returns true with a reply; false without one, with
@@ -42,10 +42,11 @@ bool attempt(PyObject* self, PyObject* text, PyObject* verifier, int* status, te
 
 }  // namespace
 
-PyObject* rpc_client_call(PyObject* self, PyObject* arguments, PyObject* keywords) {
+PyObject* rpc_client_call(PyObject* self, PyObject* const* arguments, Py_ssize_t count,
+                          PyObject* keywords) {
   static const signature call = {"call", {"str", "obj"}, 2};
   PyObject* values[most_parameters];
-  if (!unpack_arguments(call, arguments, keywords, values)) return nullptr;
+  if (!unpack_arguments(call, arguments, count, keywords, values)) return nullptr;
   const ref text = ref::borrowed(values[0]);
   const ref verifier = ref::borrowed(values[1]);
   for (int tries = 1;; ++tries) {

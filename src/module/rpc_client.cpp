@@ -83,7 +83,7 @@ PyMethodDef methods[] = {
      "create($self, /)\n--\n\nConnect, unless connected. Raises ClntCreateError."},
     {"close", close, METH_NOARGS,
      "close($self, /)\n--\n\nDestroy the connection, if there is one."},
-    {"call", with_keywords(rpc_client_call), METH_VARARGS | METH_KEYWORDS,
+    {"call", with_keywords(rpc_client_call), METH_FASTCALL | METH_KEYWORDS,
      "call($self, /, str, obj)\n--\n\n"
      "Run the call text str, vetted by obj.verify_call(name); returns the reply text as bytes."},
     {"__reduce__", refuse_pickling, METH_NOARGS, "__reduce__($self, /)\n--\n\nRaises TypeError."},
@@ -114,7 +114,7 @@ PyObject* construct(PyTypeObject* type, PyObject* arguments, PyObject* keywords)
   if (!unpack_arguments(constructor, arguments, keywords, values)) return nullptr;
   ref self = allocate(type, values[0], values[1] != nullptr ? values[1] : Py_None);
   if (!self) return nullptr;
-  ref created(PyObject_CallMethodObjArgs(self.get(), names.create, nullptr));
+  ref created(PyObject_CallMethodNoArgs(self.get(), names.create));
   return created ? self.release() : nullptr;
 }
 

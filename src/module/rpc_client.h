@@ -26,6 +26,7 @@ PyTypeObject* rpc_client_type();
 void replace_connection(rpc_client* client, connection* conn);
 
 // The method `call`.
-PyObject* rpc_client_call(PyObject* self, PyObject* arguments, PyObject* keywords);
+PyObject* rpc_client_call(PyObject* self, PyObject* const* arguments, Py_ssize_t count,
+                          PyObject* keywords);
 
 }  // namespace kvrpc

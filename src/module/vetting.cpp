@@ -38,7 +38,7 @@ bool verify(const char* name, PyObject* verifier, int* verdict) {
   if (!method) return false;
   ref text(PyUnicode_DecodeUTF8(name, static_cast<Py_ssize_t>(std::strlen(name)), "strict"));
   if (!text) return false;
-  ref result(PyObject_CallFunctionObjArgs(method.get(), text.get(), nullptr));
+  ref result(PyObject_CallOneArg(method.get(), text.get()));
   return result && to_int(result.get(), verdict);
 }
 
