@@ -10,10 +10,11 @@ from typing import Dict, List, Optional
 
 from kvrpc_tools import schema
 from kvrpc_tools.simulator import faults, ports
-from kvrpc_tools.simulator.fixture import VARIABLE, environment
+from kvrpc_tools.simulator.control import Control
+from kvrpc_tools.simulator.fixture import CONTROL, VARIABLE, environment
 from kvrpc_tools.simulator.portmapper import PORT, Portmapper
 from kvrpc_tools.simulator.server import Dispatcher
-from kvrpc_tools.simulator.state import Installation
+from kvrpc_tools.simulator.simulation import Simulation
 from kvrpc_tools.simulator.transport import LOOPBACK, Loop
 
 POLL_SECONDS = 0.05
@@ -53,6 +54,7 @@ def _options(arguments: Optional[List[str]]) -> argparse.Namespace:
                         help="misbehave, see below; may be given more than once")
     parser.add_argument("--log", action="store_true",
                         help="tell of each call on standard error")
+    parser.add_argument("--control", metavar="TOKEN", help=argparse.SUPPRESS)
     parser.add_argument("--run", nargs=argparse.REMAINDER, metavar="SCRIPT",
                         help="run a Python script against the servers, then stop with its code")
     return parser.parse_args(arguments)
@@ -67,8 +69,8 @@ def _fault(text: str) -> faults.Fault:
 
 def _serve(loop: Loop, interface: schema.Schema, options: argparse.Namespace) -> int:
     """Opens all ports and tells of them; returns the base port."""
-    dispatcher = Dispatcher(interface, Installation(interface), faults.Faults(options.fault),
-                            _tell if options.log else None)
+    simulation = Simulation(interface, options.fault)
+    dispatcher = Dispatcher(interface, simulation, _tell if options.log else None)
     by_slot = {server.slot: server for server in interface.servers.values()}
     base, pairs = ports.bind_range(max(by_slot) + 1, options.port)
     for slot, (tcp, udp) in enumerate(pairs):
@@ -79,6 +81,9 @@ def _serve(loop: Loop, interface: schema.Schema, options: argparse.Namespace) ->
     if options.portmapper is not None:
         programs = {server.program: base + slot for slot, server in by_slot.items()}
         _serve_portmapper(loop, programs, options.portmapper)
+    if options.control is not None:
+        control = Control(loop, simulation, options.control)
+        print(f"{CONTROL}={control.port}")
     print(f"{VARIABLE}={base}", flush=True)
     return base
 

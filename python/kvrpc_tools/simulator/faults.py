@@ -18,6 +18,9 @@ from __future__ import annotations
 from dataclasses import dataclass
 from typing import Iterable, List, Optional
 
+from kvrpc_tools.check import did_you_mean
+from kvrpc_tools.schema import own
+
 KINDS = ("drop", "delay", "cut", "refuse", "wrong-id", "garbage")
 EVERY = "*"
 
@@ -45,7 +48,10 @@ def parse(text: str) -> Fault:
     parts = text.split(":")
     kind, _, seconds = parts[0].partition("=")
     if kind not in KINDS or len(parts) > 3:
-        raise ValueError(f"a fault is {'|'.join(KINDS)}[=SECONDS][:PROCEDURE[:COUNT]], not {text}")
+        raise ValueError(f"a fault is {'|'.join(KINDS)}[=SECONDS][:PROCEDURE[:COUNT]], not {text}"
+                         + did_you_mean(kind, KINDS))
+    if len(parts) > 1 and parts[1] not in ("", EVERY, *own().procedures):
+        raise ValueError(f"no procedure {parts[1]}{did_you_mean(parts[1], own().procedures)}")
     fault = Fault(kind)
     if seconds:
         fault.seconds = float(seconds)
@@ -61,6 +67,9 @@ class Faults:
 
     def __init__(self, faults: Iterable[Fault] = ()) -> None:
         self._faults: List[Fault] = list(faults)
+
+    def add(self, fault: Fault) -> None:
+        self._faults.append(fault)
 
     def next_for(self, procedure: str) -> Optional[Fault]:
         return next((fault for fault in self._faults if fault.strikes(procedure)), None)

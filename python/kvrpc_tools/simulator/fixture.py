@@ -21,9 +21,10 @@ import sys
 import tempfile
 import threading
 from pathlib import Path
-from typing import IO, Dict, Iterator, Optional
+from typing import IO, Dict, Iterator
 
 VARIABLE = "KORVEXRPCPORT"
+CONTROL = "CONTROL"  # of the line that names the port of the control connection
 START_SECONDS = 20.0
 
 # What would lead a client elsewhere than to the simulator's ports.
@@ -44,11 +45,12 @@ def _plain_environment() -> Dict[str, str]:
 
 
 class Simulator:
-    """A simulator that is ready; `port` is the base port."""
+    """A simulator that is ready. `port` is the base port, `control` leads to control.py."""
 
-    def __init__(self, process: "subprocess.Popen[str]", port: int, log: Path) -> None:
+    def __init__(self, process: "subprocess.Popen[str]", said: Dict[str, int], log: Path) -> None:
         self.process = process
-        self.port = port
+        self.port = said.get(VARIABLE, 0)
+        self.control = said.get(CONTROL, 0)
         self._log = log
 
     def environment(self) -> Dict[str, str]:
@@ -78,31 +80,33 @@ def running(*arguments: str) -> Iterator[Simulator]:
                 env=_plain_environment(), stdout=subprocess.PIPE, stderr=errors,
                 encoding="utf-8")
         try:
-            yield Simulator(process, _port_said_by(process, log), log)
+            yield Simulator(process, _ports_said_by(process, log), log)
         finally:
-            Simulator(process, 0, log).stop()
+            Simulator(process, {}, log).stop()
             if process.stdout is not None:
                 process.stdout.close()
 
 
-def _port_said_by(process: "subprocess.Popen[str]", log: Path) -> int:
-    """The base port, once the process says it; RuntimeError when it does not."""
+def _ports_said_by(process: "subprocess.Popen[str]", log: Path) -> Dict[str, int]:
+    """Returns the ports by name, once the process says them. Raises RuntimeError if it does not."""
     assert process.stdout is not None
-    said: "queue.Queue[Optional[int]]" = queue.Queue()
+    said: "queue.Queue[Dict[str, int]]" = queue.Queue()
     threading.Thread(target=_listen, args=(process.stdout, said), daemon=True).start()
     try:
-        port = said.get(timeout=START_SECONDS)
+        ports = said.get(timeout=START_SECONDS)
     except queue.Empty:
-        port = None
-    if port is None:
+        ports = {}
+    if VARIABLE not in ports:
         raise RuntimeError("the simulator did not start: " + log.read_text(encoding="utf-8"))
-    return port
+    return ports
 
 
-def _listen(output: IO[str], said: "queue.Queue[Optional[int]]") -> None:
+def _listen(output: IO[str], said: "queue.Queue[Dict[str, int]]") -> None:
+    ports: Dict[str, int] = {}
     for line in output:
         name, _, value = line.strip().partition("=")
+        if name in (VARIABLE, CONTROL):
+            ports[name] = int(value)
         if name == VARIABLE:
-            said.put(int(value))
-            return
-    said.put(None)
+            break
+    said.put(ports)

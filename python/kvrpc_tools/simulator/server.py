@@ -14,8 +14,8 @@ from typing import Any, Callable, List, Optional
 from kvrpc_tools.schema import Procedure, Schema, Server
 from kvrpc_tools.simulator import rpc
 from kvrpc_tools.simulator.codec import Codec
-from kvrpc_tools.simulator.faults import Fault, Faults
-from kvrpc_tools.simulator.state import Installation
+from kvrpc_tools.simulator.faults import Fault
+from kvrpc_tools.simulator.simulation import CallRecord, Simulation
 from kvrpc_tools.simulator.transport import Answer, Handler
 from kvrpc_tools.simulator.xdr import XdrError
 
@@ -29,11 +29,9 @@ Log = Callable[[str], None]
 class Dispatcher:
     """Answers for all servers of one installation."""
 
-    def __init__(self, schema: Schema, installation: Installation, faults: Faults,
-                 log: Optional[Log] = None) -> None:
+    def __init__(self, schema: Schema, simulation: Simulation, log: Optional[Log] = None) -> None:
         self._codec = Codec(schema)
-        self._installation = installation
-        self._faults = faults
+        self._simulation = simulation
         self._log = log
 
     def handler(self, server: Server) -> Handler:
@@ -41,7 +39,7 @@ class Dispatcher:
         return lambda message, transport: self._answer(server, message, transport)
 
     def _answer(self, server: Server, message: bytes, transport: str) -> Answer:
-        if not self._installation.is_running(server.name):
+        if not self._simulation.installation.is_running(server.name):
             self._note(transport, server, "is stopped and does not answer")
             return Answer(close=True)
         try:
@@ -59,34 +57,43 @@ class Dispatcher:
         return self._run(server, server.procedures[call.procedure], call, transport)
 
     def _run(self, server: Server, procedure: Procedure, call: rpc.Call, transport: str) -> Answer:
-        fault = self._faults.next_for(procedure.name)
-        if fault is not None and fault.kind == "refuse":
-            self._note(transport, server, f"{procedure.name}: refused on request")
-            return Answer(rpc.refused(call.xid))
-        reply, line = self._reply(procedure, call)
-        if fault is not None:
-            line += f"  [{fault.kind}]"
-        self._note(transport, server, line)
-        if fault is not None:
-            return spoiled(reply, call, fault)
-        return Answer(reply, close=procedure.name.endswith("_exit_1"))
-
-    def _reply(self, procedure: Procedure, call: rpc.Call) -> "tuple[bytes, str]":
-        """The reply, and the line that tells of it."""
         try:
             argument = self._codec.decode(procedure.argument, call.argument)
         except XdrError as error:
-            return rpc.garbage_arguments(call.xid), f"{procedure.name}: bad argument: {error}"
+            self._note(transport, server, f"{procedure.name}: bad argument: {error}")
+            return Answer(rpc.garbage_arguments(call.xid))
         told = "" if argument is None else _short(argument)
+        expected = self._simulation.expects(procedure.name)
+        fault = self._simulation.faults.next_for(procedure.name) if expected else None
+        outcome = "answered" if fault is None else fault.kind
+        self._simulation.calls.append(CallRecord(
+            server.name, procedure.name, argument, transport, self._simulation.clock(),
+            outcome if expected else "unexpected"))
+        if not expected:
+            self._note(transport, server, f"{procedure.name}({told}): unexpected")
+            return Answer(rpc.procedure_unavailable(call.xid))
+        if fault is not None and fault.kind == "refuse":
+            self._note(transport, server, f"{procedure.name}: refused on request")
+            return Answer(rpc.refused(call.xid))
+        reply, line = self._reply(procedure, call, argument)
+        line = f"{procedure.name}({told}) {line}"
+        if fault is None:
+            self._note(transport, server, line)
+            return Answer(reply, close=procedure.name.endswith("_exit_1"))
+        self._note(transport, server, f"{line}  [{fault.kind}]")
+        return spoiled(reply, call, fault)
+
+    def _reply(self, procedure: Procedure, call: rpc.Call, argument: Any) -> "tuple[bytes, str]":
+        """Carries the call out. Returns the reply, and the end of the line that tells of it."""
         try:
-            result = self._installation.run(procedure.name, argument)
+            result = self._simulation.run(procedure.name, argument)
             if procedure.result.kind == "nothing":
                 result = None
             reply = rpc.success(call.xid, self._codec.encode(procedure.result, result))
         except Exception:
             traceback.print_exc(file=sys.stderr)
-            return rpc.system_error(call.xid), f"{procedure.name}({told}) failed"
-        return reply, f"{procedure.name}({told}) -> {_short(result)}"
+            return rpc.system_error(call.xid), "failed"
+        return reply, f"-> {_short(result)}"
 
     def _note(self, transport: str, server: Server, line: str) -> None:
         if self._log is not None:

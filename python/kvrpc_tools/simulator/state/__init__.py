@@ -11,6 +11,7 @@ import time
 from typing import Any, Callable, Dict
 
 from kvrpc_tools.schema import Schema
+from kvrpc_tools.simulator.state import keeping
 from kvrpc_tools.simulator.state.addresses import Addresses
 from kvrpc_tools.simulator.state.belongings import Belongings
 from kvrpc_tools.simulator.state.documents import Documents
@@ -40,11 +41,28 @@ class Installation:
         self._processes = Processes(journal)
         self._jobs = Jobs(documents, people, journal, now)
         self.handlers: Dict[str, Handler] = {}
-        for family in (journal, self._processes, Files(journal), structure, people, Belongings(),
-                       Addresses(people), Pages(documents, people, structure), self._jobs,
-                       PageTransfer(documents), Lines(structure), Numbers(),
-                       Services(journal, people, now)):
-            self.handlers.update(family.handlers())
+        pages = Pages(documents, people, structure)
+        self._kept: Dict[str, Any] = {
+            "people": people, "structure": structure, "addresses": Addresses(people),
+            "belongings": Belongings(), "documents": documents, "pages": pages,
+            "jobs": self._jobs, "lines": Lines(structure), "transfer": PageTransfer(documents),
+            "numbers": Numbers(), "services": Services(journal, people, now),
+            "processes": self._processes, "journal": journal,
+        }
+        for family in (*self._kept.values(), Files(journal)):
+            if family is not documents:
+                self.handlers.update(family.handlers())
+
+    def save(self) -> Dict[str, Any]:
+        """Returns the whole state as JSON has it, an object for each family."""
+        return {name: keeping.save(family) for name, family in self._kept.items()}
+
+    def load(self, state: Dict[str, Any]) -> None:
+        """Replaces what `state` names; the rest stays. Raises ValueError for a wrong name."""
+        for name, kept in state.items():
+            if name not in self._kept:
+                raise ValueError(f"there is no {name}, but {', '.join(self._kept)}")
+            keeping.load(self._kept[name], kept)
 
     def is_running(self, server: str) -> bool:
         return self._processes.is_running(server)

@@ -14,6 +14,7 @@ from __future__ import annotations
 
 from typing import Any, Callable, Dict, List, Optional
 
+from kvrpc_tools.simulator.state.keeping import Kept
 from kvrpc_tools.simulator.state.people import People
 from kvrpc_tools.simulator.state.shape import Row, opened
 from kvrpc_tools.simulator.state.table import Handler, Table, behind
@@ -83,6 +84,9 @@ def _owns(row: Row, asked: Row) -> bool:
 
 class Addresses:
     """The families tele, tebu, tebul, tgroup and tgroupl."""
+
+    KEPT: Kept = dict.fromkeys((
+        "entries", "books", "lines", "groups", "members", "_results"))
 
     def __init__(self, people: People) -> None:
         self.entries = Table(["telid"], [

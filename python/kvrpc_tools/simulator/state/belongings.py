@@ -4,6 +4,7 @@ from __future__ import annotations
 
 from typing import Any, Dict, List, Optional
 
+from kvrpc_tools.simulator.state.keeping import Kept
 from kvrpc_tools.simulator.state.shape import Row, opened
 from kvrpc_tools.simulator.state.table import Handler, Table, behind
 
@@ -13,6 +14,9 @@ EVERYBODY = ""
 
 class Belongings:
     """The families usrconf, muser, gwuser and reply_addr."""
+
+    KEPT: Kept = dict.fromkeys((
+        "settings", "mail_users", "gateway_users", "reply_addresses"))
 
     def __init__(self) -> None:
         self.settings = Table(["userid", "name"], [

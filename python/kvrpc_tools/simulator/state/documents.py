@@ -10,6 +10,8 @@ from __future__ import annotations
 from dataclasses import dataclass, field
 from typing import Any, Callable, Dict, List, Optional, Tuple
 
+from kvrpc_tools.simulator.state.keeping import Kept
+
 POOL, SENT, RECEIVED = 0, 1, 2
 
 # What get_inf can tell of at most.
@@ -54,6 +56,8 @@ class Document:
 
 class Documents:
     """All documents of all users."""
+
+    KEPT: Kept = {"_documents": Document, "_last_id": None}
 
     def __init__(self, now: Callable[[], float]) -> None:
         self._now = now

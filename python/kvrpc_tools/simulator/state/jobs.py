@@ -11,6 +11,7 @@ from typing import Any, Callable, Dict, List, Optional
 
 from kvrpc_tools.simulator.state.documents import POOL, SENT, Documents
 from kvrpc_tools.simulator.state.journal import WARNING, Journal
+from kvrpc_tools.simulator.state.keeping import Kept
 from kvrpc_tools.simulator.state.people import People
 from kvrpc_tools.simulator.state.shape import Row, opened
 from kvrpc_tools.simulator.state.structure import ALPHA_HOST
@@ -30,6 +31,8 @@ _CHANGED = ("prio", "comment", "sollzeit", "nachtkz", "sollrepc", "res", "timeou
 
 class Jobs:
     """The jobs of all users, by number."""
+
+    KEPT: Kept = dict.fromkeys(("_jobs", "_due"))
 
     def __init__(self, documents: Documents, people: People, journal: Journal,
                  now: Callable[[], float]) -> None:

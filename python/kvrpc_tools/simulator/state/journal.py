@@ -5,6 +5,8 @@ from __future__ import annotations
 import time
 from typing import Any, Callable, Dict, List
 
+from kvrpc_tools.simulator.state.keeping import Kept
+
 MOST_RECORDS = 10_000
 
 INFORMATION, WARNING, FAILURE = 1, 2, 3
@@ -13,6 +15,8 @@ SYSTEM = 1
 
 class Journal:
     """Log records as `log_arg` has them."""
+
+    KEPT: Kept = {"_records": None}
 
     def __init__(self, now: Callable[[], float]) -> None:
         self._now = now

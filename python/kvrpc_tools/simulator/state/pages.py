@@ -5,6 +5,7 @@ from __future__ import annotations
 from typing import Any, Dict, List, Optional
 
 from kvrpc_tools.simulator.state.documents import POOL, RECEIVED, Document, Documents
+from kvrpc_tools.simulator.state.keeping import Kept
 from kvrpc_tools.simulator.state.people import People
 from kvrpc_tools.simulator.state.shape import Row, opened
 from kvrpc_tools.simulator.state.structure import Structure
@@ -15,6 +16,8 @@ DAT = 100  # characters that one piece of a list of texts can hold
 
 class Pages:
     """What `alpha` does with documents."""
+
+    KEPT: Kept = {"_signatures": None}
 
     def __init__(self, documents: Documents, people: People, structure: Structure) -> None:
         self._documents = documents

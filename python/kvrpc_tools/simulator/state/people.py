@@ -10,6 +10,7 @@ from __future__ import annotations
 
 from typing import Any, Dict, List, Optional, Set, Tuple
 
+from kvrpc_tools.simulator.state.keeping import Kept
 from kvrpc_tools.simulator.state.shape import Row, opened
 from kvrpc_tools.simulator.state.structure import ALPHA_HOST
 from kvrpc_tools.simulator.state.table import Handler, Table
@@ -32,6 +33,10 @@ _LOCAL_RECORDS = (
 
 class People:
     """Who uses the installation."""
+
+    KEPT: Kept = dict.fromkeys((
+        "users", "local_records", "groups", "members", "limits", "_logins", "_last_login",
+        "_admin_password"))
 
     def __init__(self) -> None:
         self._admin_password = ADMINISTRATION_PASSWORD

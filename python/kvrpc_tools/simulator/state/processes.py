@@ -11,6 +11,7 @@ from functools import partial
 from typing import Any, Callable, Dict, List, Optional
 
 from kvrpc_tools.simulator.state.journal import WARNING, Journal
+from kvrpc_tools.simulator.state.keeping import Kept
 
 # Of a process.
 STOPPED, RUNNING = 0, 1
@@ -59,6 +60,8 @@ class Process:
 
 class Processes:
     """The table, started whole."""
+
+    KEPT: Kept = {"_table": Process, "_next_pid": None}
 
     def __init__(self, journal: Journal) -> None:
         self._journal = journal

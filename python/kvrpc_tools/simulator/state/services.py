@@ -8,6 +8,7 @@ from datetime import datetime, timedelta
 from typing import Callable, Dict, List
 
 from kvrpc_tools.simulator.state.journal import Journal
+from kvrpc_tools.simulator.state.keeping import Kept
 from kvrpc_tools.simulator.state.people import People
 from kvrpc_tools.simulator.state.shape import Row
 from kvrpc_tools.simulator.state.table import Handler
@@ -18,6 +19,8 @@ EPOCH = datetime(1970, 1, 1)
 
 class Services:
     """Times are in seconds since 1970 and in the servers' zone, which is that of Greenwich."""
+
+    KEPT: Kept = dict.fromkeys(("_boards", "_changes", "_subscriptions"))
 
     def __init__(self, journal: Journal, people: People, now: Callable[[], float]) -> None:
         self._journal = journal

@@ -8,6 +8,7 @@ from __future__ import annotations
 
 from typing import Any, Callable, Dict, List, Optional
 
+from kvrpc_tools.simulator.state.keeping import Kept
 from kvrpc_tools.simulator.state.shape import Row, opened
 from kvrpc_tools.simulator.state.table import Handler, Table, behind, window
 
@@ -24,6 +25,9 @@ def _line(name: str, number: int) -> Row:
 
 class Structure:
     """The tables of `omega`; `count_users` and `count_logins` give today's numbers."""
+
+    KEPT: Kept = dict.fromkeys((
+        "line_types", "lines", "printers", "alphas", "thetas", "printing", "routes", "settings"))
 
     def __init__(self) -> None:
         self.count_users: Callable[[], int] = lambda: 0

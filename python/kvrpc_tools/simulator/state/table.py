@@ -42,6 +42,11 @@ class Table:
         self._rows[key] = {**self._rows.get(key, {}), **row}
         return True
 
+    def replace(self, rows: Iterable[Row]) -> None:
+        self._rows = {}
+        for row in rows:
+            self.put(row)
+
     def get(self, argument: Any) -> Optional[Row]:
         return self._rows.get(self.key_of(argument))
 

@@ -8,6 +8,7 @@ from typing import Any, Dict, List, Optional
 
 from kvrpc_tools.simulator.codec import bytes_of
 from kvrpc_tools.simulator.state.documents import Documents
+from kvrpc_tools.simulator.state.keeping import Kept
 from kvrpc_tools.simulator.state.pages import page_sizes
 from kvrpc_tools.simulator.state.shape import Row
 from kvrpc_tools.simulator.state.structure import ALPHA_HOST, Structure
@@ -27,6 +28,8 @@ class OpenPage:
 
 class PageTransfer:
     """`sigma`: open, read, close; the old form reads by offset, the new one onward."""
+
+    KEPT: Kept = {"_open": OpenPage, "_last": None}
 
     def __init__(self, documents: Documents) -> None:
         self._documents = documents
@@ -94,6 +97,8 @@ class PageTransfer:
 class Lines:
     """`theta`: reservations of lines, scan requests, flags. A line with state 0 is free."""
 
+    KEPT: Kept = dict.fromkeys(("_states", "_scans", "_flags"))
+
     def __init__(self, structure: Structure) -> None:
         self._structure = structure
         self._states: Dict[str, int] = {}
@@ -144,6 +149,8 @@ class Lines:
 
 class Numbers:
     """`nue`: one number after the other, whoever asks."""
+
+    KEPT: Kept = {"_last": None}
 
     def __init__(self) -> None:
         self._last = 0

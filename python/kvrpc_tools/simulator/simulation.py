@@ -1,0 +1,106 @@
+"""One installation with what a test steers: its clock, prepared answers, faults, a list of calls.
+
+    Clock        the time of the installation, which a test can advance
+    Answers      results that a test has prepared, by procedure; they replace the installation's own
+    Simulation   all of it; `reset` makes everything new but the ports
+"""
+
+from __future__ import annotations
+
+import base64
+import time
+from typing import Any, Callable, Dict, FrozenSet, List, NamedTuple, Optional
+
+from kvrpc_tools.schema import Schema, WireType
+from kvrpc_tools.simulator.faults import Fault, Faults
+from kvrpc_tools.simulator.state import Installation
+
+Maker = Callable[[Any], Any]
+
+
+class Clock:
+    """Seconds since 1970, plus what the clock has been advanced by."""
+
+    def __init__(self) -> None:
+        self.ahead = 0.0
+
+    def __call__(self) -> float:
+        return time.time() + self.ahead
+
+
+class CallRecord(NamedTuple):
+    """A call that reached a server. `outcome` is "answered", "unexpected" or the fault's text."""
+
+    server: str
+    procedure: str
+    argument: Any
+    transport: str
+    time: float
+    outcome: str
+
+
+class Answers:
+    """Prepared results. Of several values each answers one call, the last one all later calls."""
+
+    def __init__(self) -> None:
+        self._values: Dict[str, List[Any]] = {}
+        self._makers: Dict[str, Maker] = {}
+
+    def prepare(self, procedure: str, values: List[Any]) -> None:
+        self._makers.pop(procedure, None)
+        self._values[procedure] = list(values)
+
+    def make(self, procedure: str, maker: Maker) -> None:
+        self._values.pop(procedure, None)
+        self._makers[procedure] = maker
+
+    def holds(self, procedure: str) -> bool:
+        return procedure in self._values or procedure in self._makers
+
+    def next_for(self, procedure: str, argument: Any) -> Any:
+        if procedure in self._makers:
+            return self._makers[procedure](argument)
+        values = self._values[procedure]
+        return values.pop(0) if len(values) > 1 else values[0]
+
+
+class Simulation:
+    """What all servers of one installation share."""
+
+    def __init__(self, schema: Schema, faults: Optional[List[Fault]] = None) -> None:
+        self._schema = schema
+        self._first_faults = list(faults or [])
+        self.reset()
+
+    def _as_decoded(self, wire: WireType, value: Any) -> Any:
+        """Returns a result with its Base64 texts as bytes, which is how the codec has them."""
+        if wire.kind in ("opaque", "blob"):
+            return base64.b64decode(value) if isinstance(value, str) else value
+        if isinstance(value, list):
+            item = wire.item or WireType("record", record=wire.record)
+            return [self._as_decoded(item, each) for each in value]
+        if isinstance(value, dict):
+            types = {field.key: field.type for field in self._schema.records[wire.record].fields}
+            return {key: self._as_decoded(types[key], each) if key in types else each
+                    for key, each in value.items()}
+        return value
+
+    def reset(self) -> None:
+        """Makes the installation, its clock and all that a test has prepared new."""
+        self.clock = Clock()
+        self.installation = Installation(self._schema, self.clock)
+        self.answers = Answers()
+        self.faults = Faults(self._first_faults)
+        self.calls: List[CallRecord] = []
+        self.allowed: Optional[FrozenSet[str]] = None
+
+    def expects(self, procedure: str) -> bool:
+        """Returns whether calls of this procedure are allowed."""
+        return self.allowed is None or procedure in self.allowed
+
+    def run(self, procedure: str, argument: Any) -> Any:
+        """Carries out one call, or takes its prepared answer. Returns the result."""
+        if self.answers.holds(procedure):
+            value = self.answers.next_for(procedure, argument)
+            return self._as_decoded(self._schema.procedures[procedure].result, value)
+        return self.installation.run(procedure, argument)

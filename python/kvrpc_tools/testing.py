@@ -1,0 +1,269 @@
+"""The simulator as a test sees it: calls, prepared answers, faults, a clock, a state to load.
+
+    def test_a_busy_line_is_tried_again(kvrpc_simulator):
+        kvrpc_simulator.fault("drop:a_send_new_1:1")
+        my_script.send("040 5550300")
+        kvrpc_simulator.clock.advance(3600)
+        kvrpc_simulator.assert_called("a_send_new_1", empfnr="040 5550300")
+
+The fixture comes with the package, see pytest_plugin.py. Without pytest, use `start()`.
+
+The simulator runs in another process, because the module holds the interpreter lock through a call.
+It serves TCP and UDP on free ports of loopback.
+"""
+
+from __future__ import annotations
+
+import contextlib
+import json
+import secrets
+import socket
+from pathlib import Path
+from typing import Any, Callable, Dict, Iterator, List, NamedTuple, Optional, Union
+
+from kvrpc_tools.check import Compiler, did_you_mean
+from kvrpc_tools.schema import WireType, own
+from kvrpc_tools.simulator import faults
+from kvrpc_tools.simulator.control import packed
+from kvrpc_tools.simulator.fixture import ELSEWHERE, VARIABLE, running
+
+_NEAREST = 3  # calls that a failed assertion shows
+
+
+class Call(NamedTuple):
+    """A call that reached the simulator.
+
+    `argument` has the shape that the client library takes: dicts, lists, Base64 for bytes. `time`
+    is in seconds since 1970, by the simulator's clock. `outcome` is "answered", "unexpected", or
+    the kind of the fault that struck.
+    """
+
+    server: str
+    procedure: str
+    argument: Any
+    transport: str
+    time: float
+    outcome: str
+
+
+class Clock:
+    """The time of the simulated installation."""
+
+    def __init__(self, ask: Callable[..., Any]) -> None:
+        self._ask = ask
+
+    def advance(self, seconds: float) -> None:
+        """Lets time pass at once: a job that is due within it goes from queued to sent."""
+        self._ask("advance", seconds=seconds)
+
+    def now(self) -> float:
+        """Returns the installation's time, in seconds since 1970."""
+        return float(self._ask("now"))
+
+
+class Simulator:
+    """A running simulator. `port` is its base port, for the variable KORVEXRPCPORT."""
+
+    def __init__(self, port: int, control: int, token: str) -> None:
+        self.port = port
+        self._token = token
+        self._connection = socket.create_connection(("127.0.0.1", control), timeout=30)
+        self._replies = self._connection.makefile("r", encoding="utf-8")
+        self.clock = Clock(self._ask)
+
+    def environment(self) -> Dict[str, Optional[str]]:
+        """Returns the variables that lead a client here; None for one that must not be set."""
+        return {**dict.fromkeys(ELSEWHERE), VARIABLE: str(self.port)}
+
+    def reset(self) -> None:
+        """Makes the installation new: no calls, answers or faults, the real time."""
+        self._ask("reset")
+
+    def calls(self, procedure: Optional[str] = None) -> List[Call]:
+        """Returns the calls so far, or those of one procedure, in the order of their arrival."""
+        if procedure is not None:
+            self._known(procedure)
+        calls = [Call(**row) for row in self._ask("calls")]
+        return [call for call in calls if procedure in (None, call.procedure)]
+
+    def assert_called(self, procedure: str, *argument: Any, times: Optional[int] = None,
+                      **members: Any) -> Call:
+        """Asserts that a call of `procedure` had this argument, or an argument with these members.
+
+        A member counts wherever it is in the argument. For example, `empfnr="040"` matches
+        `{"selection": 0, "v0": {"s_record": {"empfnr": "040"}}}`. With `times`, exactly so many
+        calls must match. Returns the last call that does. The message shows the nearest calls.
+        """
+        calls = self.calls(procedure)
+        found = [call for call in calls if _matches(call.argument, argument, members)]
+        if not found or times not in (None, len(found)):
+            raise AssertionError(_not_called(procedure, argument, members, times, calls, found,
+                                             self.calls()))
+        return found[-1]
+
+    def answer(self, procedure: str, result: Any) -> None:
+        """Prepares the result of a procedure, in the shape that the client library returns.
+
+        A list holds one result for each call, and its last one answers all later calls. For a
+        procedure that returns a list, such as l_ps_1, that is a list of lists. A function gets the
+        argument and returns the result. It runs in the simulator's process, so what it changes
+        there is not seen here. Raises ValueError for a result that does not fit.
+        """
+        self._known(procedure)
+        if callable(result):
+            self._ask("make_answer", procedure=procedure, function=packed(result))
+            return
+        wire = own().procedures[procedure].result
+        values = _in_turn(wire, result)
+        for value in values:
+            _must_fit(procedure, wire, value)
+        self._ask("answer", procedure=procedure, values=values)
+
+    def fault(self, text: str) -> None:
+        """Lets later calls fail: KIND[=SECONDS][:PROCEDURE[:COUNT]], for example "cut:l_ps_1:2".
+
+        Raises ValueError for a kind or procedure that does not exist, with the nearest name.
+        """
+        faults.parse(text)
+        self._ask("fault", text=text)
+
+    def allow_only(self, *procedures: str) -> None:
+        """Makes calls of any other procedure unexpected: they are refused, and the test fails."""
+        for procedure in procedures:
+            self._known(procedure)
+        self._ask("allow_only", procedures=list(procedures))
+
+    def assert_nothing_unexpected(self) -> None:
+        """Asserts that each call was allowed. The fixture does so at the end of a test."""
+        unexpected = [call for call in self.calls() if call.outcome == "unexpected"]
+        if unexpected:
+            raise AssertionError("unexpected calls:" + _listed(unexpected))
+
+    def save(self, file: Union[str, Path]) -> None:
+        """Writes the installation's state to a file, as JSON that a person can read and change."""
+        Path(file).write_text(json.dumps(self._ask("save"), indent=1, ensure_ascii=False) + "\n",
+                              encoding="utf-8")
+
+    def load(self, file: Union[str, Path]) -> None:
+        """Replaces the parts of the state that the file names. What it leaves out stays.
+
+        Raises ValueError for a part that does not exist.
+        """
+        self._ask("load", state=json.loads(Path(file).read_text(encoding="utf-8")))
+
+    def close(self) -> None:
+        """Ends the simulator."""
+        self._replies.close()
+        self._connection.close()
+
+    def _ask(self, do: str, **values: Any) -> Any:
+        request = {"token": self._token, "do": do, **values}
+        self._connection.sendall(json.dumps(request).encode() + b"\n")
+        line = self._replies.readline()
+        if not line:
+            raise ConnectionError("the simulator has ended")
+        reply = json.loads(line)
+        if "error" in reply:
+            raise ValueError(reply["error"])
+        return reply["value"]
+
+    @staticmethod
+    def _known(procedure: str) -> None:
+        if procedure not in own().procedures:
+            raise ValueError(f"no procedure {procedure}{did_you_mean(procedure, own().procedures)}")
+
+
+@contextlib.contextmanager
+def start(*arguments: str) -> Iterator[Simulator]:
+    """Starts a simulator in a process of its own, and ends it with the block.
+
+    `arguments` are options of `python -m kvrpc_tools.simulator`.
+    """
+    token = secrets.token_hex(16)
+    with running("--control", token, *arguments) as process:
+        simulator = Simulator(process.port, process.control, token)
+        try:
+            yield simulator
+        finally:
+            simulator.close()
+
+
+def _in_turn(wire: WireType, result: Any) -> List[Any]:
+    if not isinstance(result, list):
+        return [result]
+    if wire.kind == "array" and not (result and all(isinstance(each, list) for each in result)):
+        return [result]
+    if not result:
+        raise ValueError("an empty list answers no call")
+    return result
+
+
+def _must_fit(procedure: str, wire: WireType, value: Any) -> None:
+    compiler, plain = Compiler(own()), _without_empty_lists(value)
+    if wire.kind == "array":  # as no argument is
+        check = compiler.check(WireType("record", record=wire.record))
+        problems = [problem for item in plain for problem in check(item)]
+    else:
+        problems = list(compiler.check(wire)(plain))
+    if problems:
+        raise ValueError(f"{procedure} cannot return this: "
+                         + "; ".join(str(problem) for problem in problems))
+
+
+def _without_empty_lists(value: Any) -> Any:
+    """A chain without nodes is null in the text of a call, an empty list in a result."""
+    if isinstance(value, dict):
+        return {key: None if each == [] else _without_empty_lists(each)
+                for key, each in value.items()}
+    return [_without_empty_lists(each) for each in value] if isinstance(value, list) else value
+
+
+def _matches(argument: Any, exactly: Any, members: Dict[str, Any]) -> bool:
+    if exactly and argument != exactly[0]:
+        return False
+    found = _members(argument)
+    return all(value in found.get(key, []) for key, value in members.items())
+
+
+def _members(argument: Any) -> Dict[str, List[Any]]:
+    """Returns all values of each key, however deep."""
+    found: Dict[str, List[Any]] = {}
+    waiting = [argument]
+    while waiting:
+        value = waiting.pop()
+        if isinstance(value, dict):
+            for key, each in value.items():
+                found.setdefault(key, []).append(each)
+                waiting.append(each)
+        elif isinstance(value, list):
+            waiting.extend(value)
+    return found
+
+
+def _not_called(procedure: str, argument: Any, members: Dict[str, Any], times: Optional[int],
+                calls: List[Call], found: List[Call], everything: List[Call]) -> str:
+    asked = ", ".join([*map(repr, argument), *(f"{k}={v!r}" for k, v in members.items())])
+    wanted = f"{procedure}({asked})"
+    if found:
+        return f"{wanted} was called {len(found)} times, not {times}:{_listed(found)}"
+    if not calls:
+        return f"{wanted} was not called; these calls came:{_listed(everything) or ' none'}"
+    nearest = sorted(calls, key=lambda call: len(_differences(call.argument, members)))[:_NEAREST]
+    lines = [f"\n  {_shown(call)}\n    {'; '.join(_differences(call.argument, members))}".rstrip()
+             for call in nearest]
+    return f"{wanted} was not called; the nearest of {len(calls)} calls:{''.join(lines)}"
+
+
+def _differences(argument: Any, members: Dict[str, Any]) -> List[str]:
+    found = _members(argument)
+    return [f"{key} is {', '.join(map(repr, found[key]))}, not {value!r}" if key in found
+            else f"no {key}" for key, value in members.items() if value not in found.get(key, [])]
+
+
+def _listed(calls: List[Call]) -> str:
+    return "".join(f"\n  {_shown(call)}" for call in calls)
+
+
+def _shown(call: Call) -> str:
+    text = json.dumps(call.argument, ensure_ascii=False)
+    return f"{call.procedure}({text if len(text) <= 200 else text[:196] + ' ...'})"
