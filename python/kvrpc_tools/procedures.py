@@ -8,6 +8,7 @@ from __future__ import annotations
 from typing import Any, Callable, Optional
 
 from .conversion import conversion
+from .docstrings import procedure_text
 from .schema import Procedure, own
 
 
@@ -36,7 +37,7 @@ def _serves(server: str) -> Callable[[type], type]:
             method = make(procedure)
             method.__name__ = procedure.name
             method.__qualname__ = f"{cls.__name__}.{procedure.name}"
-            method.__doc__ = f"Procedure {procedure.number} of {server}."
+            method.__doc__ = procedure_text(own(), procedure)
             setattr(cls, procedure.name, method)
         return cls
 
