@@ -8,7 +8,7 @@
 //   anything else         none
 #pragma once
 
-#include "bridge/text_sink.h"
+#include "json/text_buffer.h"
 #include "rpc/clnt.h"
 
 namespace kvrpc {
@@ -18,6 +18,6 @@ namespace kvrpc {
 int fill_envelope(CLIENT* clnt, int status, text_buffer& root);
 
 // Appends the member `rpc_err` for the last failure of `clnt`; non-zero on success.
-int add_rpc_err(CLIENT* clnt, text_sink& root);
+int add_rpc_err(CLIENT* clnt, text_buffer& root);
 
 }  // namespace kvrpc

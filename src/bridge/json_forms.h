@@ -1,46 +1,40 @@
-// How the bytes of the record's ISO code stand inside a JSON string: eight of them looked at at a
-// time, and the text that stands for each byte that is not plain.
+// How the bytes of the record's ISO code look inside a JSON string. Most stand for themselves and
+// are found eight at a time; each of the others has a form of up to 3 bytes.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
+#include "json/words.h"
+
 namespace kvrpc {
 
-// The bytes that stand for one ISO byte inside a JSON string; a size of 0 drops it.
+// The bytes that stand for one ISO byte inside a JSON string. A size of 0 drops the byte.
 struct json_form {
   char bytes[3];
   std::uint8_t size;
 };
 
-// One form for each of the 256 bytes.
-const json_form* json_forms();
+struct json_form_table {
+  json_form form[256];
+};
+extern const json_form_table json_forms;
 
-// Writes a form, and up to 3 bytes of no meaning behind it; the place behind the form.
-inline char* write_form(char* place, const json_form& form) {
+// Writes the form of an ISO byte. Returns the position after it; touches all bytes of a form.
+inline char* write_form(char* place, char byte) {
+  const json_form& form = json_forms.form[static_cast<unsigned char>(byte)];
   std::memcpy(place, form.bytes, sizeof form.bytes);
   return place + form.size;
 }
 
-// Returns the word with its bytes in little-endian order, or back again.
-constexpr std::uint64_t little_endian(std::uint64_t word) {
-  return __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ ? word : __builtin_bswap64(word);
-}
+// Writes the forms of `size` ISO bytes. Returns the position after them. Touches at most
+// escaped_room(size) bytes: every write begins at most escaped_room() of the bytes before it.
+constexpr std::size_t escaped_room(std::size_t size) { return size * sizeof json_form::bytes; }
+char* write_escaped(char* place, const char* bytes, std::size_t size);
 
-// Loads eight bytes, the first one as the lowest of the word on every platform.
-inline std::uint64_t load_word(const char* bytes) {
-  std::uint64_t word;
-  std::memcpy(&word, bytes, sizeof word);
-  return little_endian(word);
-}
-
-inline void store_word(char* place, std::uint64_t word) {
-  word = little_endian(word);
-  std::memcpy(place, &word, sizeof word);
-}
-
-// How many of a word's bytes, from the lowest on, stand for themselves: neither below 0x20, nor a
-// quote, a backslash or above 0x7F.
+// Returns how many of a word's bytes, from the lowest on, stand for themselves: all but those below
+// 0x20, above 0x7F, the quote and the backslash.
 inline std::uint32_t plain_bytes(std::uint64_t word) {
   constexpr std::uint64_t ones = 0x0101010101010101u;
   const std::uint64_t quote = word ^ ones * '"';

@@ -19,7 +19,4 @@ bool_t xdr_list(XDR* xdrs, char* base, const record_type& record);
 // A counted array of records; `block` is its count and pointer.
 bool_t xdr_array_of(XDR* xdrs, char* block, const record_type& record);
 
-// A zero-filled record, or null with the message of `routine`; released with free.
-char* new_target(const record_type& record, const char* routine = "xdr_reference");
-
 }  // namespace kvrpc

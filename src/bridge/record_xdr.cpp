@@ -2,7 +2,6 @@
 
 #include "bridge/field_memory.h"
 #include "bridge/record_walk.h"
-#include "bridge/unpack.h"
 
 namespace kvrpc {
 
@@ -20,15 +19,10 @@ bool_t xdr_block(XDR* xdrs, char* block, std::uint32_t maximum) {
 }
 
 bool_t xdr_target(XDR* xdrs, char* field, const record_type& record) {
-  bool_t present = load<char*>(field) != nullptr ? TRUE : FALSE;
-  if (!xdr_bool(xdrs, &present)) return FALSE;
-  if (!present) {
-    store<char*>(field, nullptr);
-    return TRUE;
-  }
-  if (load<char*>(field) == nullptr) store(field, new_target(record));
   char* const target = load<char*>(field);
-  if (target == nullptr) return FALSE;
+  bool_t present = target != nullptr ? TRUE : FALSE;
+  if (!xdr_bool(xdrs, &present)) return FALSE;
+  if (!present) return TRUE;
   const bool_t done = xdr_record(xdrs, target, record);
   if (xdrs->x_op == XDR_FREE) {
     std::free(target);
@@ -57,20 +51,15 @@ bool_t xdr_record(XDR* xdrs, char* base, const record_type& record) {
 
 bool_t xdr_fields(XDR* xdrs, char* base, const record_type& record, std::uint32_t begin,
                   std::uint32_t end) {
-  const record_field* const fields = record.fields;
-  for (std::uint32_t i = begin; i < end;) {
-    const std::uint32_t done = unpack_run(xdrs, base, record, i, end);
-    if (done == 0) {
-      char* const data = base + fields[i].offset;
-      if (ends_walk(xdrs, xdr_value(xdrs, data, fields[i].type))) return FALSE;
-      ++i;
-    }
-    i += done;
+  for (std::uint32_t i = begin; i < end; ++i) {
+    const record_field& field = record.fields[i];
+    if (ends_walk(xdrs, xdr_value(xdrs, base + field.offset, field.type))) return FALSE;
   }
   return TRUE;
 }
 
 bool_t xdr_value(XDR* xdrs, char* data, const wire_type& type) {
+  if (xdrs->x_op == XDR_DECODE) return FALSE;  // see result_reader.h
   if (xdrs->x_op == XDR_FREE && type.wire_size != variable_size) return TRUE;  // holds no pointer
   switch (type.kind) {
     case wire_kind::nothing:

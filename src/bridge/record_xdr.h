@@ -20,7 +20,7 @@ struct typed_value {
   char* data;
 };
 
-// The xdrproc_t of every argument; the object is a typed_value. Results have xdr_streamed.
+// The xdrproc_t of every argument; the object is a typed_value. Results have xdr_result.
 bool_t xdr_typed(XDR* xdrs, void* object, std::uint32_t limit = LASTUNSIGNED);
 
 // Carries one value of `type`.

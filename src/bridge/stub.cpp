@@ -1,7 +1,8 @@
 #include "bridge/stub.h"
 
 #include "bridge/encode.h"
-#include "bridge/result_stream.h"
+#include "bridge/record_xdr.h"
+#include "bridge/result_reader.h"
 #include "bridge/server_call.h"
 
 namespace kvrpc {
@@ -35,18 +36,16 @@ class call_record {
 }  // namespace
 
 int run_stub(CLIENT* clnt, const procedure& target, const json_node* node, text_buffer& result) {
-  call_record results(target.result);
   call_record argument(target.argument);
-  if (!argument.fits() || !results.fits() ||
-      !json_encode(node, converted_text, argument.data(), target.argument)) {
+  if (!argument.fits() || !json_encode(node, converted_text, argument.data(), target.argument)) {
     return CALL_CANNOT_ENCODE;
   }
-  streamed_result streamed{results.value(), result, result.size()};
-  if (clnt_call(clnt, target.number, xdr_typed, &argument.value(), xdr_streamed, &streamed,
+  result_text text{target.result, result, result.size()};
+  if (clnt_call(clnt, target.number, xdr_typed, &argument.value(), xdr_result, &text,
                 call_timeout_seconds, 0) != RPC_SUCCESS) {
     return CALL_RPC_FAILED;
   }
-  return streamed.written ? CALL_OK : CALL_CANNOT_DECODE;
+  return text.written ? CALL_OK : CALL_CANNOT_DECODE;
 }
 
 }  // namespace kvrpc

@@ -12,20 +12,6 @@ namespace uc2 {
 
 namespace {
 
-constexpr unit_table make_units() {
-  unit_table table{};
-  for (int byte = 0; byte < 256; ++byte) table.unit[byte] = static_cast<std::uint16_t>(byte);
-  table.unit[0xA4] = 0x20AC;
-  table.unit[0xA6] = 0x0160;
-  table.unit[0xA8] = 0x0161;
-  table.unit[0xB4] = 0x017D;
-  table.unit[0xB8] = 0x017E;
-  table.unit[0xBC] = 0x0152;
-  table.unit[0xBD] = 0x0153;
-  table.unit[0xBE] = 0x0178;
-  return table;
-}
-
 struct unit_byte {
   std::uint16_t unit;
   std::uint8_t byte;
@@ -61,8 +47,6 @@ class byte_table_maker {
   std::uint8_t used_ = 0;
 };
 
-constexpr unit_table made_units = make_units();
-
 constexpr byte_table make_bytes() {
   byte_table_maker maker;
   for (int same : {0x07, 0x09, 0x0A, 0x0C, 0x0D}) maker.set_same(same, same);
@@ -72,7 +56,7 @@ constexpr byte_table make_bytes() {
     maker.set(static_cast<std::uint16_t>(none), 0);
   }
   for (int byte : {0xA4, 0xA6, 0xA8, 0xB4, 0xB8, 0xBC, 0xBD, 0xBE}) {
-    maker.set(made_units.unit[byte], byte);
+    maker.set(units.unit[byte], byte);
   }
   for (const unit_byte& row : private_and_folded) maker.set(row.unit, row.byte);
   return maker.table();
@@ -81,34 +65,6 @@ constexpr byte_table make_bytes() {
 // ---- UTF-8
 
 constexpr std::uint16_t replacement_character = 0xFFFD;
-
-constexpr char as_char(std::uint32_t byte) {
-  return static_cast<char>(static_cast<unsigned char>(byte));
-}
-
-// Returns the size of the sequence, or the negative result of uc2_to_utf8.
-constexpr int encode_utf8(std::uint32_t value, char* out) {
-  if (value >= 0xD800 && value <= 0xDFFF) return -2;
-  if (value == 0xFFFF || value >= 0x10FFFF) return -1;
-  if (value < 0x80) {
-    out[0] = as_char(value);
-    return 1;
-  }
-  const int size = value < 0x800 ? 2 : value < 0x10000 ? 3 : 4;
-  for (int i = size - 1; i > 0; --i, value >>= 6) out[i] = as_char(0x80 | (value & 0x3F));
-  const std::uint32_t lead[] = {0xC0, 0xE0, 0xF0};
-  out[0] = as_char(lead[size - 2] | value);
-  return size;
-}
-
-constexpr utf8_forms make_forms() {
-  utf8_forms forms{};
-  for (int byte = 0; byte < 256; ++byte) {
-    utf8_form& form = forms.form[byte];
-    form.size = static_cast<std::uint8_t>(encode_utf8(made_units.unit[byte], form.bytes));
-  }
-  return forms;
-}
 
 constexpr int byte_at(const char* text) { return static_cast<unsigned char>(*text); }
 
@@ -125,7 +81,6 @@ constexpr utf8_char whole_sequence(int value, int least, std::uint8_t size) {
 
 }  // namespace
 
-constexpr unit_table units = made_units;
 constexpr byte_table bytes = make_bytes();
 
 utf8_char read_utf8(const char* text) {
@@ -141,8 +96,6 @@ utf8_char read_utf8(const char* text) {
 }
 
 }  // namespace uc2
-
-constexpr utf8_forms iso_utf8 = uc2::make_forms();
 
 // ---- one character
 

@@ -25,17 +25,6 @@ enum iso_modifier : int {
   iso_bad_utf8 = 3  // bad UTF-8: the replacement takes its place
 };
 
-// The UTF-8 forms of the ISO bytes: iso_utf8[byte].
-struct utf8_form {
-  char bytes[3];
-  std::uint8_t size;
-};
-struct utf8_forms {
-  utf8_form form[256];
-  constexpr const utf8_form& operator[](unsigned char iso) const { return form[iso]; }
-};
-extern const utf8_forms iso_utf8;
-
 // ---- one character
 //
 // Each returns 1, or 0 if an address is null.

@@ -1,4 +1,5 @@
-// The two tables of uc2.h and the steps of one character, for the sources of uc2 alone.
+// The two tables of uc2.h and the steps of one character, for the sources of uc2 and
+// json_forms.cpp.
 //
 // Arguments are never null here, so no step can fail: uc2.cpp adds the null checks of the
 // interface, and uc2_text.cpp loops over these steps.
@@ -15,7 +16,20 @@ namespace kvrpc::uc2 {
 struct unit_table {
   std::uint16_t unit[256];
 };
-extern const unit_table units;
+constexpr unit_table make_units() {
+  unit_table table{};
+  for (int byte = 0; byte < 256; ++byte) table.unit[byte] = static_cast<std::uint16_t>(byte);
+  table.unit[0xA4] = 0x20AC;
+  table.unit[0xA6] = 0x0160;
+  table.unit[0xA8] = 0x0161;
+  table.unit[0xB4] = 0x017D;
+  table.unit[0xB8] = 0x017E;
+  table.unit[0xBC] = 0x0152;
+  table.unit[0xBD] = 0x0153;
+  table.unit[0xBE] = 0x0178;
+  return table;
+}
+inline constexpr unit_table units = make_units();
 
 // Bytes by unit, in two levels: page[unit >> 8] selects 256 bytes, and 0 there means that the unit
 // has no byte. Nearly all pages are empty and share the first one, so the table takes 2.5 kB
@@ -26,6 +40,30 @@ struct byte_table {
   std::uint8_t byte[byte_pages][256];
 };
 extern const byte_table bytes;
+
+constexpr char as_char(std::uint32_t byte) {
+  return static_cast<char>(static_cast<unsigned char>(byte));
+}
+
+// Writes the UTF-8 sequence of a value. Returns its size, or the negative result of uc2_to_utf8.
+constexpr int encode_utf8(std::uint32_t value, char* out) {
+  if (value >= 0xD800 && value <= 0xDFFF) return -2;
+  if (value == 0xFFFF || value >= 0x10FFFF) return -1;
+  if (value < 0x80) {
+    out[0] = as_char(value);
+    return 1;
+  }
+  const int size = value < 0x800 ? 2 : value < 0x10000 ? 3 : 4;
+  for (int i = size - 1; i > 0; --i, value >>= 6) out[i] = as_char(0x80 | (value & 0x3F));
+  const std::uint32_t lead[] = {0xC0, 0xE0, 0xF0};
+  out[0] = as_char(lead[size - 2] | value);
+  return size;
+}
+
+// Writes the UTF-8 form of a byte of the record's code, at most 3 bytes. Returns its size.
+constexpr std::uint8_t encode_iso(int byte, char* out) {
+  return static_cast<std::uint8_t>(encode_utf8(units.unit[byte], out));
+}
 
 // A byte of the record's code and what accompanies it, an iso_modifier.
 struct iso_char {

@@ -92,7 +92,9 @@ std::size_t put_utf8(iso_writer& out, const char* text) {
   return read.size;
 }
 
-const utf8_form& form_of(char iso) { return iso_utf8[static_cast<unsigned char>(iso)]; }
+std::size_t put_iso(char* out, char iso) {
+  return uc2::encode_iso(static_cast<unsigned char>(iso), out);
+}
 
 }  // namespace
 
@@ -119,7 +121,8 @@ char* utf8string_to_iso_alloc(const char* text, char* replacement) {
 std::size_t isostring_utf8_size(const char* text) {
   if (text == nullptr) return 0;
   std::size_t size = 1;
-  for (const char* p = text; *p != '\0'; ++p) size += form_of(*p).size;
+  char form[3];
+  for (const char* p = text; *p != '\0'; ++p) size += put_iso(form, *p);
   return size;
 }
 
@@ -127,10 +130,11 @@ char* isostring_to_utf8(const char* text, char* buffer, std::size_t size) {
   if (text == nullptr || buffer == nullptr) return nullptr;
   std::size_t count = 0;
   for (const char* p = text; *p != '\0' && count < size; ++p) {
-    const utf8_form& form = form_of(*p);
-    if (form.size + count >= size) break;
-    std::memcpy(buffer + count, form.bytes, form.size);
-    count += form.size;
+    char form[3];
+    const std::size_t form_size = put_iso(form, *p);
+    if (form_size + count >= size) break;
+    std::memcpy(buffer + count, form, form_size);
+    count += form_size;
   }
   return terminate(buffer, count, size);
 }

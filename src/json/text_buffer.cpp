@@ -11,8 +11,8 @@ constexpr std::size_t smallest_block = 256;
 constexpr std::size_t second_block = 4096;
 constexpr std::size_t largest_block = PTRDIFF_MAX;
 
-text_block resize_by_hook(char* block, std::size_t, std::size_t size) {
-  return {static_cast<char*>(json_hooks().resize(block, size)), size};
+text_block resize_by_hook(char* block, std::size_t, std::size_t, std::size_t wanted) {
+  return {static_cast<char*>(json_hooks().resize(block, wanted)), wanted};
 }
 
 void release_by_hook(char* block) { json_hooks().release(block); }
@@ -45,11 +45,13 @@ char* text_buffer::grow(std::size_t count) {
     fail();
     return nullptr;
   }
-  const std::size_t doubled = used > most / 2 ? most : used * 2;
-  const std::size_t least = used == 0 ? smallest_block : second_block;
-  const std::size_t wanted = headroom + std::max({used + count + 1, doubled, least});
-  char* const block = begin_ != nullptr ? begin_ - headroom : nullptr;
-  const text_block moved = memory_.resize(block, block != nullptr ? headroom + used : 0, wanted);
+  const std::size_t least = headroom + used + count + 1;
+  const std::size_t doubled = headroom + (used > most / 2 ? most : used * 2);
+  const std::size_t first = headroom + (used == 0 ? smallest_block : second_block);
+  const std::size_t wanted = std::max({least, doubled, first});
+  const bool fresh = begin_ == nullptr;
+  const text_block moved = memory_.resize(fresh ? nullptr : begin_ - headroom,
+                                          fresh ? 0 : headroom + used, least, wanted);
   if (moved.bytes == nullptr) {
     fail();
     return nullptr;

@@ -20,12 +20,12 @@ struct text_block {
   std::size_t size;
 };
 
-// Where a text_buffer has its block from.
+// Where a text_buffer gets its block from.
 struct text_memory {
   std::size_t headroom;  // bytes in front of the text, for what the block's owner puts there
-  // Moves a block (null at first) with its first `used` bytes to one of `size` bytes or more. On
-  // failure it stays.
-  text_block (*resize)(char* block, std::size_t used, std::size_t size);
+  // Moves a block (null at first) with its first `used` bytes to one of `least` bytes or more. With
+  // `wanted` bytes or more, appending costs time linear in the bytes. On failure the block stays.
+  text_block (*resize)(char* block, std::size_t used, std::size_t least, std::size_t wanted);
   void (*release)(char* block);
 };
 
@@ -40,12 +40,14 @@ class text_buffer {
   text_buffer(const text_buffer&) = delete;
   text_buffer& operator=(const text_buffer&) = delete;
 
-  // The place for `count` bytes behind the text, or null; commit() makes them part of it.
+  // Returns the position of `count` bytes after the text, or null. commit() makes bytes part of it.
   char* reserve(std::size_t count) {
     if (count < static_cast<std::size_t>(limit_ - end_)) return end_;
     return grow(count);
   }
   void commit(std::size_t count) { end_ += count; }
+  // The same up to `end`, a position in the bytes that reserve() returned.
+  void commit_to(char* end) { end_ = end; }
 
   bool append(const char* bytes, std::size_t count) {
     char* place = reserve(count);
@@ -60,10 +62,10 @@ class text_buffer {
   const char* data() const { return begin_; }
   bool failed() const { return failed_; }
 
-  // Forgets the text but for its first `kept` bytes, and an earlier failure; the memory stays.
+  // Truncates the text to `kept` bytes and clears any failure. Keeps the memory.
   void clear(std::size_t kept = 0);
 
-  // Marks the buffer failed, for a writer that has no text for its value; false.
+  // Marks the buffer failed. Returns false, so that a writer can `return out.fail()`.
   bool fail();
 
   // The NUL-terminated text, now the caller's, or null when the buffer has failed. Its block begins

@@ -51,7 +51,7 @@ void keep_blocks_in_heap() {
   kept = true;
 }
 
-text_block resize_reply(char* block, std::size_t used, std::size_t size) {
+text_block resize_reply(char* block, std::size_t used, std::size_t, std::size_t size) {
   keep_blocks_in_heap();
   const bool outgrows_heap = used <= most_in_heap && size > most_in_heap && size <= large_block;
   if (outgrows_heap && rpc_cut_blocks_shrink) {

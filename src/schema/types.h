@@ -32,6 +32,7 @@
 #include <cstdint>
 
 #include "schema/name_index.h"
+#include "schema/reply_plan.h"
 
 namespace kvrpc {
 
@@ -67,18 +68,17 @@ constexpr std::uint32_t pointer_size = sizeof(void*);
 
 struct wire_type {
   wire_kind kind = wire_kind::nothing;
-  std::uint32_t count = 0;              // n of chars(n), text_of(n), opaque(n), vector_of(T, n)
-  std::uint32_t size = 0;               // bytes in memory
-  std::uint32_t align = 1;              // 1, 2 or 4
-  std::uint32_t wire_size = 0;          // bytes on the wire, or variable_size
-  const record_type* target = nullptr;  // R
-  const wire_type* item = nullptr;      // T of a vector
+  std::uint8_t align = 1;       // 1, 2 or 4
+  std::uint8_t opening = 0;     // of a type of variable size: the wire bytes of its first unit
+  std::uint32_t count = 0;      // n of chars(n), text_of(n), opaque(n), vector_of(T, n)
+  std::uint32_t size = 0;       // bytes in memory
+  std::uint32_t wire_size = 0;  // bytes on the wire, or variable_size
+  std::uint32_t reply_room = reply_room::null;  // see reply_plan.h; 0 for a type of variable size
+  const record_type* target = nullptr;          // R
+  const wire_type* item = nullptr;              // T of a vector
 };
 
 constexpr std::uint32_t variable_size = 0xFFFFFFFFu;
-
-// The bytes that are copied for a label of any size, with or without its comma.
-constexpr std::uint32_t label_room = 32;
 
 struct record_field {
   const char* key = "";
@@ -87,10 +87,7 @@ struct record_field {
 
   // Computed by the record's table.
   std::uint32_t offset = 0;
-  std::uint32_t run_wire = 0;  // wire bytes of this and the fields behind it that have a fixed size
-  std::uint32_t run_text = 0;  // most bytes of JSON text of this and the plain fields behind it
-  std::uint32_t label_size = 0;
-  char label[label_room + 1] = {};  // `,"key":` and a NUL
+  reply_plan reply{};
 };
 
 struct record_type {
@@ -104,28 +101,8 @@ struct record_type {
   std::uint32_t wire_size;       // or variable_size
   std::int32_t next_field;       // index of the list_next member, or -1
   const record_field* selector;  // of a union: its discriminant as a field
-  std::uint32_t text_room = 0;   // most bytes of JSON text, when all members are plain
+  std::uint32_t reply_room = 0;  // see reply_plan.h; 0 for a record of variable size
 };
-
-// The most bytes that the JSON text of a plain value takes: a scalar, chars(n), or a structure of
-// plain members. 0 for others.
-constexpr std::uint32_t plain_text_room(const wire_type& type) {
-  switch (type.kind) {
-    case wire_kind::long_:
-    case wire_kind::int_:
-    case wire_kind::u_long_:
-    case wire_kind::short_:
-    case wire_kind::bool_:
-      return 12;
-    case wire_kind::chars:
-    case wire_kind::schars:
-      return 3 * type.count + 16;
-    case wire_kind::record:
-      return type.target->text_room;
-    default:
-      return 0;
-  }
-}
 
 // The arm of a union that the value of its discriminant selects, or null.
 inline const record_field* arm_of(const record_type& record, std::int32_t value) {
@@ -139,45 +116,74 @@ inline const record_field* arm_of(const record_type& record, std::int32_t value)
 
 namespace wire {
 
-inline constexpr wire_type nothing{};
-inline constexpr wire_type long_{wire_kind::long_, 0, 4, 4, 4};
-inline constexpr wire_type int_{wire_kind::int_, 0, 4, 4, 4};
-inline constexpr wire_type u_long_{wire_kind::u_long_, 0, 4, 4, 4};
-inline constexpr wire_type short_{wire_kind::short_, 0, 2, 2, 4};
-inline constexpr wire_type bool_{wire_kind::bool_, 0, 4, 4, 4};
-inline constexpr wire_type text{wire_kind::text, 0, 4 + pointer_size, 4, variable_size};
-inline constexpr wire_type blob{wire_kind::blob, 0, 4 + pointer_size, 4, variable_size};
-inline constexpr wire_type string{wire_kind::string, 0, pointer_size, 4, variable_size};
-inline constexpr wire_type list_next{wire_kind::list_next, 0, pointer_size, 4, variable_size};
-inline constexpr wire_type unspecified{wire_kind::unspecified, 0, 0, 1, variable_size};
+// A type whose wire form has a fixed size; `room` bounds its text in a reply.
+constexpr wire_type fixed(wire_kind kind, std::uint32_t count, std::uint32_t size,
+                          std::uint8_t align, std::uint32_t wire_size, std::uint32_t room) {
+  return {kind, align, 0, count, size, wire_size, room, nullptr, nullptr};
+}
+// A type whose wire form begins with one unit, which tells what follows.
+constexpr wire_type opened(wire_kind kind, std::uint32_t count, std::uint32_t size,
+                           const record_type* target = nullptr) {
+  return {kind, 4, 4, count, size, variable_size, 0, target, nullptr};
+}
+constexpr std::uint32_t padded(std::uint32_t size) { return (size + 3) / 4 * 4; }
+constexpr std::uint32_t block_size = 4 + pointer_size;  // a count and a pointer
 
-constexpr wire_type chars(std::uint32_t n) { return {wire_kind::chars, n, n, 1, 4 * n}; }
-constexpr wire_type schars(std::uint32_t n) { return {wire_kind::schars, n, n, 1, 4 * n}; }
+inline constexpr wire_type nothing{};
+inline constexpr wire_type long_ = fixed(wire_kind::long_, 0, 4, 4, 4, reply_room::number);
+inline constexpr wire_type int_ = fixed(wire_kind::int_, 0, 4, 4, 4, reply_room::number);
+inline constexpr wire_type u_long_ = fixed(wire_kind::u_long_, 0, 4, 4, 4, reply_room::number);
+inline constexpr wire_type short_ = fixed(wire_kind::short_, 0, 2, 2, 4, reply_room::number);
+inline constexpr wire_type bool_ = fixed(wire_kind::bool_, 0, 4, 4, 4, reply_room::boolean);
+inline constexpr wire_type text = opened(wire_kind::text, 0, block_size);
+inline constexpr wire_type blob = opened(wire_kind::blob, 0, block_size);
+inline constexpr wire_type string = opened(wire_kind::string, 0, pointer_size);
+inline constexpr wire_type list_next = opened(wire_kind::list_next, 0, pointer_size);
+inline constexpr wire_type unspecified{wire_kind::unspecified, 1, 0, 0, 0, variable_size, 0};
+
+constexpr wire_type chars(std::uint32_t n) {
+  return fixed(wire_kind::chars, n, n, 1, 4 * n, reply_room::text(n));
+}
+constexpr wire_type schars(std::uint32_t n) {
+  return fixed(wire_kind::schars, n, n, 1, 4 * n, reply_room::text(n));
+}
 constexpr wire_type text_of(std::uint32_t n) {
-  return {wire_kind::counted_text, n, 4 + pointer_size, 4, variable_size};
+  return opened(wire_kind::counted_text, n, block_size);
 }
 constexpr wire_type opaque(std::uint32_t n) {
-  return {wire_kind::fixed_text, n, n, 1, (n + 3) / 4 * 4};
+  return fixed(wire_kind::fixed_text, n, n, 1, padded(n), reply_room::text(n));
 }
 constexpr wire_type opaque64(std::uint32_t n) {
-  return {wire_kind::opaque, n, n, 1, (n + 3) / 4 * 4};
+  return fixed(wire_kind::opaque, n, n, 1, padded(n), reply_room::base64(n));
 }
 constexpr wire_type pointer_to(const record_type& target) {
-  return {wire_kind::pointer, 0, pointer_size, 4, variable_size, &target};
+  return opened(wire_kind::pointer, 0, pointer_size, &target);
 }
 constexpr wire_type array_of(const record_type& target) {
-  return {wire_kind::array, 0, 4 + pointer_size, 4, variable_size, &target};
+  return opened(wire_kind::array, 0, block_size, &target);
 }
+// A union opens with its discriminant; a structure of variable size has no unit of its own.
 constexpr wire_type inline_(const record_type& target) {
-  return {wire_kind::record, 0, target.size, target.align, target.wire_size, &target};
+  return {wire_kind::record,
+          static_cast<std::uint8_t>(target.align),
+          static_cast<std::uint8_t>(target.is_union ? 4 : 0),
+          0,
+          target.size,
+          target.wire_size,
+          target.reply_room,
+          &target,
+          nullptr};
 }
 // `item` is kept by address: a named constant, as in `constexpr wire_type line = chars(81);`.
 constexpr wire_type vector_of(const wire_type& item, std::uint32_t n) {
+  const bool variable = item.wire_size == variable_size;
   return {wire_kind::vector,
+          item.align,
+          0,
           n,
           n * item.size,
-          item.align,
-          item.wire_size == variable_size ? variable_size : n * item.wire_size,
+          variable ? variable_size : n * item.wire_size,
+          variable ? 0 : n * (item.reply_room + reply_room::separator) + reply_room::brackets,
           nullptr,
           &item};
 }
@@ -199,7 +205,7 @@ struct structure : record_type {
       : record_type{record_name, false, nullptr, nullptr, N, 0, 1, 0, -1, nullptr} {
     for (std::size_t i = 0; i < N; ++i) add(i, rows[i]);
     size = align_up(size, align);
-    sum_runs();
+    plan_runs();
     fields = table;
   }
   structure(const structure&) = delete;
@@ -208,7 +214,7 @@ struct structure : record_type {
  private:
   constexpr void add(std::size_t i, const record_field& row) {
     table[i] = row;
-    set_label(table[i]);
+    table[i].reply.set_label(row.key);
     table[i].offset = align_up(size, row.type.align);
     size = table[i].offset + row.type.size;
     if (row.type.align > align) align = row.type.align;
@@ -218,31 +224,21 @@ struct structure : record_type {
                     : wire_size + row.type.wire_size;
   }
 
-  constexpr void sum_runs() {
-    std::uint32_t wire = 0;
-    std::uint32_t text = 0;
-    bool plain = true;
+  constexpr void plan_runs() {
+    reply_plan next{};  // of the field after this one, or of the record's end
+    next.run_end = static_cast<std::uint16_t>(N);
+    next.run_room = reply_room::label;
     for (std::size_t i = N; i-- > 0;) {
-      const std::uint32_t room = plain_text_room(table[i].type);
-      wire = table[i].type.wire_size == variable_size ? 0 : wire + table[i].type.wire_size;
-      text = room == 0 ? 0 : text + label_room + room;
-      plain = plain && room != 0;
-      table[i].run_wire = wire;
-      table[i].run_text = text;
+      const wire_type& type = table[i].type;
+      reply_plan& plan = table[i].reply;
+      const bool fixed = type.wire_size != variable_size;
+      if (fixed && type.reply_room == 0) bad_table("a type of fixed size needs its room");
+      plan.run_end = fixed ? next.run_end : static_cast<std::uint16_t>(i);
+      plan.run_wire = fixed ? next.run_wire + type.wire_size : type.opening;
+      plan.run_room = reply_room::label + (fixed ? type.reply_room + next.run_room : 0);
+      next = plan;
     }
-    text_room = plain ? text + 2 : 0;
-  }
-
- public:
-  static constexpr void set_label(record_field& row) {
-    std::uint32_t n = 0;
-    row.label[n++] = ',';
-    row.label[n++] = '"';
-    for (const char* c = row.key; *c != '\0'; ++c) row.label[n++] = *c;
-    row.label[n++] = '"';
-    row.label[n++] = ':';
-    row.label[n] = '\0';  // lies outside, and so does not compile, where the label has no room
-    row.label_size = n;
+    reply_room = wire_size == variable_size ? 0 : next.run_room;
   }
 };
 template <std::size_t N>
@@ -268,14 +264,14 @@ struct choice : record_type {
       table[i].type = rows[i].type;
       table[i].value = rows[i].value;
       table[i].offset = 4;
-      structure<N>::set_label(table[i]);
+      table[i].reply.set_label(rows[i].key);
       if (4 + rows[i].type.size > size) size = 4 + rows[i].type.size;
     }
     size = align_up(size, 4);
     fields = table;
     discriminant_field.key = key;
     discriminant_field.type = wire::int_;
-    structure<N>::set_label(discriminant_field);
+    discriminant_field.reply.set_label(key);
     selector = &discriminant_field;
   }
   choice(const choice&) = delete;

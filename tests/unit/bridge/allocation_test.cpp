@@ -37,28 +37,6 @@ TEST(failing_allocation, in_an_encode_fails_it_and_leaks_nothing) {
   }
 }
 
-TEST(failing_allocation, in_a_read_from_the_wire_fails_it_and_leaks_nothing) {
-  testing::internal::CaptureStderr();
-  std::int64_t failures = 0;
-  for (const test_shape& shape : test_shapes) {
-    bytes wire;
-    test_value origin(shape.type);
-    ASSERT_TRUE(origin.encode(shape.sample) && origin.put(&wire));
-    failures += fail_each_allocation([&](std::int64_t number) {
-      failing_heap heap(number);
-      {
-        test_value value(shape.type);
-        const bool_t done = value.get(wire);
-        EXPECT_EQ(done, heap.failed() ? FALSE : TRUE) << shape.name << number;
-      }
-      EXPECT_EQ(heap.live_blocks(), 0) << shape.name << number;
-      return heap.failed();
-    });
-  }
-  EXPECT_GT(failures, 50);
-  EXPECT_TRUE(only_stated_messages(testing::internal::GetCapturedStderr()));
-}
-
 TEST(failing_allocation, in_a_write_to_the_wire_fails_it) {
   for (const test_shape& shape : test_shapes) {
     test_value value(shape.type);
@@ -74,32 +52,7 @@ TEST(failing_allocation, in_a_write_to_the_wire_fails_it) {
   }
 }
 
-template <class Decode>
-void fail_each_in_decode(Decode decode) {
-  std::int64_t failures = 0;
-  for (const test_shape& shape : test_shapes) {
-    test_value value(shape.type);
-    ASSERT_EQ(value.encode(shape.sample), 1);
-    failures += fail_each_allocation([&](std::int64_t number) {
-      failing_heap heap(number);
-      const std::string result = decode(value);
-      EXPECT_EQ(result, heap.failed() ? test_value::failure : shape.sample) << number;
-      EXPECT_EQ(heap.live_blocks(), 0) << shape.name << number;
-      return heap.failed();
-    });
-  }
-  EXPECT_GT(failures, 20);
-}
-
-TEST(failing_allocation, in_a_decode_to_text_fails_it_and_leaks_nothing) {
-  fail_each_in_decode([](test_value& value) { return value.text(); });
-}
-
-TEST(failing_allocation, in_a_decode_to_a_tree_fails_it_and_leaks_nothing) {
-  fail_each_in_decode([](test_value& value) { return value.tree_text(); });
-}
-
-TEST(failing_allocation, in_a_result_that_is_streamed_fails_it_and_leaks_nothing) {
+TEST(failing_allocation, in_a_result_fails_it_and_leaks_nothing) {
   for (const inline_mode mode : {inline_mode::always, inline_mode::never}) {
     std::int64_t failures = 0;
     for (const test_shape& shape : test_shapes) {
@@ -112,9 +65,9 @@ TEST(failing_allocation, in_a_result_that_is_streamed_fails_it_and_leaks_nothing
       testing::internal::CaptureStderr();
       failures += fail_each_allocation([&](std::int64_t number) {
         failing_heap heap(number);
-        const std::string text = streamed_text(shape.type, wire, mode);
+        const std::string text = reply_text(shape.type, wire, mode);
         if (heap.failed()) {
-          EXPECT_TRUE(text.empty() || text == test_value::failure) << shape.name << number;
+          EXPECT_TRUE(text.empty() || text == no_text) << shape.name << number;
         } else {
           EXPECT_EQ(text, shape.sample);
         }

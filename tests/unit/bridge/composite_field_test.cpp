@@ -1,13 +1,14 @@
 // Vectors, arrays, references and pointers over a converter of one element.
 #include <gtest/gtest.h>
 
+#include "bridge/decode.h"
 #include "bridge/support/conversion.h"
 
 namespace kvrpc::test {
 namespace {
 
 constexpr json_encoder encode_long = json_encode_long;
-constexpr json_decoder<text_sink> decode_long = json_decode_long<text_sink>;
+constexpr json_decoder decode_long = json_decode_long;
 
 struct long_array {
   alignas(8) char place[4 + sizeof(char*)] = {};
@@ -49,11 +50,9 @@ TEST(vector_converter, a_character_element_makes_it_a_text) {
     EXPECT_EQ(json_encode_vector(array.node(), 0, field, 2, 1, elem), 0);
   }
   const char field[] = "abc";
-  for (json_decoder<text_sink> elem : {json_decoder<text_sink>{json_decode_char<text_sink>},
-                                       json_decoder<text_sink>{json_decode_u_char<text_sink>}}) {
+  for (json_decoder elem : {json_decode_char, json_decode_u_char}) {
     text_buffer buffer;
-    text_sink sink(buffer);
-    EXPECT_EQ(json_decode_vector(sink, 0, field, 2, 1, elem, field + 4), 1);
+    EXPECT_EQ(json_decode_vector(buffer, 0, field, 2, 1, elem, field + 4), 1);
     EXPECT_EQ(std::string(buffer.data(), buffer.size()), "\"abc\"");
   }
 }
@@ -61,9 +60,8 @@ TEST(vector_converter, a_character_element_makes_it_a_text) {
 TEST(vector_converter, comes_back_as_an_array) {
   const std::int32_t values[] = {1, -2, 3};
   text_buffer buffer;
-  text_sink sink(buffer);
   const char* base = reinterpret_cast<const char*>(values);
-  EXPECT_EQ(json_decode_vector(sink, 0, base, 3, 4, decode_long, base + 12), 1);
+  EXPECT_EQ(json_decode_vector(buffer, 0, base, 3, 4, decode_long, base + 12), 1);
   EXPECT_EQ(std::string(buffer.data(), buffer.size()), "[1, -2, 3]");
 }
 
@@ -72,8 +70,7 @@ TEST(array_converter, takes_its_count_from_the_children) {
   EXPECT_EQ(array.encode("[5,6,7]", UINT32_MAX), 1);
   EXPECT_EQ(load_block_count(array.place), 3u);
   text_buffer buffer;
-  text_sink sink(buffer);
-  EXPECT_EQ(json_decode_array(sink, 0, array.place, 4, decode_long), 1);
+  EXPECT_EQ(json_decode_array(buffer, 0, array.place, 4, decode_long), 1);
   EXPECT_EQ(std::string(buffer.data(), buffer.size()), "[5, 6, 7]");
 }
 
@@ -108,15 +105,15 @@ TEST(array_converter, warns_of_character_elements_and_refuses_them) {
 
 TEST(array_converter, warns_of_character_elements_on_the_way_back) {
   alignas(8) char block[4 + sizeof(char*)] = {};
-  const json_decoder<tree_sink> elem = json_decode_u_char<tree_sink>;
-  tree_sink empty;
+  const json_decoder elem = json_decode_u_char;
+  text_buffer empty;
   testing::internal::CaptureStderr();
   EXPECT_EQ(json_decode_array(empty, 0, block, 1, elem), 1);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "jsonxdr warning: char array\n");
 
   char letter[] = "a";
   store_block(block, 1, letter);
-  tree_sink one;
+  text_buffer one;
   testing::internal::CaptureStderr();
   EXPECT_EQ(json_decode_array(one, 0, block, 1, elem), 0);
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
@@ -137,11 +134,10 @@ TEST(pointer_converter, makes_a_target) {
   ASSERT_NE(field, nullptr);
   EXPECT_EQ(load<std::int32_t>(field), -7);
   text_buffer buffer;
-  text_sink sink(buffer);
-  EXPECT_EQ(json_decode_pointer(sink, 0, &field, decode_long), 1);
+  EXPECT_EQ(json_decode_pointer(buffer, 0, &field, decode_long), 1);
   std::free(field);
   field = nullptr;
-  EXPECT_EQ(json_decode_pointer(sink, 0, &field, decode_long), 1);
+  EXPECT_EQ(json_decode_pointer(buffer, 0, &field, decode_long), 1);
   EXPECT_EQ(std::string(buffer.data(), buffer.size()), "-7null");
 }
 
@@ -156,8 +152,7 @@ TEST(reference_converter, gives_its_targets_form) {
   std::int32_t target = 12;
   char* field = reinterpret_cast<char*>(&target);
   text_buffer buffer;
-  text_sink sink(buffer);
-  EXPECT_EQ(json_decode_reference(sink, 0, &field, decode_long), 1);
+  EXPECT_EQ(json_decode_reference(buffer, 0, &field, decode_long), 1);
   EXPECT_EQ(std::string(buffer.data(), buffer.size()), "12");
 }
 

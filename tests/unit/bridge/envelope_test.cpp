@@ -12,8 +12,7 @@ std::string rpc_err_of(const rpc_err& failure) {
   fake_client client;
   client.failure = failure;
   text_buffer buffer;
-  text_sink sink(buffer);
-  EXPECT_NE(add_rpc_err(client.handle(), sink), 0);
+  EXPECT_NE(add_rpc_err(client.handle(), buffer), 0);
   return std::string(buffer.data(), buffer.size());
 }
 

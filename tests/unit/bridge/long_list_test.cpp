@@ -73,17 +73,7 @@ class list_set {
     delete_trees();
     for (std::size_t i = 0; i < wires_.size(); ++i) ASSERT_TRUE(values_[i]->put(&wires_[i]));
     for (auto& value : values_) value->release();
-    for (std::size_t i = 0; i < wires_.size(); ++i) ASSERT_TRUE(values_[i]->get(wires_[i]));
-    for (auto& value : values_) ASSERT_EQ(value->text(), text_);
-    for (const bytes& wire : wires_) ASSERT_EQ(streamed_text(values_[0]->type(), wire), text_);
-    for (std::size_t i = 0; i < trees_.size(); ++i) trees_[i] = values_[i]->tree();
-    for (json_node* tree : trees_) {
-      char* printed = json_print(tree);
-      ASSERT_STREQ(printed, text_.c_str());
-      std::free(printed);
-    }
-    delete_trees();
-    for (auto& value : values_) value->release();
+    for (const bytes& wire : wires_) ASSERT_EQ(reply_text(values_[0]->type(), wire), text_);
   }
 
  private:
@@ -151,7 +141,7 @@ TEST(long_list, with_members_on_both_sides_of_its_next_fills_every_node) {
     test_value value(wire::inline_(shapes::next_middle));
     ASSERT_EQ(value.encode(list_text(form, form.many)), 1);
     const list_form back = {"", nullptr, most, R"({"id":2,"next":)", R"(,"name":"n"})"};
-    EXPECT_EQ(value.text(), list_text(back, most));
+    EXPECT_EQ(value.reply(), list_text(back, most));
   });
 }
 

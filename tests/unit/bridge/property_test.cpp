@@ -30,8 +30,7 @@ void expect_round_trip(const wire_type& type, const random_value& sample) {
     ASSERT_TRUE(value.put(&wire)) << sample.json;
     ASSERT_EQ(wire, sample.wire) << sample.json;
     ASSERT_EQ(value.text(), sample.json);
-    ASSERT_EQ(value.tree_text(), sample.json);
-    ASSERT_EQ(streamed_text(type, sample.wire, mode), sample.json);
+    ASSERT_EQ(reply_text(type, sample.wire, mode), sample.json);
   }
   ASSERT_EQ(heap.live_blocks(), 0) << sample.json;
 }
@@ -66,8 +65,9 @@ TEST(every_procedure, gives_the_values_of_its_records_back_by_every_road) {
   }
 }
 
-// Bytes that are no record's own, such as texts with control characters or no NUL: what a record
-// makes of them is stable, and the sinks and ways of reading agree.
+// Bytes that no record writes, such as texts with control characters or without a NUL: the reader
+// and the reference give the same text, however the stream is read, and the record's own bytes are
+// stable.
 TEST(every_table, reads_random_bytes_alike_by_every_road) {
   random_source random(3);
   int read = 0;
@@ -86,7 +86,7 @@ TEST(every_table, reads_random_bytes_alike_by_every_road) {
       const bool_t done = in_place.get(wire, inline_mode::always);
       ASSERT_EQ(by_unit.get(wire, inline_mode::never), done) << seed;
       for (inline_mode mode : modes) {
-        ASSERT_EQ(streamed_text(type, wire, mode), done ? in_place.text() : "") << seed;
+        ASSERT_EQ(reply_text(type, wire, mode), done ? in_place.text() : "") << seed;
       }
       if (!done) continue;
       ++read;
@@ -96,8 +96,6 @@ TEST(every_table, reads_random_bytes_alike_by_every_road) {
       ASSERT_TRUE(by_unit.put(&twice));
       ASSERT_EQ(once, twice) << seed;
       ASSERT_EQ(in_place.text(), by_unit.text()) << seed;
-      ASSERT_EQ(in_place.text(), in_place.tree_text()) << seed;
-      ASSERT_EQ(in_place.text(1), in_place.tree_text(1)) << seed;
     }
   }
   EXPECT_GT(read, 3000);

@@ -20,7 +20,7 @@ bytes wire_of(const wire_type& type, const char* text) {
 std::string text_of_wire(const wire_type& type, const bytes& wire) {
   test_value value(type);
   EXPECT_TRUE(value.get(wire));
-  EXPECT_EQ(value.text(), value.tree_text());
+  EXPECT_EQ(value.text(), reply_text(type, wire));
   return value.text();
 }
 
@@ -68,8 +68,10 @@ TEST(record_wire, counted_texts_carry_their_nul) {
 TEST(record_wire, a_counted_text_is_bounded_in_both_directions) {
   test_value value(wire::text_of(4));
   EXPECT_TRUE(value.get(of("\0\0\0\4abcd", 8)));
+  EXPECT_EQ(value.text(), value.reply());
   test_value longer(wire::text_of(4));
   EXPECT_FALSE(longer.get(of("\0\0\0\5abcde\0\0\0", 12)));
+  EXPECT_EQ(reply_text(wire::text_of(4), of("\0\0\0\5abcde\0\0\0", 12)), "");
   EXPECT_EQ(wire_of(wire::text_of(4), "\"abcdef\""), of("\0\0\0\4abcd", 8));
 }
 

@@ -1,6 +1,7 @@
 // Texts and bytes between a node and a field.
 #include <gtest/gtest.h>
 
+#include "bridge/decode.h"
 #include "bridge/support/conversion.h"
 
 namespace kvrpc::test {
@@ -66,9 +67,8 @@ TEST(fixed_text, the_servers_bytes_come_back_as_utf8) {
   test_value value(wire::chars(8));
   std::strcpy(value.data(), "\xA4'\xFF\"");
   EXPECT_EQ(value.text(), "\"\u20ac'\u00ff\\\"\"");
-  EXPECT_EQ(value.tree_text(), value.text());
+  EXPECT_EQ(value.reply(), value.text());
   EXPECT_EQ(value.text(1), "\"\xA4'\xFF\\\"\"");
-  EXPECT_EQ(value.tree_text(1), value.text(1));
 }
 
 TEST(fixed_text, in_a_record_passes_raw_as_well) {
@@ -76,8 +76,8 @@ TEST(fixed_text, in_a_record_passes_raw_as_well) {
   test_value value(wire::inline_(record));
   std::strcpy(value.data() + 4, "\xA4'");
   EXPECT_EQ(value.text(), "{\"n\":0,\"name\":\"\u20ac'\"}");
+  EXPECT_EQ(value.reply(), value.text());
   EXPECT_EQ(value.text(1), "{\"n\":0,\"name\":\"\xA4'\"}");
-  EXPECT_EQ(value.tree_text(1), value.text(1));
 }
 
 TEST(raw_text, passes_through_every_kind_of_text_as_it_is) {
@@ -88,7 +88,6 @@ TEST(raw_text, passes_through_every_kind_of_text_as_it_is) {
     test_value value(type);
     EXPECT_EQ(value.encode(text.node(), 1), 1);
     EXPECT_EQ(value.text(1), apostrophe_and_umlaut);
-    EXPECT_EQ(value.tree_text(1), apostrophe_and_umlaut);
     EXPECT_EQ(value.text(), "\"'\u00c3\u20ac\"");  // C3 A4, each a character of its own
   }
 }
@@ -123,16 +122,14 @@ TEST(raw_text, is_passed_on_to_the_members_of_records) {
 
 TEST(fixed_text_decoders, end_at_the_nul_or_at_the_given_end) {
   const char field[] = "ab\xA4\0c";
-  for (auto decode : {json_decode_fixed_text<text_sink>, json_decode_char_vector<text_sink>,
-                      json_decode_counted_text<text_sink>}) {
-    text_buffer buffer;
-    text_sink sink(buffer);
-    EXPECT_EQ(decode(sink, 0, field, field + 5), 1);
-    EXPECT_EQ(decode(sink, 0, field, field + 2), 1);
-    EXPECT_EQ(decode(sink, 1, field, field + 3), 1);
-    EXPECT_EQ(decode(sink, 0, field, field), 1);
-    EXPECT_EQ(std::string(buffer.data(), buffer.size()), "\"ab\u20ac\"\"ab\"\"ab\xA4\"\"\"");
-    EXPECT_EQ(decode(sink, 0, nullptr, nullptr), 0);
+  for (auto decode : {json_decode_fixed_text, json_decode_char_vector, json_decode_counted_text}) {
+    text_buffer out(exact_memory);
+    EXPECT_EQ(decode(out, 0, field, field + 5), 1);
+    EXPECT_EQ(decode(out, 0, field, field + 2), 1);
+    EXPECT_EQ(decode(out, 1, field, field + 3), 1);
+    EXPECT_EQ(decode(out, 0, field, field), 1);
+    EXPECT_EQ(std::string(out.data(), out.size()), "\"ab\u20ac\"\"ab\"\"ab\xA4\"\"\"");
+    EXPECT_EQ(decode(out, 0, nullptr, nullptr), 0);
   }
 }
 
@@ -174,7 +171,7 @@ TEST(counted_text, is_cut_by_its_cap_and_then_has_no_terminator) {
   EXPECT_EQ(load_block_count(value.data()), 4u);
   EXPECT_EQ(std::memcmp(load_block_pointer(value.data()), "abcd", 4), 0);
   EXPECT_EQ(value.text(), "\"abcd\"");
-  EXPECT_EQ(value.tree_text(), "\"abcd\"");
+  EXPECT_EQ(value.reply(), "\"abcd\"");
 }
 
 TEST(counted_text, is_read_to_its_nul_whatever_the_count) {
@@ -182,28 +179,31 @@ TEST(counted_text, is_read_to_its_nul_whatever_the_count) {
   test_value value(wire::text);
   ASSERT_TRUE(value.get(wire));
   EXPECT_EQ(value.text(), "\"ab\"");
+  EXPECT_EQ(reply_text(wire::text, wire), value.text());
   bytes unterminated = {0, 0, 0, 3, 'a', 'b', 'c', 'x'};
   test_value other(wire::text);
   ASSERT_TRUE(other.get(unterminated));
   EXPECT_EQ(other.text(), "\"abc\"");
+  EXPECT_EQ(reply_text(wire::text, unterminated), other.text());
 }
 
 TEST(texts_without_pointer, fail_the_decode) {
   for (const wire_type& type : {wire::text, wire::text_of(80), wire::string}) {
     test_value value(type);
-    EXPECT_EQ(value.text(), test_value::failure);
-    EXPECT_EQ(value.tree_text(), test_value::failure);
-    EXPECT_EQ(value.text(1), test_value::failure);
+    EXPECT_EQ(value.text(), no_text);
+    EXPECT_EQ(value.text(1), no_text);
   }
 }
 
 TEST(texts_without_pointer, an_empty_text_of_the_server_is_one) {
   test_value value(wire::text);
   ASSERT_TRUE(value.get(bytes{0, 0, 0, 0}));
-  EXPECT_EQ(value.text(), test_value::failure);
+  EXPECT_EQ(value.text(), no_text);
+  EXPECT_EQ(value.reply(), no_text);
   test_value string(wire::string);
   ASSERT_TRUE(string.get(bytes{0, 0, 0, 0}));
   EXPECT_EQ(string.text(), "\"\"");
+  EXPECT_EQ(string.reply(), "\"\"");
 }
 
 TEST(string_text, an_absent_one_is_sent_as_empty) {
@@ -244,7 +244,7 @@ TEST(blobs, come_back_as_they_went) {
   EXPECT_EQ(value.encode("\"AAECAw==\""), 1);
   EXPECT_EQ(load_block_count(value.data()), 4u);
   EXPECT_EQ(value.text(), "\"AAECAw==\"");
-  EXPECT_EQ(value.tree_text(), "\"AAECAw==\"");
+  EXPECT_EQ(value.reply(), "\"AAECAw==\"");
 }
 
 TEST(blobs, an_empty_one_is_an_empty_text) {
@@ -254,7 +254,7 @@ TEST(blobs, an_empty_one_is_an_empty_text) {
   EXPECT_EQ(load_block_count(value.data()), 0u);
   EXPECT_EQ(value.text(), "\"\"");
   ASSERT_TRUE(value.get(bytes{0, 0, 0, 0}));
-  EXPECT_EQ(value.tree_text(), "\"\"");
+  EXPECT_EQ(value.reply(), "\"\"");
 }
 
 }  // namespace

@@ -87,8 +87,9 @@ TEST(TextBuffer, KeepsTheTextAndFailsForGoodWithoutMemory) {
 // Memory with room in front of the text, in blocks of half as much again as is asked for.
 constexpr text_memory roomy_memory = {
     32,
-    [](char* block, std::size_t used, std::size_t size) {
-      EXPECT_LE(used, size);
+    [](char* block, std::size_t used, std::size_t least, std::size_t size) {
+      EXPECT_LT(used, least);
+      EXPECT_LE(least, size);
       size += size / 2;
       return text_block{static_cast<char*>(json_hooks().resize(block, size)), size};
     },

@@ -118,13 +118,23 @@ TEST(layout, gives_a_union_the_room_of_its_largest_arm) {
   EXPECT_EQ(either.fields[1].value, 7);
 }
 
-TEST(runs, count_the_wire_bytes_up_to_the_next_field_without_a_fixed_size) {
-  EXPECT_EQ(mixed.fields[0].run_wire, 4u + 20 + 8);
-  EXPECT_EQ(mixed.fields[1].run_wire, 20u + 8);
-  EXPECT_EQ(mixed.fields[2].run_wire, 8u);
-  EXPECT_EQ(mixed.fields[3].run_wire, 0u);
-  EXPECT_EQ(mixed.fields[4].run_wire, 4u + 4);
-  EXPECT_EQ(mixed.fields[5].run_wire, 4u);
+TEST(runs, count_the_wire_bytes_up_to_the_next_field_of_variable_size_and_its_first_unit) {
+  const std::uint32_t wire[] = {4 + 20 + 8 + 4, 20 + 8 + 4, 8 + 4, 4, 4 + 4, 4};
+  const std::uint16_t end[] = {3, 3, 3, 3, 6, 6};
+  for (std::size_t i = 0; i < 6; ++i) {
+    EXPECT_EQ(mixed.fields[i].reply.run_wire, wire[i]) << i;
+    EXPECT_EQ(mixed.fields[i].reply.run_end, end[i]) << i;
+  }
+}
+
+TEST(runs, have_the_room_of_their_values_and_labels) {
+  namespace room = reply_room;
+  EXPECT_EQ(mixed.fields[3].reply.run_room, room::label);
+  EXPECT_EQ(mixed.fields[2].reply.run_room, 2 * room::label + room::text(5));
+  EXPECT_EQ(mixed.fields[5].reply.run_room, 2 * room::label + room::number);
+  EXPECT_EQ(mixed.fields[4].reply.run_room, 3 * room::label + room::number + room::base64(2));
+  EXPECT_EQ(mixed.reply_room, 0u);
+  EXPECT_GT(odd.reply_room, 0u);
 }
 
 TEST(labels, are_the_key_as_json_writes_it) {
@@ -132,18 +142,20 @@ TEST(labels, are_the_key_as_json_writes_it) {
   for (const record_type* record : reachable_records()) {
     for (const record_field* field : fields_of(*record)) {
       const std::string expected = ",\"" + std::string(field->key) + "\":";
-      EXPECT_EQ(std::string(field->label, field->label_size), expected) << record->name;
+      EXPECT_EQ(std::string(field->reply.label, field->reply.label_size), expected) << record->name;
       EXPECT_EQ(expected.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789_,\":"),
                 std::string::npos)
           << expected;
       longest = std::max(longest, expected.size());
     }
     if (record->is_union) {
-      EXPECT_EQ(record->selector->label, ",\"" + std::string(record->discriminant) + "\":");
+      const reply_plan& reply = record->selector->reply;
+      EXPECT_EQ(std::string(reply.label, reply.label_size),
+                ",\"" + std::string(record->discriminant) + "\":");
     }
   }
   EXPECT_EQ(longest, 28u);
-  EXPECT_LE(longest, label_room);
+  EXPECT_LE(longest, reply_room::label);
 }
 
 std::uint32_t end_of(const record_field& field) { return field.offset + field.type.size; }

@@ -6,14 +6,14 @@
 #include <string>
 #include <vector>
 
-#include "bridge/decode.h"
 #include "bridge/encode.h"
 #include "bridge/record_xdr.h"
-#include "bridge/result_stream.h"
+#include "bridge/reference/read_value.h"
+#include "bridge/reference/value_tree.h"
+#include "bridge/result_reader.h"
 #include "bridge/support/test_streams.h"
-#include "bridge/text_sink.h"
-#include "bridge/tree_sink.h"
 #include "json/json.h"
+#include "support/exact_memory.h"
 
 namespace kvrpc::test {
 
@@ -31,7 +31,21 @@ class json_value {
   json_node* root_;
 };
 
-// A zeroed value of `type` with a zero byte behind it, released at the end.
+constexpr const char* no_text = "(does not convert)";
+
+// Returns the JSON text of a result from its XDR bytes as a reply has it: no_text if it has none,
+// and an empty text if it cannot be read.
+inline std::string reply_text(const wire_type& type, const bytes& wire,
+                              inline_mode mode = inline_mode::always) {
+  source_stream stream(wire, mode);
+  text_buffer text(exact_memory);
+  if (!text.append("head", 4)) return no_text;
+  result_text result{type, text, 4};
+  if (!xdr_result(&stream.xdrs, &result)) return "";
+  return result.written ? std::string(text.data() + 4, text.size() - 4) : no_text;
+}
+
+// A zeroed value of `type` with a zero byte after it, released at the end.
 class test_value {
  public:
   explicit test_value(const wire_type& type) : type_(type), block_(type.size + 1) {}
@@ -51,56 +65,35 @@ class test_value {
     return value.node() != nullptr && encode(value.node());
   }
 
-  // The XDR bytes.
+  // The XDR bytes: `get` reads them with the reference.
   bool_t put(bytes* wire) {
     sink_stream stream(wire);
     return xdr_value(&stream.xdrs, data(), type_);
   }
   bool_t get(const bytes& wire, inline_mode mode = inline_mode::always) {
     source_stream stream(wire, mode);
-    return xdr_value(&stream.xdrs, data(), type_);
+    return read_value(&stream.xdrs, data(), type_);
   }
 
-  // The JSON text, straight and by way of the tree; a failure gives a text that is no JSON. The
-  // tree is the caller's, and null after a failure.
+  // The JSON text by the reference, or no_text.
   std::string text(int raw_text = 0) {
-    text_buffer buffer;
-    text_sink sink(buffer);
-    if (!json_decode(sink, raw_text, data(), type_) || buffer.failed()) return failure;
-    return std::string(buffer.data(), buffer.size());
-  }
-  json_node* tree(int raw_text = 0) {
-    tree_sink sink;
-    return json_decode(sink, raw_text, data(), type_) ? sink.release() : nullptr;
-  }
-  std::string tree_text(int raw_text = 0) {
-    json_node* root = tree(raw_text);
-    char* printed = root != nullptr ? json_print(root) : nullptr;
+    json_node* const root = value_tree(data(), type_, raw_text);
+    char* const printed = root != nullptr ? json_print(root) : nullptr;
     json_delete(root);
-    if (printed == nullptr) return failure;
+    if (printed == nullptr) return no_text;
     std::string result = printed;
     std::free(printed);
     return result;
   }
-
-  static constexpr const char* failure = "(does not convert)";
+  // The JSON text that a reply has for this value's XDR bytes.
+  std::string reply(inline_mode mode = inline_mode::always) {
+    bytes wire;
+    return put(&wire) ? reply_text(type_, wire, mode) : no_text;
+  }
 
  private:
   wire_type type_;
   bytes block_;
 };
-
-// The JSON text of a result straight from its XDR bytes, as a reply has it; test_value::failure
-// when it has no text, and an empty one when it cannot be read.
-inline std::string streamed_text(const wire_type& type, const bytes& wire,
-                                 inline_mode mode = inline_mode::always) {
-  test_value value(type);
-  source_stream stream(wire, mode);
-  text_buffer text;
-  if (!text.append("head", 4)) return test_value::failure;
-  streamed_result result{{&type, value.data()}, text, 4};
-  if (!xdr_streamed(&stream.xdrs, &result)) return "";
-  return result.written ? std::string(text.data() + 4, text.size() - 4) : test_value::failure;
-}
 
 }  // namespace kvrpc::test

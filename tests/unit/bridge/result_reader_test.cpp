@@ -1,6 +1,6 @@
-// Results that go straight from the wire to text, where a list has the memory of one node: nothing
-// of one node may reach the next, and a text without a NUL runs on as in a record that is whole.
-#include "bridge/result_stream.h"
+// Results from the wire to text, beside the reference's: however the stream is read, wherever a
+// text has no NUL, and whatever memory is out.
+#include "bridge/result_reader.h"
 
 #include <gtest/gtest.h>
 
@@ -48,15 +48,15 @@ struct wire_bytes : bytes {
   }
 };
 
-// The text by each way of reading, which is that of the record as well.
+// The text by each way of reading, which is the reference's as well.
 std::string text_of(const wire_type& type, const bytes& wire) {
   test_value whole(type);
   EXPECT_TRUE(whole.get(wire));
-  for (const inline_mode mode : modes) EXPECT_EQ(streamed_text(type, wire, mode), whole.text());
+  for (const inline_mode mode : modes) EXPECT_EQ(reply_text(type, wire, mode), whole.text());
   return whole.text();
 }
 
-TEST(result_stream, runs_a_text_on_to_the_link_behind_it_and_starts_each_node_clean) {
+TEST(result_reader, runs_a_text_on_to_the_link_behind_it_and_starts_each_node_clean) {
   wire_bytes wire;
   wire.chars_of("abcd").units({0x44434241}).chars_of("xyz").units({1});
   wire.chars_of(std::string("q\0\0\0", 4)).units({7}).chars_of("uvw").units({0});
@@ -65,7 +65,7 @@ TEST(result_stream, runs_a_text_on_to_the_link_behind_it_and_starts_each_node_cl
             R"({"d":{"a":"q","n":7},"z":"uvw","next":null}})");
 }
 
-TEST(result_stream, runs_a_text_on_to_the_end_of_a_node_whose_link_stands_first) {
+TEST(result_reader, runs_a_text_on_to_the_end_of_a_node_whose_link_stands_first) {
   wire_bytes wire;
   wire.units({1, 1, 0});
   wire.chars_of("abcd").units({0x44434241}).chars_of("xyz");
@@ -76,7 +76,7 @@ TEST(result_stream, runs_a_text_on_to_the_end_of_a_node_whose_link_stands_first)
             R"("d":{"a":"efghA","n":65},"z":""},"d":{"a":"efghEFGH","n":1212630597},"z":""})");
 }
 
-TEST(result_stream, runs_a_text_on_to_the_pointer_behind_it_and_no_farther) {
+TEST(result_reader, runs_a_text_on_to_the_pointer_behind_it_and_no_farther) {
   wire_bytes wire;
   wire.chars_of("abcd").units({0});
   wire.chars_of("efgh").units({0, 0});
@@ -85,7 +85,7 @@ TEST(result_stream, runs_a_text_on_to_the_pointer_behind_it_and_no_farther) {
             R"({"a":"abcd","last":null,"m":"efgh","first":null,"inner":null,"z":"ijkl"})");
 }
 
-TEST(result_stream, gives_back_what_a_node_held_before_the_next) {
+TEST(result_reader, gives_back_what_a_node_held_before_the_next) {
   wire_bytes wire;
   wire.units({1, 0});
   for (const char* const text : {"one!", "two"}) {
@@ -106,13 +106,13 @@ TEST(result_stream, gives_back_what_a_node_held_before_the_next) {
                       R"(,"z":"zzzz"},"a":"two","list":)" + list + R"(,"z":"zzzz"})");
 }
 
-TEST(result_stream, takes_a_list_of_links_alone) {
+TEST(result_reader, takes_a_list_of_links_alone) {
   wire_bytes wire;
   wire.units({1, 1, 0});
   EXPECT_EQ(text_of(inline_(links), wire), R"({"next":{"next":{"next":null}}})");
 }
 
-TEST(result_stream, takes_an_array_of_any_count) {
+TEST(result_reader, takes_an_array_of_any_count) {
   for (std::uint32_t count = 0; count < 4; ++count) {
     wire_bytes wire;
     wire.units({count});
@@ -125,7 +125,7 @@ TEST(result_stream, takes_an_array_of_any_count) {
   }
 }
 
-TEST(result_stream, escapes_chars_at_each_place_of_a_text) {
+TEST(result_reader, escapes_chars_at_each_place_of_a_text) {
   static constexpr structure long_text{"long_text", {{"t", chars(40)}, {"n", long_}}};
   static constexpr structure text_at_end{"text_at_end", {{"n", long_}, {"t", chars(40)}}};
   for (std::uint32_t place = 0; place < 39; ++place) {
@@ -141,33 +141,33 @@ TEST(result_stream, escapes_chars_at_each_place_of_a_text) {
   }
 }
 
-TEST(result_stream, keeps_the_memory_of_one_node) {
+TEST(result_reader, keeps_the_memory_of_one_node) {
   constexpr std::uint32_t nodes = 10000;
   wire_bytes wire;
   for (std::uint32_t i = 0; i < nodes; ++i) {
     wire.chars_of("abcd").units({i}).chars_of("xyz").units({i + 1 < nodes ? 1u : 0u});
   }
   failing_heap heap(-1);
-  const std::string text = streamed_text(inline_(last), wire);
+  const std::string text = reply_text(inline_(last), wire);
   EXPECT_LT(heap.peak_bytes(), 4 * text.size());
   EXPECT_EQ(heap.live_blocks(), 0);
 }
 
-TEST(result_stream, reads_to_the_end_when_there_is_no_memory_for_the_text) {
+TEST(result_reader, reads_to_the_end_when_there_is_no_memory_for_the_text) {
   wire_bytes wire;
   wire.units({3});
   for (std::uint32_t i = 0; i < 3; ++i) wire.chars_of("wxyz").units({i});
   source_stream stream(wire, inline_mode::sometimes);
-  test_value value(array_of(leaf));
+  const wire_type type = array_of(leaf);
   text_buffer text;
-  streamed_result result{{&value.type(), value.data()}, text, 0};
-  failing_heap heap(0);  // that of the text
-  EXPECT_TRUE(xdr_streamed(&stream.xdrs, &result));
+  result_text result{type, text, 0};
+  failing_heap heap(0);
+  EXPECT_TRUE(xdr_result(&stream.xdrs, &result));
   EXPECT_FALSE(result.written);
   EXPECT_TRUE(stream.at_end());
 }
 
-TEST(result_stream, starts_anew_when_a_result_is_read_again) {
+TEST(result_reader, starts_anew_when_a_result_is_read_again) {
   wire_bytes wire;
   wire.chars_of("abcd").units({0});
   wire.chars_of("efgh").units({0, 1, 0}).chars_of("ijkl").units({1, 0});
@@ -177,13 +177,13 @@ TEST(result_stream, starts_anew_when_a_result_is_read_again) {
       R"("list":{"next":null,"a":"mnop","t":"t","b":""},"z":"qrst"},"z":"uvwx"})";
   failing_heap heap(-1);
   {
-    test_value value(inline_(top));
+    const wire_type type = inline_(top);
     text_buffer text;
     text.append("head", 4);
-    streamed_result result{{&value.type(), value.data()}, text, 4};
+    result_text result{type, text, 4};
     for (int i = 0; i < 2; ++i) {
       source_stream stream(wire, inline_mode::never);
-      EXPECT_TRUE(xdr_streamed(&stream.xdrs, &result));
+      EXPECT_TRUE(xdr_result(&stream.xdrs, &result));
       EXPECT_TRUE(result.written);
       EXPECT_EQ(std::string(text.data(), text.size()), "head" + expected);
     }

@@ -1,8 +1,9 @@
-#include "bridge/text_end.h"
+// Finds the first pointer after a text, by the offsets of the tables.
+#include "bridge/reference/text_end.h"
 
 #include "bridge/field_memory.h"
 
-namespace kvrpc {
+namespace kvrpc::test {
 
 namespace {
 
@@ -14,7 +15,7 @@ std::uint64_t first_pointer_in_field(const char* base, const record_field& field
   return field.offset + first_pointer(base + field.offset, field.type, inner);
 }
 
-// In a union only the arm that the discriminant selects is there.
+// A union has only the arm that its discriminant selects.
 std::uint64_t first_pointer_in_record(const char* base, const record_type& record,
                                       std::uint64_t from) {
   for (std::uint32_t i = 0; i < record.field_count; ++i) {
@@ -36,12 +37,12 @@ std::uint64_t first_pointer_in_row(const char* base, const wire_type& item, std:
     const std::uint64_t inner = from > start ? from - start : 0;
     const std::uint64_t place = first_pointer(base + start, item, inner);
     if (place < item.size) return start + place;
-    if (item.wire_size != variable_size) break;  // holds no pointer, nor do its like
+    if (item.wire_size != variable_size) break;  // no item holds a pointer
   }
   return count * item.size;
 }
 
-// The offset of the first pointer at or behind `from` in a value, or the value's size.
+// Returns the offset of the first pointer at or after `from` in a value, or the value's size.
 std::uint64_t first_pointer(const char* base, const wire_type& type, std::uint64_t from) {
   switch (type.kind) {
     case wire_kind::string:
@@ -57,9 +58,20 @@ std::uint64_t first_pointer(const char* base, const wire_type& type, std::uint64
       return first_pointer_in_row(base, *type.item, type.count, from);
     case wire_kind::record:
       return first_pointer_in_record(base, *type.target, from);
-    default:
+    case wire_kind::nothing:
+    case wire_kind::long_:
+    case wire_kind::int_:
+    case wire_kind::u_long_:
+    case wire_kind::short_:
+    case wire_kind::bool_:
+    case wire_kind::chars:
+    case wire_kind::schars:
+    case wire_kind::fixed_text:
+    case wire_kind::opaque:
+    case wire_kind::unspecified:
       return type.size;
   }
+  return type.size;
 }
 
 }  // namespace
@@ -69,4 +81,4 @@ const char* text_end(const record_block& block, const char* text) {
   return block.base + first_pointer(block.base, *block.type, from);
 }
 
-}  // namespace kvrpc
+}  // namespace kvrpc::test

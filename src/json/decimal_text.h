@@ -1,0 +1,76 @@
+// Decimal digits of 32-bit numbers, several at a time: two from a table, eight in one word.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+
+#include "json/words.h"
+
+namespace kvrpc {
+
+// The texts of 0 to 99.
+struct short_number {
+  char digits[2];
+  std::uint8_t size;
+};
+struct short_numbers {
+  short_number of[100];
+};
+constexpr short_numbers make_short_numbers() {
+  short_numbers table{};
+  for (int n = 0; n < 100; ++n) {
+    const char tens = static_cast<char>('0' + n / 10);
+    const char ones = static_cast<char>('0' + n % 10);
+    table.of[n] = n < 10 ? short_number{{ones, '\0'}, 1} : short_number{{tens, ones}, 2};
+  }
+  return table;
+}
+inline constexpr short_numbers short_number_table = make_short_numbers();
+
+// Writes a number below 100. Returns the position after it.
+inline char* write_short_number(char* place, std::uint32_t value) {
+  const short_number& number = short_number_table.of[value];
+  std::memcpy(place, number.digits, sizeof number.digits);
+  return place + number.size;
+}
+
+// Returns the eight digits of a number below 10^8, one a byte, the first in the lowest byte. Each
+// step halves the groups: two of four digits, four of two, eight of one. The factors divide: for
+// example, 10486 / 2^20 is 1/100 for every number below 10,000.
+inline std::uint64_t eight_digits(std::uint32_t value) {
+  const std::uint64_t fours = value / 10000 | std::uint64_t{value % 10000} << 32;
+  const std::uint64_t hundreds = (fours * 10486 >> 20) & 0x0000007F0000007Full;
+  const std::uint64_t twos = hundreds | (fours - hundreds * 100) << 16;
+  const std::uint64_t tens = (twos * 103 >> 10) & 0x000F000F000F000Full;
+  return tens | (twos - tens * 10) << 8;
+}
+
+// Writes the digits of a number. Returns the position after them.
+inline char* write_decimal(char* place, std::uint32_t value) {
+  constexpr std::uint64_t zeros = 0x3030303030303030ull;
+  constexpr std::uint32_t eight = 100000000;
+  if (value < 100) return write_short_number(place, value);
+  std::uint64_t digits;
+  int leading = 0;
+  if (value < eight) {
+    digits = eight_digits(value);
+    leading = __builtin_ctzll(digits) & ~7;
+  } else {
+    place = write_short_number(place, value / eight);
+    digits = eight_digits(value % eight);
+  }
+  store_word(place, (digits | zeros) >> leading);
+  return place + 8 - leading / 8;
+}
+
+inline char* write_decimal(char* place, std::int32_t value) {
+  const auto bits = static_cast<std::uint32_t>(value);
+  if (value >= 0) return write_decimal(place, bits);
+  *place = '-';
+  return write_decimal(place + 1, 0 - bits);
+}
+
+// The most bytes that write_decimal touches: a sign, two digits and a word of eight.
+constexpr std::uint32_t decimal_room = 1 + 2 + sizeof(std::uint64_t);
+
+}  // namespace kvrpc
