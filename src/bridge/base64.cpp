@@ -1,3 +1,5 @@
+// Base64 in both directions, a group of 24 bits at a time on the way out and a character at a time
+// on the way in, where anything may be between the characters.
 #include "bridge/base64.h"
 
 #include <cstdio>
@@ -23,13 +25,14 @@ constexpr value_table make_values() {
 }
 constexpr value_table values = make_values();
 
-// Four characters for the up to 24 bits of a group.
+// Writes the four characters of a group of 24 bits.
 char* put_group(char* out, std::uint32_t bits) {
   for (int shift = 18; shift >= 0; shift -= 6) *out++ = alphabet[bits >> shift & 0x3F];
   return out;
 }
 
-// Collects the bytes of a text that is read character by character.
+// Collects the bytes of a text that is read character by character. A quantum is four characters;
+// `position_` counts those of the current one.
 class quantum_reader {
  public:
   explicit quantum_reader(std::uint8_t* out) : out_(out) {}
@@ -53,7 +56,8 @@ class quantum_reader {
     position_ = (position_ + 1) % 4;
   }
 
-  // A `=` with the byte that stands behind it.
+  // Reads a `=`, which `following` follows. Returns false if it cannot be here: it must be the
+  // third character of a quantum, with another `=` after it, or the fourth.
   bool pad(char following) {
     if (position_ < 2 || (position_ == 2 && following != '=')) return false;
     position_ = (position_ + 1) % 4;
@@ -61,7 +65,7 @@ class quantum_reader {
   }
 
  private:
-  // The upper bits end one byte, the lower ones begin the next.
+  // Ends a byte with the upper bits and begins the next with the lower ones.
   void split(std::uint8_t value, int right, int left) {
     *out_++ |= static_cast<std::uint8_t>(value >> right);
     *out_ = static_cast<std::uint8_t>(value << left);
@@ -88,7 +92,7 @@ char* base64_encode_to(char* out, const void* bytes, std::size_t size) {
 
 char* base64_encode(const void* bytes, std::size_t size, std::size_t* reserved_out) {
   if (size > SIZE_MAX / 2) return nullptr;
-  // As much as a text broken after each 60 characters would take.
+  // Compatibility: reserves what a text with a line break after each 60 characters would take.
   const std::size_t length = base64_text_size(size);
   const std::size_t reserved = length + length / 60 * 2 + 2;
   char* text = static_cast<char*>(std::malloc(reserved + 1));

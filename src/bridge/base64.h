@@ -1,8 +1,10 @@
-// Base64 for opaque data: the standard alphabet, `=` as padding, no line breaks written.
+// Base64 for opaque data: the standard alphabet, `=` as padding, and no line breaks in what is
+// written.
 //
-// Reading is lenient: bytes outside the alphabet are skipped, padding at the end may be missing,
-// and padded texts may follow one another. Only a `=` where none can stand fails, with a line on
-// standard error. What is returned comes from malloc and belongs to the caller.
+// Reading is lenient: bytes outside the alphabet are skipped, the padding at the end may be
+// missing, and padded texts may follow one another. For example, "TQ==TQ" gives two bytes. Only a
+// misplaced `=` fails, with a line on standard error. What is returned comes from malloc and
+// belongs to the caller.
 #pragma once
 
 #include <cstddef>
@@ -10,7 +12,7 @@
 
 namespace kvrpc {
 
-// The length of the text for `size` bytes, without a NUL.
+// Returns the length of the text for `size` bytes, without a NUL.
 constexpr std::size_t base64_text_size(std::size_t size) {
   return size / 3 * 4 + (size % 3 != 0 ? 4 : 0);
 }
@@ -18,12 +20,13 @@ constexpr std::size_t base64_text_size(std::size_t size) {
 // Writes the text for `size` bytes to `out`, without a NUL, and returns its end.
 char* base64_encode_to(char* out, const void* bytes, std::size_t size);
 
-// The text with its NUL, or null when memory is out. `reserved_out` (may be null) receives the
-// size that was reserved, which is more than the text's length.
+// Returns the text with its NUL, or null if memory is out. `reserved_out` may be null; it receives
+// the size that was reserved, which is more than the text's length.
 char* base64_encode(const void* bytes, std::size_t size, std::size_t* reserved_out);
 
-// The bytes, their number in `length_out`; null when memory is out or the padding is wrong. Reads
-// `size` bytes of text, and the one behind them (its NUL) when the last is a `=`.
+// Returns the bytes and stores their number in `length_out`, or returns null if memory is out or
+// the padding is wrong. Reads `size` bytes of text, and the one after them, its NUL, if the last is
+// a `=`.
 std::uint8_t* base64_decode(const char* text, std::size_t size, std::size_t* length_out);
 
 }  // namespace kvrpc

@@ -1,14 +1,16 @@
-// JSON to record: the converters that read a node and fill a field.
+// JSON to record: the encoders, each of which reads a node and fills a field.
 //
-// Each returns 1 on success and 0 on failure, with no message but the three fixed texts on standard
-// error. The type tests are exact and nothing is tested for its range: a store takes the low bits.
-// With `raw_text` 0 the text of a string node is UTF-8 and crosses to the record's ISO code, a "?"
-// standing for what that code lacks; otherwise its bytes pass as they stand.
+// Each returns 1 on success and 0 on failure. None writes a message, except three fixed texts on
+// standard error. A node must have exactly the type of its field, and no value is tested for its
+// range: a store takes the low bits. For example, 65537 stores 1 in a short.
 //
-// What a converter allocates belongs to the record, whether or not the record was filled to its
+// If `raw_text` is 0, the text of a string node is UTF-8 and is converted to the record's ISO code,
+// with a "?" for each character that the code lacks. Otherwise its bytes are copied as they are.
+//
+// What an encoder allocates belongs to the record, even if the record could not be filled to its
 // end, and is released with record_free. A field that is filled twice keeps the later value and
-// releases the earlier one; the converters of counted arrays and pointers leave the release to
-// json_encode, since they do not know what the earlier value holds.
+// releases the earlier one. The encoders of counted arrays and pointers do not know what an earlier
+// value owns: json_encode releases it before it calls them.
 #pragma once
 
 #include <cstdint>
@@ -21,9 +23,10 @@ namespace kvrpc {
 
 // ---- by table
 
-// Fills a field of the given type: the one place that knows which converter serves which type.
+// Fills a field of the given type. This is the one place that knows which encoder serves which
+// type.
 int json_encode(const json_node* node, int raw_text, void* field, const wire_type& type);
-// Fills a structure, a union, or the first node of a list with the nodes behind it.
+// Fills a structure, a union, or the first node of a list and all nodes after it.
 int json_encode_record(const json_node* node, int raw_text, void* base, const record_type& record);
 
 // ---- scalars
@@ -40,12 +43,12 @@ int json_encode_double(const json_node* node, int raw_text, void* field);   // d
 int json_encode_bool(const json_node* node, int raw_text, void* field);     // int32_t, 0 or 1
 int json_encode_enum(const json_node* node, int raw_text, void* field);     // int32_t
 
-// A single character is refused, with a line on standard error. json_encode_vector recognises the
-// two by their addresses and takes a text for the whole vector.
+// Both refuse, with a line on standard error: no field is a single character. They exist so that
+// json_encode_vector can recognise them by their addresses and take a text for the whole vector.
 int json_encode_char(const json_node* node, int raw_text, void* field);
 int json_encode_u_char(const json_node* node, int raw_text, void* field);
 
-// ---- texts and bytes; `block` is a 32-bit count and a pointer
+// ---- texts and bytes. `block` is a 32-bit count and a pointer.
 
 int json_encode_string(const json_node* node, int raw_text, void* field, std::uint32_t cap);
 int json_encode_counted_text(const json_node* node, int raw_text, void* block, std::uint32_t cap);
@@ -55,7 +58,7 @@ int json_encode_char_vector(const json_node* node, int raw_text, char* base, std
 int json_encode_bytes(const json_node* node, int raw_text, void* block);
 int json_encode_opaque(const json_node* node, int raw_text, char* buffer, std::uint32_t size);
 
-// ---- composites; `elem(node, raw_text, field)` is the converter of one element
+// ---- composites. `elem(node, raw_text, field)` is the encoder of one element.
 
 using json_encoder = int (*)(const json_node* node, int raw_text, void* field);
 
@@ -69,7 +72,8 @@ bool is_char_encoder(const Elem&) {
 
 void warn_of_char_array();
 
-// Exactly `count` elements of `size` bytes each; a text when `elem` is a char converter.
+// Fills `count` elements of `size` bytes each, from an array of exactly as many. If `elem` is a
+// char encoder, fills the whole vector from a text.
 template <class Elem>
 int json_encode_vector(const json_node* node, int raw_text, char* base, std::uint32_t count,
                        std::uint32_t size, Elem elem) {
@@ -82,7 +86,7 @@ int json_encode_vector(const json_node* node, int raw_text, char* base, std::uin
   return 1;
 }
 
-// A counted array. The elements converted so far stay with the record when a later one fails.
+// Fills a counted array. If an element fails, the ones before it stay with the record.
 template <class Elem>
 int json_encode_array(const json_node* node, int raw_text, void* block, std::uint32_t maximum,
                       std::uint32_t size, Elem elem) {
@@ -100,7 +104,7 @@ int json_encode_array(const json_node* node, int raw_text, void* block, std::uin
   return 1;
 }
 
-// A target of `size` bytes, allocated.
+// Allocates a target of `size` bytes and fills it.
 template <class Elem>
 int json_encode_reference(const json_node* node, int raw_text, void* field, std::uint32_t size,
                           Elem elem) {
@@ -110,7 +114,7 @@ int json_encode_reference(const json_node* node, int raw_text, void* field, std:
   return elem(node, raw_text, target);
 }
 
-// The same for an optional target: null leaves the field as it was.
+// The same for an optional target. A null node leaves the field as it was.
 template <class Elem>
 int json_encode_pointer(const json_node* node, int raw_text, void* field, std::uint32_t size,
                         Elem elem) {

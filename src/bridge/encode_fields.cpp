@@ -1,3 +1,5 @@
+// The encoders of single fields: numbers, texts and bytes. json_encode (encode_record.cpp) chooses
+// among them by a field's type.
 #include <cstdio>
 
 #include "bridge/base64.h"
@@ -15,34 +17,39 @@ int encode_integer(const json_node* node, void* field) {
   return 1;
 }
 
-// The text of a string node in the form the record holds it.
+// The text of a string node in the form that the record holds. A short one is converted to memory
+// of the object itself, because most texts are short and a block of the heap costs more than the
+// rest.
 class source_text {
  public:
   source_text(const json_node* node, int raw_text) {
     if (node->type != JSON_STRING || node->text == nullptr) return;
-    if (raw_text == 0) converted_ = json_text_in(node->text);
-    bytes_ = raw_text == 0 ? converted_ : node->text;
+    bytes_ = raw_text == 0 ? json_text_in(node->text) : node->text;
     if (bytes_ != nullptr) length_ = std::strlen(bytes_);
   }
-  ~source_text() { std::free(converted_); }
+  ~source_text() { std::free(block_); }
   source_text(const source_text&) = delete;
   source_text& operator=(const source_text&) = delete;
 
-  const char* bytes() const { return bytes_; }  // null for another type or when memory is out
+  // Null if the node has another type or memory is out.
+  const char* bytes() const { return bytes_; }
   std::size_t length() const { return length_; }
 
  private:
-  static char* json_text_in(const char* text) {
+  const char* json_text_in(const char* text) {
     char replacement[] = "?";
-    return utf8string_to_iso_alloc(text, replacement);
+    const std::size_t size = std::strlen(text) + 1;  // no character has more bytes in the ISO code
+    if (size <= sizeof short_) return utf8string_to_iso(text, short_, size, replacement);
+    return block_ = utf8string_to_iso_alloc(text, replacement);
   }
 
-  char* converted_ = nullptr;
+  char short_[256];
+  char* block_ = nullptr;
   const char* bytes_ = nullptr;
   std::size_t length_ = 0;
 };
 
-// The size of a text with its NUL, cut down to `cap`.
+// Returns the size of a text with its NUL, at most `cap`.
 std::uint32_t capped_size(const source_text& source, std::uint32_t cap) {
   const std::uint64_t size = std::uint64_t{source.length()} + 1;
   return size > cap ? cap : static_cast<std::uint32_t>(size);
@@ -143,7 +150,8 @@ int json_encode_fixed_text(const json_node* node, int raw_text, char* buffer, st
   return 1;
 }
 
-// A text too long for the field is dropped without a word and the field keeps what it had.
+// Compatibility: a text that is too long for the field is dropped, and the result is 1. The field
+// keeps what it had. Do not fix.
 int json_encode_char_vector(const json_node* node, int raw_text, char* base, std::uint32_t count) {
   const source_text source(node, raw_text);
   if (source.bytes() == nullptr) return 0;

@@ -1,3 +1,5 @@
+// JSON to record by table: which encoder serves which type, and how structures, lists and unions
+// are filled. A list is followed by a loop, so a list of any length takes the same stack.
 #include "bridge/encode.h"
 #include "bridge/record_xdr.h"
 #include "bridge/resume_stack.h"
@@ -8,11 +10,20 @@ namespace {
 
 constexpr std::uint32_t no_cap = UINT32_MAX;
 
-const record_field* find_member(const record_type& record, const char* key) {
-  for (std::uint32_t i = 0; i < record.field_count; ++i) {
-    if (std::strcmp(record.fields[i].key, key) == 0) return &record.fields[i];
-  }
-  return nullptr;
+// Returns the index of the first field from `begin` to `end` that has this key, or `end`.
+std::uint32_t find_key(const record_type& record, const char* key, std::uint32_t begin,
+                       std::uint32_t end) {
+  while (begin < end && std::strcmp(record.fields[begin].key, key) != 0) ++begin;
+  return begin;
+}
+
+// Returns the index of the field that has this key, or the number of fields if there is none.
+// Begins at the field `expected`, because most texts have their members in the order of the table.
+std::uint32_t find_member(const record_type& record, const char* key, std::uint32_t expected) {
+  const std::uint32_t found = find_key(record, key, expected, record.field_count);
+  if (found < record.field_count) return found;
+  const std::uint32_t earlier = find_key(record, key, 0, expected);
+  return earlier < expected ? earlier : record.field_count;
 }
 
 int encode_vector(const json_node* node, int raw_text, char* base, const wire_type& type) {
@@ -41,13 +52,14 @@ int encode_pointer(const json_node* node, int raw_text, void* field, const wire_
                              });
 }
 
-// Where to go on in a node of a list once the nodes behind it are done.
+// Where to go on in a node of a list once the nodes after it are done.
 struct list_place {
   const json_node* member;
   char* base;
 };
 
-// A fresh node behind `field`; what was there before is released.
+// Puts a fresh node in the link `field` and returns it, or null if memory is out. What the link led
+// to before is released.
 char* fresh_next(const record_type& record, char* field) {
   list_free(record, load<char*>(field));
   char* target = new_block(record.size);
@@ -55,37 +67,64 @@ char* fresh_next(const record_type& record, char* field) {
   return target;
 }
 
-// A structure, and by loop all the nodes that hang from it when it is a list node.
-int encode_structure(const json_node* node, int raw_text, char* base, const record_type& record) {
-  resume_stack<list_place> places;
-  const json_node* member = node->child;
-  for (;;) {
-    if (member == nullptr) {
-      if (places.empty()) return 1;
-      const list_place place = places.pop();
-      member = place.member;
-      base = place.base;
-      continue;
-    }
-    const record_field* field = find_member(record, member->key);
-    if (field == nullptr) return 0;
-    char* const place = base + field->offset;
-    const json_node* const behind = member->next;
-    if (field->type.kind != wire_kind::list_next) {
-      if (!json_encode(member, raw_text, place, field->type)) return 0;
-    } else if (member->type != JSON_NULL) {
-      if (member->type != JSON_OBJECT) return 0;
-      if (behind != nullptr && !places.push({behind, base})) return 0;
-      base = fresh_next(record, place);
-      if (base == nullptr) return 0;
-      member = member->child;
-      continue;
-    }
-    member = behind;
-  }
-}
+// Fills a structure, and if it is a list node, all the nodes that hang from it.
+class structure_encoder {
+ public:
+  structure_encoder(const record_type& record, int raw_text, const json_node* node, char* base)
+      : record_(record), raw_text_(raw_text), member_(node->child), base_(base) {}
 
-// A union that is filled again with another arm starts from a released and zeroed one.
+  int encode() {
+    while (member_ != nullptr || resume()) {
+      if (!encode_member()) return 0;
+    }
+    return 1;
+  }
+
+ private:
+  // Goes back to the node around the one that is done. Returns false if there is none.
+  bool resume() {
+    if (places_.empty()) return false;
+    const list_place place = places_.pop();
+    member_ = place.member;
+    base_ = place.base;
+    expected_ = static_cast<std::uint32_t>(record_.next_field) + 1;
+    return true;
+  }
+
+  // Encodes the current member and goes to the one after it.
+  int encode_member() {
+    const json_node& member = *member_;
+    const std::uint32_t index = find_member(record_, member.key, expected_);
+    if (index == record_.field_count) return 0;
+    const record_field& field = record_.fields[index];
+    char* const place = base_ + field.offset;
+    member_ = member.next;
+    expected_ = index + 1;
+    if (field.type.kind == wire_kind::list_next) return encode_next(member, place);
+    return json_encode(&member, raw_text_, place, field.type);
+  }
+
+  // Goes into the next node of the list, unless the member is null. Comes back later if there are
+  // members after it.
+  int encode_next(const json_node& member, char* field) {
+    if (member.type == JSON_NULL) return 1;
+    if (member.type != JSON_OBJECT) return 0;
+    if (member_ != nullptr && !places_.push({member_, base_})) return 0;
+    base_ = fresh_next(record_, field);
+    member_ = member.child;
+    expected_ = 0;
+    return base_ != nullptr ? 1 : 0;
+  }
+
+  const record_type& record_;
+  const int raw_text_;
+  const json_node* member_;  // the one to encode next
+  char* base_;
+  std::uint32_t expected_ = 0;
+  resume_stack<list_place> places_;
+};
+
+// A union that is filled again with another arm is released and zeroed first.
 void select_arm(char* base, const record_type& record, std::int32_t value) {
   const std::int32_t before = load<std::int32_t>(base);
   if (before == value) return;
@@ -158,7 +197,7 @@ int json_encode_record(const json_node* node, int raw_text, void* base, const re
   if (node->type != JSON_OBJECT) return 0;
   char* const bytes = static_cast<char*>(base);
   return record.is_union ? encode_union(node, raw_text, bytes, record)
-                         : encode_structure(node, raw_text, bytes, record);
+                         : structure_encoder(record, raw_text, node, bytes).encode();
 }
 
 }  // namespace kvrpc

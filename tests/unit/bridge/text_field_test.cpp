@@ -45,6 +45,27 @@ TEST(fixed_text, a_longer_text_is_dropped_without_a_word) {
   EXPECT_STREQ(field, "abc");
 }
 
+// A short text is converted on the stack and a long one in a block of its own.
+TEST(texts, of_every_length_are_converted_alike) {
+  for (std::size_t length = 0; length < 600; ++length) {
+    std::string iso(length, 'a');
+    std::string json = "\"";
+    for (std::size_t i = 0; i < length; ++i) {
+      if (i % 7 == 3) iso[i] = '\xE4';
+      json += i % 7 == 3 ? "\u00e4" : "a";
+    }
+    counted_block block;
+    ASSERT_EQ(json_encode_text_block(json_value(json + "\"").node(), 0, block.place), 1);
+    ASSERT_EQ(block.count(), length + 1);
+    ASSERT_EQ(block.bytes(), iso);
+    std::vector<char> field(length + 1, '!');
+    ASSERT_EQ(
+        encode_fixed((json + "\"").c_str(), field.data(), static_cast<std::uint32_t>(length + 1)),
+        1);
+    ASSERT_EQ(std::string(field.data()), iso);
+  }
+}
+
 TEST(fixed_text, its_length_is_that_of_the_iso_form) {
   char field[5] = {};
   EXPECT_EQ(encode_fixed("\"\u00e4\u00f6\u00fc\u20ac\"", field, 5), 1);
