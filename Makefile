@@ -9,11 +9,6 @@ PYTHON := .venv/bin/python
 FUZZ_SECONDS ?= 60
 DEMO ?= examples/process_control.py examples/send_fax.py
 
-# compile(PRESET[,TARGETS]): configures, which is quick when nothing changed, and builds all or just
-# the targets into build/PRESET.
-compile = cmake --preset $(1) --log-level=WARNING -DPython_EXECUTABLE="$$(tools/find-python)" >/dev/null \
-          && cmake --build --preset $(1) $(addprefix --target ,$(2))
-
 help: ## this list
 	@awk -F ':.*## ' '/^[a-z0-9-]+:.*## / {printf "  make %-12s %s\n", $$1, $$2}' $(MAKEFILE_LIST)
 
@@ -21,7 +16,7 @@ setup:
 	@tools/setup build
 
 build: setup ## the module in build/lib, what kvrpc_tools reads in python/, kvrpc-schema in build/bin
-	@$(call compile,release,kvrpc kvrpc-schema kvrpc-generated)
+	@tools/build release kvrpc kvrpc-schema kvrpc-generated
 	@mkdir -p build/lib build/bin
 	@cp -p build/release/lib/* build/lib/
 	@cp -p build/release/kvrpc-schema build/bin/
@@ -29,29 +24,26 @@ build: setup ## the module in build/lib, what kvrpc_tools reads in python/, kvrp
 
 test: ## unit and end-to-end tests, debug and under the sanitizers
 	@tools/setup build peers
-	@$(call compile,debug)
-	@$(call compile,asan)
+	@tools/build debug
+	@tools/build asan
 	@tools/run-tests debug
 	@tools/run-tests asan
 
 test-slow: ## what takes longer: real time limits, a hundred thousand calls, long lists
 	@tools/setup build peers
-	@$(call compile,debug)
 	@tools/run-tests debug -m "slow or once"
 
 test-clang: ## the same tests on clang's release build
 	@tools/setup build peers check
-	@$(call compile,clang)
 	@tools/run-tests clang
 
 test-newest: ## the same tests on the newest CPython of the machine
 	@tools/setup build peers newest
-	@KVRPC_PYTHON="$$(tools/find-python --newest)" && export KVRPC_PYTHON && $(call compile,newest)
-	@KVRPC_VENV=.venv-newest tools/run-tests newest
+	@tools/run-tests newest
 
 check: ## formatting, lint, include direction, file lengths, mentions, the type stub
 	@tools/setup build check
-	@$(call compile,debug)
+	@tools/build debug
 	@tools/check
 
 demo: build ## examples against the simulator, over real sockets; ends by itself
@@ -63,7 +55,7 @@ demo: build ## examples against the simulator, over real sockets; ends by itself
 win32: build ## the module for 32-bit Windows, in build/win32/lib
 	@tools/setup win32
 	@tools/win32-root
-	@$(call compile,win32)
+	@tools/build win32
 
 test-win32: build win32 ## the tests with a 32-bit Windows interpreter under Wine; as root
 	@tools/win32-root wine
@@ -74,7 +66,7 @@ bench: build ## measurements of the release build
 
 fuzz: ## FUZZ_SECONDS (60) of each fuzz target
 	@tools/setup build check
-	@$(call compile,fuzz)
+	@tools/build fuzz
 	@tools/fuzz $(FUZZ_SECONDS)
 
 clean: ## removes what was built; the virtual environments stay

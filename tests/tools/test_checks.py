@@ -1,4 +1,5 @@
 """Each check of `make check` finds what it is for, and nothing in a tree that is in order."""
+import shutil
 import subprocess
 import sys
 from pathlib import Path
@@ -112,6 +113,30 @@ def test_a_mention_in_a_file_is_found(tree, text):
 def test_a_file_not_yet_added_is_read_as_well(tree):
     write(tree, "notes.txt", MENTIONS[0])
     assert run("check-mentions", tree).returncode == 1
+
+
+def test_a_tree_without_a_repository_is_read_as_well(tree):
+    shutil.rmtree(tree / ".git")
+    write(tree, ".gitignore", "/build/\n")
+    write(tree, "build/notes.txt", MENTIONS[0])
+    result = run("check-mentions", tree)
+    assert (result.returncode, result.stdout) == (0, "")
+    write(tree, "notes.txt", MENTIONS[0])
+    result = run("check-mentions", tree)
+    assert (result.returncode, result.stdout) == (1, f"notes.txt:1: {MENTIONS[0]}\n")
+
+
+def test_a_repository_further_up_does_not_count(tree):
+    write(tree, ".gitignore", "/inner/\n")
+    write(tree, "inner/notes.txt", MENTIONS[0])
+    result = run("check-mentions", tree / "inner")
+    assert (result.returncode, result.stdout) == (1, f"notes.txt:1: {MENTIONS[0]}\n")
+
+
+def test_a_repository_without_a_commit_is_read(tmp_path):
+    git(tmp_path, "init", "-q")
+    write(tmp_path, "notes.txt", MENTIONS[0])
+    assert run("check-mentions", tmp_path).returncode == 1
 
 
 @pytest.mark.parametrize("text", MENTIONS)
