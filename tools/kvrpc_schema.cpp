@@ -1,5 +1,5 @@
-// Prints the interface as JSON: the servers, their procedures, every record, and the characters that
-// a text may hold. Writes to FILE, or to standard output without one.
+// Prints the interface as JSON: the servers, their procedures, every record, and the characters
+// that a text may hold. Writes to FILE, or to standard output without one.
 //
 //   kvrpc-schema [FILE]
 //
