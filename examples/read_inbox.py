@@ -1,4 +1,7 @@
-"""Reads a user's inbox: lists the received faxes and shows the pages of the first one."""
+"""Reads a user's inbox: lists the received faxes and shows the pages of the first one.
+
+The interface gives no values for compartments. The number below is the simulator's own.
+"""
 
 import time
 from typing import Any, Dict
@@ -25,9 +28,9 @@ def read_page(alpha: Server, fax: int, page: int) -> str:
 def main() -> None:
     with Server("alpha") as alpha:
         login = log_in(alpha)
-        inbox = alpha.call("a_get_e_1", {"loginid": login, "selection": 0})
+        inbox = alpha.call("a_get_e_rec_new_ll_1", {"loginid": login, "pos": 0, "anz": 50})
         print(f"{inbox['anz']} in the inbox of {USER}")
-        faxes = [node["data"] for node in chain(inbox["first"])]
+        faxes = [node["data"]["v1"] for node in chain(inbox["first"])]
         for fax in faxes:
             stamp = time.strftime("%d.%m.%Y %H:%M", time.localtime(fax["empfzeit"]))
             print(f"  {fax['faxid']:3}  {stamp}  {fax['absender']:20} {fax['seiten']} pages  "

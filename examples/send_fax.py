@@ -1,4 +1,8 @@
-"""Sends a fax: logs in, makes a document, puts its pages, submits it, follows it, reads its log."""
+"""Sends a fax: logs in, makes a document, puts its pages, submits it, follows it, reads its log.
+
+The interface gives no values for compartments and job states. The numbers below are the simulator's
+own: look at what your server answers before you use them there.
+"""
 
 import time
 from typing import Any, Dict, List
@@ -48,7 +52,8 @@ def follow(alpha: Server, job: int) -> Dict[str, Any]:
     """Tells each state of the job until it is done."""
     told, end = 0, time.monotonic() + PATIENCE
     while time.monotonic() < end:
-        record: Dict[str, Any] = alpha.call("a_get_s_rec_1", {"userid": USER, "faxid": job})
+        asked = {"selection": 1, "v1": {"userid": USER, "faxid": job}}
+        record: Dict[str, Any] = alpha.call("a_get_s_rec_new_1", asked)["s_rec_new"]["v1"]
         if record["status"] != told:
             told = record["status"]
             print(f"  {STATES.get(told, told)}")
