@@ -8,6 +8,7 @@ set(KVRPC_GENERATORS
   tools/generate_types.py arguments.py
   tools/generate_types.py results.py
   tools/generate_types.py procedures.pyi
+  tools/generate_types.py async_procedures.pyi
 )
 set(KVRPC_GENERATOR_MODULES schema.py docstrings.py)  # of kvrpc_tools
 

@@ -3,11 +3,12 @@
 
     generate_types.py SCHEMA OUTPUT
 
-OUTPUT names one of three files, all of them for type checkers and editors:
+OUTPUT names one of four files, all of them for type checkers and editors:
 
     arguments.py    a TypedDict for each record of an argument; no key is required
     results.py      a TypedDict for each record of a result; every key is there
     procedures.pyi  a method for each procedure, in a class for each server
+    async_procedures.pyi    the same with methods to await
 
 A record is named as in the schema, but in capitals: `login_arg` is `LoginArg`. A union of several
 cases is the Union of a TypedDict for each: `SendNewArgSelection1` has `selection: Literal[1]` and
@@ -125,25 +126,26 @@ def results(schema):
                    [each.result for each in schema.procedures.values()], True)
 
 
-def signature(schema, procedure, raw, result):
+def signature(schema, procedure, define, raw, result):
     wire = procedure.argument
     argument = "" if wire.kind == "nothing" else f", argument: {python_type(schema, wire, 'a.')}"
-    return f"    def {procedure.name}(self{argument}, *, raw: {raw}, {OPTIONS}) -> {result}:"
+    options = f"raw: {raw}, {OPTIONS}"
+    return f"    {define} {procedure.name}(self{argument}, *, {options}) -> {result}:"
 
 
-def method(schema, procedure):
+def method(schema, procedure, define):
     result = python_type(schema, procedure.result, "r.")
     nodes = [name for name in schema.reachable(procedure.result) if schema.records[name].link]
     lines = []
     if nodes:
-        lines += ["    @overload", signature(schema, procedure, "Literal[True]", "Any") + " ...",
-                  "    @overload"]
+        with_raw = signature(schema, procedure, define, "Literal[True]", "Any")
+        lines += ["    @overload", with_raw + " ...", "    @overload"]
     raw = "Literal[False] = ..." if nodes else "bool = ..."
-    return [*lines, signature(schema, procedure, raw, result),
+    return [*lines, signature(schema, procedure, define, raw, result),
             quoted(procedure_text(schema, procedure), " " * 8), ""]
 
 
-def procedures(schema):
+def procedures(schema, define="def"):
     lines = [HEAD.format(about="The types of the procedures' methods."),
              "from typing import Any, List, Literal, Optional, overload", "",
              "from . import arguments as a", "from . import results as r"]
@@ -151,12 +153,17 @@ def procedures(schema):
         if server.procedures:
             lines += ["", f"class {server.name.title()}Procedures:"]
             for procedure in server.procedures.values():
-                lines += method(schema, procedure)
+                lines += method(schema, procedure, define)
     return lines
 
 
+def async_procedures(schema):
+    return procedures(schema, "async def")
+
+
 def main(source, output):
-    write = {"arguments.py": arguments, "results.py": results, "procedures.pyi": procedures}
+    write = {"arguments.py": arguments, "results.py": results, "procedures.pyi": procedures,
+             "async_procedures.pyi": async_procedures}
     lines = write[Path(output).name](load(source))
     Path(output).write_bytes(("\n".join(lines) + "\n").encode())
 

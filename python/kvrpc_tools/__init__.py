@@ -12,6 +12,14 @@ import importlib
 from typing import TYPE_CHECKING, Any, List
 
 if TYPE_CHECKING:
+    from ._worker import WorkerError as WorkerError
+    from .aio import AsyncAlpha as AsyncAlpha
+    from .aio import AsyncClient as AsyncClient
+    from .aio import AsyncLambda as AsyncLambda
+    from .aio import AsyncNue as AsyncNue
+    from .aio import AsyncOmega as AsyncOmega
+    from .aio import AsyncSigma as AsyncSigma
+    from .aio import AsyncTheta as AsyncTheta
     from .client import Alpha as Alpha
     from .client import Client as Client
     from .client import Lambda as Lambda
@@ -32,6 +40,8 @@ if TYPE_CHECKING:
     from .tracing import on_call as on_call
 
 _PUBLIC = {
+    "_worker": "WorkerError",
+    "aio": "AsyncAlpha AsyncClient AsyncLambda AsyncNue AsyncOmega AsyncSigma AsyncTheta",
     "client": "Alpha Client Lambda Nue Omega Sigma Theta",
     "errors": "ArgumentError CallError ConnectError KvrpcError Problem Refused ResultError "
               "RpcError UnknownProcedure",

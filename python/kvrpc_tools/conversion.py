@@ -8,11 +8,11 @@ from __future__ import annotations
 
 import functools
 import json
-from typing import Any
+from typing import Any, Dict, List
 
 from . import errors
 from .check import Compiler, did_you_mean
-from .lists import ResultLists, chain_text
+from .lists import ResultLists, chain_text, put_in
 from .schema import Procedure, own
 
 _encode = json.JSONEncoder(separators=(",", ":"), check_circular=False).encode
@@ -48,13 +48,31 @@ class Conversion:
         Lists come as Python lists; with `raw` as the nested nodes of the wire.
         """
         text = reply.decode()
-        envelope = _decode(self._lists.flatten(text) if self._lists else text)
-        if envelope["status"] != 0:
-            raise errors.of_reply(self.procedure.name, envelope)
-        result = envelope["result"]
+        result = self._opened(_decode(self._lists.flatten(text) if self._lists else text))
         if self._lists:
             self._lists.settle(result, raw)
         return result
+
+    def result_in_pieces(self, reply: bytes, raw: bool = False) -> Any:
+        """Does the same as `result`, but lets other threads go on in the middle of a list.
+
+        The parser keeps the interpreter lock for the whole of a text.
+        """
+        text, lists = self._lists.take_out(reply.decode())
+        result = self._opened(_decode(text))
+        for head, pieces in lists:
+            nodes: List[Any] = []
+            for piece in pieces:
+                nodes += _decode(piece)
+            if nodes:
+                put_in(result, head, nodes)
+        self._lists.settle(result, raw)
+        return result
+
+    def _opened(self, envelope: Dict[str, Any]) -> Any:
+        if envelope["status"] != 0:
+            raise errors.of_reply(self.procedure.name, envelope)
+        return envelope["result"]
 
 
 @functools.lru_cache(maxsize=None)

@@ -25,6 +25,7 @@ from .schema import Field, Record, Schema, WireType
 
 _value_at = json.JSONDecoder().raw_decode
 
+_PIECE = 1 << 16  # characters, which take less than a millisecond to parse
 OBJECTS = ("record", "pointer", "list_next")  # the kinds whose JSON text is an object
 
 
@@ -45,24 +46,51 @@ class Chain:
         self.after = node.fields[1].key if self.link_first else link.key  # the key in the border
         self._opening = f'{{"{node.fields[0].key}":'
         self._border = f'}},"{self.after}":' if self.link_first else f',"{self.after}":{{'
+        # What the border becomes, and how much of it belongs to the node after it.
+        self._between = "},{" + (self._border[len("},"):] if self.link_first else "")
+        self._kept = len(self._border) - len("},") if self.link_first else 0
 
     def flatten(self, text: str) -> str:
         """Returns `text` with each list of this kind as an array."""
         head = f'"{self.head}":{self._opening}'
-        rewrite = self._link_first if self.link_first else self._link_last
         pieces: List[str] = []
         done, at = 0, text.find(head)
         while at >= 0:
             next_head = text.find(head, at + len(head))
             stop = next_head if next_head >= 0 else len(text)
             first = at + len(head) - len(self._opening)
-            array, end = rewrite(text, first, stop)
+            begin, close, end = self._bounds(text, first, stop)
+            array = text[begin:close].replace(self._border, self._between)
             pieces += text[done:first], "[{", array, "}]"
             done, at = end, next_head
         return "".join([*pieces, text[done:]])
 
-    def _link_first(self, text: str, first: int, stop: int) -> Tuple[str, int]:
-        """Returns the nodes of one list, between the braces of an array, and the list's end.
+    def take_out(self, text: str) -> Tuple[str, Iterator[str]]:
+        """Returns `text` with an empty array for the list of this kind, and the list in pieces.
+
+        There must be no more than one. Each piece is the text of an array of some hundred nodes.
+        """
+        head = f'"{self.head}":{self._opening}'
+        at = text.find(head)
+        if at < 0:
+            return text, iter(())
+        first = at + len(head) - len(self._opening)
+        begin, close, end = self._bounds(text, first, len(text))
+        return f"{text[:first]}[]{text[end:]}", self._pieces(text, begin, close)
+
+    def _pieces(self, text: str, begin: int, close: int) -> Iterator[str]:
+        while begin < close:
+            cut = text.find(self._border, min(begin + _PIECE, close), close)
+            stop = cut if cut >= 0 else close
+            yield "[{" + text[begin:stop].replace(self._border, self._between) + "}]"
+            begin = stop + len(self._border) - self._kept
+
+    def _bounds(self, text: str, first: int, stop: int) -> Tuple[int, int, int]:
+        find = self._link_first if self.link_first else self._link_last
+        return find(text, first, stop)
+
+    def _link_first(self, text: str, first: int, stop: int) -> Tuple[int, int, int]:
+        """Returns where the nodes of one list begin and end, without braces, and the list's end.
 
         `first` is where its first node starts. Before `stop` there is no other list of this kind.
         """
@@ -75,16 +103,14 @@ class Chain:
         # The fields of the last node have no opening brace here, so the brace comes from elsewhere.
         _, end = _value_at("{" + text[last:stop])
         end += last - 1
-        array = text[nodes:end - 1].replace(self._border, "},{" + self._border[len("},"):])
-        return array, end
+        return nodes, end - 1, end
 
-    def _link_last(self, text: str, first: int, stop: int) -> Tuple[str, int]:
-        """Returns the nodes of one list, between the braces of an array, and the list's end."""
+    def _link_last(self, text: str, first: int, stop: int) -> Tuple[int, int, int]:
+        """Returns where the nodes of one list begin and end, without braces, and the list's end."""
         last_link = f',"{self.link}":null'
         end = text.index(last_link, first, stop)
-        array = text[first + 1:end].replace(self._border, "},{")
-        count = 1 + (end - first - 1 - len(array)) // (len(self._border) - len("},{"))
-        return array, end + len(last_link) + count
+        count = 1 + text.count(self._border, first, end)
+        return first + 1, end, end + len(last_link) + count
 
     def nested(self, nodes: Sequence[Dict[str, Any]]) -> Optional[Dict[str, Any]]:
         """Returns the nodes nested as on the wire; None for an empty list."""
@@ -131,10 +157,32 @@ class ResultLists:
             text = chain.flatten(text)
         return text
 
+    def take_out(self, text: str) -> Tuple[str, List[Tuple[Head, Iterator[str]]]]:
+        """Returns the text of a reply without its lists, and each list in pieces of an array."""
+        outer = [head.chain for head in self._heads]
+        for chain in self._chains:
+            if chain not in outer:
+                text = chain.flatten(text)
+        taken = []
+        for head in self._heads:
+            text, pieces = head.chain.take_out(text)
+            taken.append((head, pieces))
+        return text, taken
+
     def settle(self, result: Any, raw: bool) -> None:
         """Puts the lists of a parsed result in order; with `raw`, nests them as on the wire."""
         for head in self._heads:
             _settle(result, head, raw)
+
+
+def put_in(result: Any, head: Head, nodes: List[Any]) -> None:
+    """Puts the nodes of a list that was taken out into its place in the parsed result."""
+    *way, key = head.path
+    for step in way:
+        if step not in result:
+            return
+        result = result[step]
+    result[key] = nodes
 
 
 def _settle(record: Dict[str, Any], head: Head, raw: bool) -> None:

@@ -6,6 +6,7 @@ import threading
 
 import pytest
 
+from kvrpc_tools import lists
 from kvrpc_tools.conversion import conversion
 from kvrpc_tools.lists import ResultLists
 from kvrpc_tools.schema import Field, Record, Schema, WireType, own
@@ -102,13 +103,14 @@ def test_every_list_of_the_interface_is_known():
 
 @pytest.mark.parametrize("lengths", [[0], [1], [2], [0, 1, 3], [7]], ids=str)
 @pytest.mark.parametrize("procedure", LISTS, ids=lambda each: each.name)
-def test_a_list_comes_as_a_list(procedure, lengths):
+def test_a_list_comes_as_a_list(procedure, lengths, monkeypatch):
+    monkeypatch.setattr(lists, "_PIECE", 1)  # a piece for each node
     way = conversion(procedure.server, procedure.name)
     for seed in range(10):
         value = Values(seed, lengths).of(procedure.result)
         text = text_of(procedure.result, value)
         assert json.loads(text) == nested(procedure.result, value)
-        assert way.result(reply(text)) == value
+        assert way.result(reply(text)) == value == way.result_in_pieces(reply(text))
         raw = way.result(reply(text), raw=True)
         assert json.dumps(raw) == json.dumps(nested(procedure.result, value))
 
