@@ -31,6 +31,7 @@ inline char* write_form(char* place, char byte) {
 // Writes the forms of `size` ISO bytes. Returns the position after them. Touches at most
 // escaped_room(size) bytes: every write begins at most escaped_room() of the bytes before it.
 constexpr std::size_t escaped_room(std::size_t size) { return size * sizeof json_form::bytes; }
+static_assert(escaped_room(8) == 8 * sizeof json_form::bytes, "");
 char* write_escaped(char* place, const char* bytes, std::size_t size);
 
 // Returns how many of a word's bytes, from the lowest on, stand for themselves: all but those below
