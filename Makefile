@@ -3,7 +3,7 @@ SHELL := bash
 .SHELLFLAGS := -euo pipefail -c
 .DEFAULT_GOAL := build
 MAKEFLAGS += --no-print-directory
-.PHONY: build win32 test-win32 test test-slow test-clang test-newest check demo bench fuzz clean help setup
+.PHONY: build win32 test-win32 test test-slow test-clang test-newest test-wheel check demo bench fuzz clean help setup
 
 PYTHON := .venv/bin/python
 FUZZ_SECONDS ?= 60
@@ -40,6 +40,10 @@ test-clang: ## the same tests on clang's release build
 test-newest: ## the same tests on the newest CPython of the machine
 	@tools/setup build peers newest
 	@tools/run-tests newest
+
+test-wheel: ## the wheel and the source distribution, installed outside the tree
+	@tools/setup build check
+	@tools/test-wheel
 
 check: ## formatting, lint, include direction, file lengths, mentions, the type stub
 	@tools/setup build check

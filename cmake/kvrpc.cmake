@@ -5,6 +5,10 @@ target_include_directories(kvrpc_flags INTERFACE ${PROJECT_SOURCE_DIR}/src)
 target_compile_options(kvrpc_flags INTERFACE
   -Wall -Wextra -Wconversion -Wshadow -fno-exceptions -fno-rtti
   -fdata-sections)  # so that the module can leave out the tables that only kvrpc-schema reads
+if(SKBUILD)  # two builds of a wheel give the same bytes, whatever folders they are made in
+  target_compile_options(kvrpc_flags INTERFACE
+    -ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${PROJECT_BINARY_DIR}=build)
+endif()
 if(KVRPC_SANITIZE)
   target_compile_options(kvrpc_flags INTERFACE
     -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
