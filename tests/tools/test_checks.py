@@ -152,3 +152,12 @@ def test_a_mention_in_a_commit_message_is_found(tree, text):
 def test_other_words_are_left_alone(tree, text):
     write(tree, "notes.txt", text)
     assert run("check-mentions", tree).returncode == 0
+
+
+def test_a_generated_file_may_be_long(tree):
+    generated = tree / "python" / "kvrpc_tools" / "generated.py"
+    generated.parent.mkdir(parents=True, exist_ok=True)
+    generated.write_text("# Written by a tool; not for editing.\n" + "#\n" * 600)
+    assert run("check-lengths", tree).returncode == 0
+    generated.write_text("#\n" * 600 + "# not for editing\n")
+    assert run("check-lengths", tree).returncode == 1
