@@ -20,6 +20,7 @@ if TYPE_CHECKING:
     from .aio import AsyncOmega as AsyncOmega
     from .aio import AsyncSigma as AsyncSigma
     from .aio import AsyncTheta as AsyncTheta
+    from .blocks import BlockError as BlockError
     from .client import Alpha as Alpha
     from .client import Client as Client
     from .client import Lambda as Lambda
@@ -42,6 +43,7 @@ if TYPE_CHECKING:
 _PUBLIC = {
     "_worker": "WorkerError",
     "aio": "AsyncAlpha AsyncClient AsyncLambda AsyncNue AsyncOmega AsyncSigma AsyncTheta",
+    "blocks": "BlockError",
     "client": "Alpha Client Lambda Nue Omega Sigma Theta",
     "errors": "ArgumentError CallError ConnectError KvrpcError Problem Refused ResultError "
               "RpcError UnknownProcedure",

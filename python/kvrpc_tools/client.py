@@ -12,9 +12,11 @@ the request again, so a request may arrive twice.
 from __future__ import annotations
 
 from types import TracebackType
-from typing import Any, ClassVar, Optional, Type, TypeVar
+from typing import TYPE_CHECKING, Any, Callable, ClassVar, Dict, Iterator, Optional, Type, TypeVar
 
 from . import tracing
+from .blocks import Blocks
+from .check import did_you_mean
 from .conversion import Conversion, conversion
 from .deadline import TimedTransport
 from .procedures import (
@@ -25,6 +27,7 @@ from .procedures import (
     SigmaProcedures,
     ThetaProcedures,
 )
+from .schema import own
 from .transport import Allow, Transport, Verifier
 
 C = TypeVar("C", bound="Client")
@@ -61,6 +64,20 @@ class Client:
         """
         return self._run(conversion(self.server, name), argument, raw, check, timeout)
 
+    def blocks(self, name: str, argument: Dict[str, Any], *, step: Optional[int] = None,
+               progress: Optional[Callable[[int], object]] = None, check: Optional[bool] = None,
+               timeout: Optional[float] = None) -> Iterator[Any]:
+        """Yields what the procedure `name` gives in blocks: list entries, or pieces of a text.
+
+        Starts at the argument's `pos`. A block has `step` entries or bytes, or else what the `anz`
+        or `lng` of the argument says, or else 50 entries or 4,000 bytes. `progress` is called after
+        each block with the number of entries or bytes so far. Raises ValueError if the procedure
+        does not read in blocks, and BlockError if its first block fails.
+        """
+        way = conversion(self.server, name)
+        return Blocks(own(), way.procedure).read(
+            lambda asked: self._run(way, asked, False, check, timeout), argument, step, progress)
+
     def close(self) -> None:
         """Closes the connection. The next call connects again."""
         self._transport.close()
@@ -81,6 +98,12 @@ class Client:
         if timeout is None:
             return self._transport.call(text, self._verifier)
         return self._transport.call(text, self._verifier, timeout)
+
+    if not TYPE_CHECKING:  # a type checker must go on naming unknown methods
+        def __getattr__(self, name: str) -> Any:
+            names = (name for name in dir(type(self)) if not name.startswith("_"))
+            raise AttributeError(
+                f"{type(self).__name__} has no method {name!r}{did_you_mean(name, names)}")
 
     def __enter__(self: C) -> C:
         return self

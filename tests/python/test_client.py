@@ -62,6 +62,19 @@ def test_every_procedure_is_a_method_of_its_server():
                 procedure.name for procedure in server.procedures.values()}
 
 
+def test_a_misspelt_method_has_a_suggestion():
+    with pytest.raises(AttributeError, match="has no method 'a_logn_1', did you mean a_login_1?"):
+        Alpha(transport=Echo("")).a_logn_1({})
+    assert not hasattr(Alpha(transport=Echo("")), "__missing__")
+
+
+def test_an_unknown_name_has_a_suggestion():
+    with pytest.raises(UnknownProcedure, match="unknown function of alpha, did you mean a_login_1"):
+        Alpha(transport=Echo("")).call("a_logn_1", {})
+    with pytest.raises(UnknownProcedure, match="it belongs to omega"):
+        Alpha(transport=Echo("")).call("o_get_config_1", {})
+
+
 def test_a_procedure_can_be_called_by_its_name():
     transport = Echo(OK % "true")
     assert Alpha(transport=transport).call("a_check_login_1", 7) is True
