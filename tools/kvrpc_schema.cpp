@@ -57,11 +57,11 @@ void begin_member(bool& first, const char* indent) {
 void print_type(const wire_type& type, const record_type* owner) {
   std::printf("{\"kind\":\"%s\"", wire_kind_name(type.kind));
   if (type.count != 0) std::printf(",\"count\":%u", type.count);
-  const record_type* record = type.kind == wire_kind::list_next ? owner : type.target;
+  const record_type* record = type.kind == wire_kind::list_next ? owner : target_of(type);
   if (record != nullptr) std::printf(",\"record\":\"%s\"", record->name);
-  if (type.item != nullptr) {
+  if (const wire_type* item = item_of(type)) {
     std::printf(",\"item\":");
-    print_type(*type.item, owner);
+    print_type(*item, owner);
   }
   std::printf("}");
 }
@@ -118,7 +118,7 @@ void print_field(const record_type& record, const record_field& field) {
 
 void print_record(const record_type& record) {
   std::printf("\"%s\":{\"kind\":\"%s\",", record.name, record.is_union ? "union" : "structure");
-  if (record.is_union) std::printf("\"discriminant\":\"%s\",", record.discriminant);
+  if (record.is_union) std::printf("\"discriminant\":\"%s\",", record.selector->key);
   std::printf("\"fields\":[");
   bool first = true;
   for (std::uint32_t i = 0; i < record.field_count; ++i) {

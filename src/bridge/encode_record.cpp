@@ -134,7 +134,7 @@ void select_arm(char* base, const record_type& record, std::int32_t value) {
 }
 
 int encode_union(const json_node* node, int raw_text, char* base, const record_type& record) {
-  const json_node* discriminant = json_find(node, record.discriminant);
+  const json_node* discriminant = json_find(node, record.selector->key);
   std::int32_t value = 0;
   if (discriminant == nullptr || !json_encode_int(discriminant, raw_text, &value)) return 0;
   select_arm(base, record, value);

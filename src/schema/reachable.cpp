@@ -11,8 +11,8 @@ bool contains(const record_list& list, const record_type* record) {
 }
 
 void visit(record_list& list, const wire_type& type) {
-  if (type.item != nullptr) visit(list, *type.item);
-  const record_type* record = type.target;
+  if (const wire_type* item = item_of(type)) visit(list, *item);
+  const record_type* record = target_of(type);
   if (record == nullptr || list.count == record_list::capacity || contains(list, record)) return;
   list.items[list.count++] = record;
   for (std::uint32_t i = 0; i < record->field_count; ++i) visit(list, record->fields[i].type);

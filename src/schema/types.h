@@ -74,9 +74,41 @@ struct wire_type {
   std::uint32_t size = 0;       // bytes in memory
   std::uint32_t wire_size = 0;  // bytes on the wire, or variable_size
   std::uint32_t reply_room = reply_room::null;  // see reply_plan.h; 0 for a type of variable size
-  const record_type* target = nullptr;          // R
-  const wire_type* item = nullptr;              // T of a vector
+  union {  // one pointer, because the tables hold nearly two thousand types
+    const record_type* target = nullptr;  // R, or null if there is none
+    const wire_type* item;                // T of a vector
+  };
+
+  constexpr wire_type() {}
+  constexpr wire_type(wire_kind type_kind, std::uint8_t alignment, std::uint8_t opening_unit,
+                      std::uint32_t elements, std::uint32_t memory, std::uint32_t wire,
+                      std::uint32_t room, const record_type* record = nullptr)
+      : kind(type_kind),
+        align(alignment),
+        opening(opening_unit),
+        count(elements),
+        size(memory),
+        wire_size(wire),
+        reply_room(room),
+        target(record) {}
+  constexpr wire_type(std::uint8_t alignment, std::uint32_t elements, std::uint32_t memory,
+                      std::uint32_t wire, std::uint32_t room, const wire_type& of)
+      : kind(wire_kind::vector),
+        align(alignment),
+        count(elements),
+        size(memory),
+        wire_size(wire),
+        reply_room(room),
+        item(&of) {}
 };
+
+// Return what a type of any kind leads to, or null: the type of a vector's items, or a record.
+inline const wire_type* item_of(const wire_type& type) {
+  return type.kind == wire_kind::vector ? type.item : nullptr;
+}
+inline const record_type* target_of(const wire_type& type) {
+  return type.kind == wire_kind::vector ? nullptr : type.target;
+}
 
 constexpr std::uint32_t variable_size = 0xFFFFFFFFu;
 
@@ -92,16 +124,15 @@ struct record_field {
 
 struct record_type {
   const char* name;
-  bool is_union;
-  const char* discriminant;    // of a union: the key of its first field, a 32-bit int
-  const record_field* fields;  // of a union: its arms
   std::uint32_t field_count;
+  bool is_union;
+  std::uint8_t align;
   std::uint32_t size;
-  std::uint32_t align;
-  std::uint32_t wire_size;       // or variable_size
-  std::int32_t next_field;       // index of the list_next member, or -1
-  const record_field* selector;  // of a union: its discriminant as a field
-  std::uint32_t reply_room = 0;  // see reply_plan.h; 0 for a record of variable size
+  std::uint32_t wire_size;                 // or variable_size
+  std::int32_t next_field = -1;            // index of the list_next member, or -1
+  std::uint32_t reply_room = 0;            // see reply_plan.h; 0 for a record of variable size
+  const record_field* fields = nullptr;    // of a union: its arms
+  const record_field* selector = nullptr;  // of a union: its discriminant, a 32-bit int
 };
 
 // The arm of a union that the value of its discriminant selects, or null.
@@ -119,12 +150,12 @@ namespace wire {
 // A type whose wire form has a fixed size; `room` bounds its text in a reply.
 constexpr wire_type fixed(wire_kind kind, std::uint32_t count, std::uint32_t size,
                           std::uint8_t align, std::uint32_t wire_size, std::uint32_t room) {
-  return {kind, align, 0, count, size, wire_size, room, nullptr, nullptr};
+  return {kind, align, 0, count, size, wire_size, room};
 }
 // A type whose wire form begins with one unit, which tells what follows.
 constexpr wire_type opened(wire_kind kind, std::uint32_t count, std::uint32_t size,
                            const record_type* target = nullptr) {
-  return {kind, 4, 4, count, size, variable_size, 0, target, nullptr};
+  return {kind, 4, 4, count, size, variable_size, 0, target};
 }
 constexpr std::uint32_t padded(std::uint32_t size) { return (size + 3) / 4 * 4; }
 constexpr std::uint32_t block_size = 4 + pointer_size;  // a count and a pointer
@@ -165,27 +196,23 @@ constexpr wire_type array_of(const record_type& target) {
 // A union opens with its discriminant; a structure of variable size has no unit of its own.
 constexpr wire_type inline_(const record_type& target) {
   return {wire_kind::record,
-          static_cast<std::uint8_t>(target.align),
+          target.align,
           static_cast<std::uint8_t>(target.is_union ? 4 : 0),
           0,
           target.size,
           target.wire_size,
           target.reply_room,
-          &target,
-          nullptr};
+          &target};
 }
 // `item` is kept by address: a named constant, as in `constexpr wire_type line = chars(81);`.
 constexpr wire_type vector_of(const wire_type& item, std::uint32_t n) {
   const bool variable = item.wire_size == variable_size;
-  return {wire_kind::vector,
-          item.align,
-          0,
+  return {item.align,
           n,
           n * item.size,
           variable ? variable_size : n * item.wire_size,
           variable ? 0 : n * (item.reply_room + reply_room::separator) + reply_room::brackets,
-          nullptr,
-          &item};
+          item};
 }
 
 }  // namespace wire
@@ -202,7 +229,7 @@ struct structure : record_type {
   record_field table[N]{};
 
   constexpr structure(const char* record_name, const record_field (&rows)[N])
-      : record_type{record_name, false, nullptr, nullptr, N, 0, 1, 0, -1, nullptr} {
+      : record_type{record_name, N, false, 1, 0, 0} {
     for (std::size_t i = 0; i < N; ++i) add(i, rows[i]);
     size = align_up(size, align);
     plan_runs();
@@ -258,7 +285,7 @@ struct choice : record_type {
   record_field discriminant_field{};
 
   constexpr choice(const char* record_name, const char* key, const arm (&rows)[N])
-      : record_type{record_name, true, key, nullptr, N, 4, 4, variable_size, -1, nullptr} {
+      : record_type{record_name, N, true, 4, 4, variable_size} {
     for (std::size_t i = 0; i < N; ++i) {
       table[i].key = rows[i].key;
       table[i].type = rows[i].type;

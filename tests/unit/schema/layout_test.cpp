@@ -151,7 +151,7 @@ TEST(labels, are_the_key_as_json_writes_it) {
     if (record->is_union) {
       const reply_plan& reply = record->selector->reply;
       EXPECT_EQ(std::string(reply.label, reply.label_size),
-                ",\"" + std::string(record->discriminant) + "\":");
+                ",\"" + std::string(record->selector->key) + "\":");
     }
   }
   EXPECT_EQ(longest, 28u);

@@ -111,7 +111,7 @@ TEST(later_forms, hold_every_pair_that_the_names_show) {
 
 std::set<std::string> keys_of(const record_type& record) {
   std::set<std::string> keys;
-  if (record.is_union) keys.insert(record.discriminant);
+  if (record.is_union) keys.insert(record.selector->key);
   for (const record_field* field : fields_of(record)) keys.insert(field->key);
   return keys;
 }

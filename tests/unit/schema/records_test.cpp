@@ -38,7 +38,7 @@ TEST(records, have_1210_rows) {
 TEST(records, name_each_key_once) {
   for (const record_type* record : reachable_records()) {
     std::set<std::string> keys;
-    if (record->is_union) keys.insert(record->discriminant);
+    if (record->is_union) keys.insert(record->selector->key);
     for (const record_field* field : fields_of(*record)) {
       EXPECT_TRUE(keys.insert(field->key).second) << record->name << "." << field->key;
     }
@@ -49,9 +49,9 @@ TEST(records, name_each_key_once) {
 void expect_resolved(const wire_type& type, const std::string& where) {
   const bool leads = type.kind == wire_kind::pointer || type.kind == wire_kind::array ||
                      type.kind == wire_kind::record;
-  EXPECT_EQ(type.target != nullptr, leads) << where;
-  EXPECT_EQ(type.item != nullptr, type.kind == wire_kind::vector) << where;
-  if (type.item != nullptr) expect_resolved(*type.item, where);
+  EXPECT_EQ(target_of(type) != nullptr, leads) << where;
+  EXPECT_EQ(item_of(type) != nullptr, type.kind == wire_kind::vector) << where;
+  if (item_of(type) != nullptr) expect_resolved(*item_of(type), where);
 }
 
 TEST(records, resolve_every_reference) {
@@ -117,9 +117,9 @@ TEST(list_heads, of_four_records_hang_on_data) {
 TEST(unions, select_by_selection_but_for_two) {
   std::set<std::string> by_version;
   for (const record_type* record : reachable_records()) {
-    EXPECT_EQ(record->discriminant != nullptr, record->is_union) << record->name;
-    if (!record->is_union || std::string(record->discriminant) == "selection") continue;
-    EXPECT_STREQ(record->discriminant, "vers");
+    EXPECT_EQ(record->selector != nullptr, record->is_union) << record->name;
+    if (!record->is_union || std::string(record->selector->key) == "selection") continue;
+    EXPECT_STREQ(record->selector->key, "vers");
     by_version.insert(record->name);
   }
   EXPECT_EQ(by_version, (std::set<std::string>{"bif_new_arg", "bif_new_res"}));

@@ -82,7 +82,7 @@ json_node* tree_maker::union_value(const char* base, const record_type& record) 
   const record_field* const arm = arm_of(record, selected);
   if (arm == nullptr) return nullptr;
   tree object(json_new_object());
-  json_add_member(object.get(), record.discriminant, json_new_integer(selected));
+  json_add_member(object.get(), record.selector->key, json_new_integer(selected));
   const bool done =
       json_add_member(object.get(), arm->key, value(base + arm->offset, arm->type)) != 0;
   return done ? object.release() : nullptr;

@@ -9,10 +9,10 @@ namespace kvrpc::test {
 
 inline bool is_specified(const wire_type& type) {
   if (type.kind == wire_kind::unspecified) return false;
-  if (type.item != nullptr && !is_specified(*type.item)) return false;
-  if (type.target == nullptr) return true;
-  for (std::uint32_t i = 0; i < type.target->field_count; ++i) {
-    if (!is_specified(type.target->fields[i].type)) return false;
+  if (item_of(type) != nullptr) return is_specified(*item_of(type));
+  const record_type* const record = target_of(type);
+  for (std::uint32_t i = 0; record != nullptr && i < record->field_count; ++i) {
+    if (!is_specified(record->fields[i].type)) return false;
   }
   return true;
 }

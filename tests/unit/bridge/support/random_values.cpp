@@ -225,7 +225,7 @@ void random_values::put_target(const record_type& record) {
 
 void random_values::put_union(const record_type& record) {
   const record_field& chosen = record.fields[random_.below(record.field_count)];
-  value_.json += std::string("{\"") + record.discriminant + "\":";
+  value_.json += std::string("{\"") + record.selector->key + "\":";
   put_integer(chosen.value);
   value_.json += std::string(",\"") + chosen.key + "\":";
   put(chosen.type);
