@@ -133,6 +133,17 @@ constexpr choice either{
 constexpr structure shapes_around{
     "shapes_around", {{"t", chars(20)}, {"u", inline_(either)}, {"e", array_of(node)}}};
 
+// A text of far_text extends through a discriminant without zero bytes, into what is not yet taken.
+constexpr choice lettered{
+    "lettered", "selection", {{0x41414141, "v0", chars(12)}, {0x42424242, "v1", chars(12)}}};
+constexpr structure far_text{
+    "far_text", {{"z", chars(4)}, {"u", inline_(lettered)}, {"y", chars(8)}, {"n", long_}}};
+
+TEST(result_bounds, hold_for_a_text_that_extends_beyond_its_run) {
+  expect_full_texts(inline_(far_text), "far_text");
+  expect_full_texts(array_of(far_text), "far_text");
+}
+
 TEST(result_bounds, hold_in_lists_inside_unions_and_in_arrays) {
   expect_full_texts(inline_(shapes_around), "shapes_around");
   expect_full_texts(array_of(either), "array of unions");
@@ -189,8 +200,9 @@ std::string fragmented_text(const wire_type& type, const bytes& wire, std::size_
 
 TEST(result_bounds, hold_with_a_border_between_fragments_after_each_byte) {
   for (const bool ended : {true, false}) {
-    for (const wire_type& type : {inline_(shapes_around), inline_(shapes::everything),
-                                  inline_(shapes::nested), inline_(shapes::vectors)}) {
+    for (const wire_type& type :
+         {inline_(shapes_around), inline_(far_text), array_of(far_text),
+          inline_(shapes::everything), inline_(shapes::nested), inline_(shapes::vectors)}) {
       full_value value('x', ended, 1);
       value.put(type);
       test_value reference(type);
@@ -204,7 +216,8 @@ TEST(result_bounds, hold_with_a_border_between_fragments_after_each_byte) {
 }
 
 TEST(result_bounds, hold_when_the_bytes_end_early) {
-  for (const wire_type& type : {inline_(shapes_around), inline_(shapes::everything)}) {
+  for (const wire_type& type :
+       {inline_(shapes_around), inline_(far_text), inline_(shapes::everything)}) {
     full_value value('\xA4', false, 0);
     value.put(type);
     for (std::size_t size = 0; size < value.wire.size(); ++size) {
