@@ -37,6 +37,8 @@ if TYPE_CHECKING:
     from .errors import ResultError as ResultError
     from .errors import RpcError as RpcError
     from .errors import UnknownProcedure as UnknownProcedure
+    from .fleet import Outcome as Outcome
+    from .fleet import ProcessDied as ProcessDied
     from .tracing import CallEvent as CallEvent
     from .tracing import on_call as on_call
 
@@ -47,6 +49,7 @@ _PUBLIC = {
     "client": "Alpha Client Lambda Nue Omega Sigma Theta",
     "errors": "ArgumentError CallError ConnectError KvrpcError Problem Refused ResultError "
               "RpcError UnknownProcedure",
+    "fleet": "Outcome ProcessDied",
     "tracing": "CallEvent on_call",
 }
 _MODULES = {name: module for module, names in _PUBLIC.items() for name in names.split()}
