@@ -16,7 +16,7 @@ from .lists import ResultLists, chain_text, put_in
 from .schema import Procedure, own
 
 _encode = json.JSONEncoder(separators=(",", ":"), check_circular=False).encode
-_decode = json.JSONDecoder().decode
+_value_at = json.JSONDecoder().raw_decode  # `decode` also looks for blanks, which no reply has
 
 
 class Conversion:
@@ -29,6 +29,7 @@ class Conversion:
         record = own().records.get(procedure.argument.record)
         self._link = record.link if record is not None else None
         self._lists = ResultLists(own(), procedure.result)
+        self._has_lists = bool(self._lists)
 
     def call_text(self, argument: Any, check: bool = True) -> str:
         """Returns the call text. With `check`, raises ArgumentError if it does not fit."""
@@ -48,9 +49,10 @@ class Conversion:
         Lists come as Python lists; with `raw` as the nested nodes of the wire.
         """
         text = reply.decode()
-        result = self._opened(_decode(self._lists.flatten(text) if self._lists else text))
-        if self._lists:
-            self._lists.settle(result, raw)
+        if not self._has_lists:
+            return self._opened(_value_at(text)[0])
+        result = self._opened(_value_at(self._lists.flatten(text))[0])
+        self._lists.settle(result, raw)
         return result
 
     def result_in_pieces(self, reply: bytes, raw: bool = False) -> Any:
@@ -59,11 +61,11 @@ class Conversion:
         The parser keeps the interpreter lock for the whole of a text.
         """
         text, lists = self._lists.take_out(reply.decode())
-        result = self._opened(_decode(text))
+        result = self._opened(_value_at(text)[0])
         for head, pieces in lists:
             nodes: List[Any] = []
             for piece in pieces:
-                nodes += _decode(piece)
+                nodes += _value_at(piece)[0]
             if nodes:
                 put_in(result, head, nodes)
         self._lists.settle(result, raw)
