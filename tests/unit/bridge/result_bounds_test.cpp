@@ -63,7 +63,7 @@ class full_value {
     }
     if (record.next_field < 0) return fields(record.fields, end);
     const record_field* const link = record.fields + record.next_field;
-    for (const std::uint32_t more : {1, 0}) {
+    for (const std::uint32_t more : {1u, 0u}) {
       fields(record.fields, link);
       unit(more);
     }
