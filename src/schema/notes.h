@@ -50,17 +50,22 @@ struct noted_procedure : procedure {
   note meaning;
 };
 
+// A family's rows without their notes, and the index of their names. The index must be a member: as
+// a variable template over the rows it would be one object for all families with rows of one name,
+// because g++ 14 gives such a template external linkage even if its argument has none.
 template <std::size_t N>
 struct procedure_rows {
-  procedure rows[N];
+  procedure rows[N]{};
+  name_index<N> index;
+
+  explicit constexpr procedure_rows(const noted_procedure (&noted)[N]) : index(noted) {
+    for (std::size_t i = 0; i < N; ++i) rows[i] = noted[i];
+  }
 };
 
-// The rows without their notes.
 template <std::size_t N>
 constexpr procedure_rows<N> without_notes(const noted_procedure (&noted)[N]) {
-  procedure_rows<N> result{};
-  for (std::size_t i = 0; i < N; ++i) result.rows[i] = noted[i];
-  return result;
+  return procedure_rows<N>(noted);
 }
 
 struct noted_list {

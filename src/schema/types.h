@@ -324,16 +324,12 @@ struct procedure_list {
   const name_slot* slots;
 };
 
-template <const auto& table>
-inline constexpr name_index index_of{table.rows};
-
-// Makes a list of the constant array `rows` of `table`, as in
+// Makes a list of the constant `table`, which has `rows` and their `index`, for example
 // `constexpr procedure_list sessions = list_of<alpha_rows>();`.
 template <const auto& table>
 constexpr procedure_list list_of() {
   constexpr std::size_t count = sizeof table.rows / sizeof table.rows[0];
-  return {table.rows, static_cast<std::uint32_t>(count), name_index<count>::mask,
-          index_of<table>.slots};
+  return {table.rows, static_cast<std::uint32_t>(count), table.index.mask, table.index.slots};
 }
 
 // A server program: its procedures, family by family, in the order in which they are listed.
