@@ -1,5 +1,6 @@
 #include "directory/directory.h"
 
+#include <cerrno>
 #include <cstring>
 
 #include "rpc/decimal.h"
@@ -25,14 +26,15 @@ void copy_bounded(char* target, const char* source, std::size_t bound) {
 
 setting variable_or(const char* variable, const char* constant) {
   setting value(variable);
-  if (value.text() == nullptr) value.replace(constant);
+  if (value.text() == nullptr && !value.failed()) value.replace(constant);
   return value;
 }
 
-// The local host name is asked for, and so settled for good, only where it is needed.
+// Asks for the local host name, which settles it for good, only if it is needed.
 setting variable_or_local_host(const char* variable) {
   setting host(variable);
-  if (host.text() == nullptr || host.text()[0] == '\0') host.replace(local_host());
+  const bool missing = host.text() == nullptr || host.text()[0] == '\0';
+  if (missing && !host.failed()) host.replace(local_host());
   return host;
 }
 
@@ -49,9 +51,14 @@ const server_entry* find_server(const char* which) {
   return nullptr;
 }
 
+// A null host is one for which there was no memory.
 CLIENT* create_at(const char* host, std::uint32_t program) {
   const setting transport = rpc_transport();
-  return clnt_create(host, rpc_prog_number(program), server_version, transport.text());
+  std::uint32_t shifted;
+  if (host == nullptr || transport.text() == nullptr || !rpc_prog_number(program, &shifted)) {
+    return clnt_create_failed(RPC_SYSTEMERROR, ENOMEM);
+  }
+  return clnt_create(host, shifted, server_version, transport.text());
 }
 
 }  // namespace
@@ -90,19 +97,22 @@ setting omega_host() { return variable_or_local_host("OMEGAHOST"); }
 const char* local_host() {
   if (local_host_name[0] == '\0') {
     const setting name = variable_or("LOCALHOST", "");
+    if (name.text() == nullptr) return nullptr;
     copy_bounded(local_host_name, name.text()[0] != '\0' ? name.text() : "localhost",
                  host_name_size);
   }
   return local_host_name;
 }
 
-std::uint32_t rpc_prog_number(std::uint32_t program) {
+bool rpc_prog_number(std::uint32_t program, std::uint32_t* shifted) {
   if (!rpc_offset_read) {
-    rpc_offset_read = true;
     const environment_text offset("KORVEXRPCOFFSET");
+    if (offset.failed()) return false;
     if (offset.get() != nullptr) rpc_offset = parse_decimal(offset.get());
+    rpc_offset_read = true;
   }
-  return program + static_cast<std::uint32_t>(rpc_offset);
+  *shifted = program + static_cast<std::uint32_t>(rpc_offset);
+  return true;
 }
 
 }  // namespace kvrpc

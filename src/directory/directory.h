@@ -39,12 +39,13 @@ void server_clnt_destroy(CLIENT* clnt);
 // The text of the last creation failure, in the shared buffer of the runtime; may be null.
 const char* server_clnt_create_error(const char* prefix);
 
-// The text of an environment variable, or a constant one in its place.
+// The text of an environment variable, or a constant text in its place.
 class setting {
  public:
   explicit setting(const char* variable) : variable_(variable), text_(variable_.get()) {}
   void replace(const char* constant) { text_ = constant; }
-  const char* text() const { return text_; }  // null when there is neither
+  bool failed() const { return variable_.failed(); }  // there was no memory for the variable
+  const char* text() const { return text_; }          // null if there is neither
 
  private:
   environment_text variable_;
@@ -55,7 +56,9 @@ setting rpc_transport();
 setting default_host();
 setting alpha_host();
 setting omega_host();
-const char* local_host();  // never null and never empty
-std::uint32_t rpc_prog_number(std::uint32_t program);
+// Returns the local host name, never empty; null without memory to read it.
+const char* local_host();
+// Adds the offset to a program number. Returns false without memory to read it.
+bool rpc_prog_number(std::uint32_t program, std::uint32_t* shifted);
 
 }  // namespace kvrpc

@@ -78,6 +78,9 @@ struct rpc_createerr_record {
 };
 extern rpc_createerr_record rpc_createerr;
 
+// Records in rpc_createerr why a handle was not created. Returns null.
+struct CLIENT* clnt_create_failed(std::int32_t status, std::int32_t number);
+
 struct AUTH;
 struct CLIENT;
 struct rpc_lock_record;

@@ -9,11 +9,6 @@
 
 namespace kvrpc {
 
-void clnt_system_error(std::int32_t number) {
-  rpc_createerr.cf_stat = RPC_SYSTEMERROR;
-  rpc_createerr.cf_error.re_errno = number;
-}
-
 CLIENT* clnt_allocate(const char* creator, const clnt_ops* operations, std::size_t private_size) {
   auto* clnt = static_cast<CLIENT*>(std::calloc(1, sizeof(CLIENT)));
   if (clnt != nullptr) clnt->cl_lock = rpc_create_lock();
@@ -24,8 +19,7 @@ CLIENT* clnt_allocate(const char* creator, const clnt_ops* operations, std::size
     const std::int32_t reason = errno;
     std::fprintf(stderr, "%s: out of memory\n", creator);
     if (clnt != nullptr) clnt_release(clnt);
-    clnt_system_error(reason);
-    return nullptr;
+    return clnt_create_failed(RPC_SYSTEMERROR, reason);
   }
   clnt->cl_ops = operations;
   clnt->cl_auth = authnone_create();

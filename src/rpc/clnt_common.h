@@ -14,9 +14,6 @@ namespace kvrpc {
 
 constexpr std::uint32_t CALL_HEADER_SIZE = 20;
 
-// Records a failed creation with an error number.
-void clnt_system_error(std::int32_t number);
-
 // A handle with its lock, the shared AUTH, and a zero-filled private record of `private_size`
 // bytes; or null, after "<creator>: out of memory" and with the reason in rpc_createerr.
 CLIENT* clnt_allocate(const char* creator, const clnt_ops* operations, std::size_t private_size);

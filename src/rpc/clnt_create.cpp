@@ -13,12 +13,6 @@ namespace {
 constexpr rpc_timeval retransmission = {5, 0};
 constexpr rpc_timeval total_time = {25, 0};
 
-CLIENT* refused(std::int32_t status, std::int32_t number) {
-  rpc_createerr.cf_stat = status;
-  rpc_createerr.cf_error.re_errno = number;
-  return nullptr;
-}
-
 // The protocol number of a transport name, or -1.
 std::int32_t protocol_of(const char* transport) {
   if (std::strcmp(transport, "ip") == 0) return RPC_IP;
@@ -32,19 +26,27 @@ bool resolve(const char* host, rpc_address* address) {
   const std::int32_t status = rpc_resolve(host, address);
   rpc_resolver_leave();
   if (status == RPC_UNKNOWNHOST) rpc_createerr.cf_stat = status;
-  if (status == RPC_SYSTEMERROR) refused(status, RPC_EAFNOSUPPORT);
+  if (status == RPC_SYSTEMERROR) clnt_create_failed(status, RPC_EAFNOSUPPORT);
   return status == RPC_SUCCESS;
 }
 
 }  // namespace
 
+CLIENT* clnt_create_failed(std::int32_t status, std::int32_t number) {
+  rpc_createerr.cf_stat = status;
+  rpc_createerr.cf_error.re_errno = number;
+  return nullptr;
+}
+
 CLIENT* clnt_create(const char* host, std::uint32_t program, std::uint32_t version,
                     const char* transport) {
   const std::int32_t protocol = protocol_of(transport);
-  if (protocol == -1) return refused(RPC_UNKNOWNPROTO, RPC_EPFNOSUPPORT);
+  if (protocol == -1) return clnt_create_failed(RPC_UNKNOWNPROTO, RPC_EPFNOSUPPORT);
   rpc_address address;
   if (!resolve(host, &address)) return nullptr;
-  address.port = rpc_network_order(rpc_port_lookup(host, program, version));
+  const std::int32_t port = rpc_port_lookup(host, program, version);
+  if (port < 0) return nullptr;
+  address.port = rpc_network_order(static_cast<std::uint16_t>(port));
 
   CLIENT* clnt = nullptr;
   rpc_socket sock = -1;
@@ -53,7 +55,7 @@ CLIENT* clnt_create(const char* host, std::uint32_t program, std::uint32_t versi
   } else if (protocol == RPC_UDP) {
     clnt = clntudp_create(&address, program, version, retransmission, &sock);
   } else {
-    return refused(RPC_SYSTEMERROR, RPC_EPFNOSUPPORT);
+    return clnt_create_failed(RPC_SYSTEMERROR, RPC_EPFNOSUPPORT);
   }
   if (clnt == nullptr) return nullptr;
   rpc_timeval total = total_time;

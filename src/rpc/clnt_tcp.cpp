@@ -212,7 +212,7 @@ bool_t open_connection(CLIENT* clnt, const rpc_address* address, rpc_socket* soc
     data_of(clnt)->ct_waits_in_receive = rpc_socket_wait_in_receive(*sock);
     return TRUE;
   }
-  clnt_system_error(rpc_socket_errno());
+  clnt_create_failed(RPC_SYSTEMERROR, rpc_socket_errno());
   if (*sock >= 0) clnt_close_socket(clnt, *sock);
   return FALSE;
 }

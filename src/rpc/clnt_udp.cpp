@@ -199,7 +199,7 @@ bool_t open_socket(cu_data* cu, rpc_socket* sock) {
   if (*sock < 0) {
     *sock = rpc_socket_open(RPC_DATAGRAM, RPC_UDP);
     if (*sock < 0) {
-      clnt_system_error(rpc_socket_errno());
+      clnt_create_failed(RPC_SYSTEMERROR, rpc_socket_errno());
       return FALSE;
     }
     rpc_socket_set_nonblocking(*sock);

@@ -1,5 +1,7 @@
 #include "rpc/pmap.h"
 
+#include <cerrno>
+
 #include "rpc/clnt_tcp.h"
 #include "rpc/clnt_udp.h"
 
@@ -31,16 +33,16 @@ bool_t xdr_pmap(XDR* xdrs, void* object, std::uint32_t) {
 
 char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; }
 
-bool wants_tcp() {
-  const environment_text transport("RPCTRANSPORT");
-  const char* name = transport.get();
+bool wants_tcp(const char* name) {
   return name != nullptr && lower(name[0]) == 't' && lower(name[1]) == 'c' &&
          lower(name[2]) == 'p' && name[3] == '\0';
 }
 
 CLIENT* portmapper_client(rpc_address* address) {
   rpc_socket sock = -1;
-  if (wants_tcp()) {
+  const environment_text transport("RPCTRANSPORT");
+  if (transport.failed()) return clnt_create_failed(RPC_SYSTEMERROR, ENOMEM);
+  if (wants_tcp(transport.get())) {
     return clnttcp_create(address, portmapper_program, portmapper_version, &sock, buffer_size,
                           buffer_size);
   }

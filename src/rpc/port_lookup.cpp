@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "rpc/clnt.h"
 #include "rpc/decimal.h"
 #include "rpc/rpc_os.h"
 
@@ -26,10 +27,13 @@ std::uint16_t low_half(std::int32_t number) {
   return static_cast<std::uint16_t>(static_cast<std::uint32_t>(number) & 0xFFFF);
 }
 
-// A 32-bit number of the environment; 0 when the variable does not exist.
-std::int32_t environment_number(const char* name) {
+// Reads a 32-bit number of the environment, 0 if the variable does not exist. Returns false without
+// memory, with the reason in rpc_createerr.
+bool read_number(const char* name, std::int32_t* number) {
   const environment_text value(name);
-  return value.get() == nullptr ? 0 : parse_decimal(value.get());
+  if (value.failed()) return clnt_create_failed(RPC_SYSTEMERROR, ENOMEM) != nullptr;
+  *number = value.get() == nullptr ? 0 : parse_decimal(value.get());
+  return true;
 }
 
 void remove_blanks(char* text) {
@@ -90,14 +94,17 @@ int port_slot(std::uint32_t program) {
   return -1;
 }
 
-std::uint16_t rpc_port_lookup(const char* host, std::uint32_t program, std::uint32_t) {
-  std::uint16_t base = low_half(environment_number("KORVEXRPCPORT"));
+std::int32_t rpc_port_lookup(const char* host, std::uint32_t program, std::uint32_t) {
+  std::int32_t number = 0;
+  if (!read_number("KORVEXRPCPORT", &number)) return -1;
+  std::uint16_t base = low_half(number);
   const environment_text map("KORVEXRPCMAP");
-  if (map.get() == nullptr && errno == ENOMEM) {
+  if (map.failed()) {
     std::fputs("rpclib: out of memory\n", stderr);
     return base;
   }
-  const std::int32_t offset = environment_number("KORVEXRPCOFFSET");
+  std::int32_t offset = 0;
+  if (!read_number("KORVEXRPCOFFSET", &offset)) return -1;
   const int slot = port_slot(program - static_cast<std::uint32_t>(offset));
   if (slot >= 0 && map.get() != nullptr) {
     remove_blanks(map.get());

@@ -18,8 +18,10 @@ namespace kvrpc {
 // The place of a program's port among the seven ports of an installation, or -1 when it has none.
 int port_slot(std::uint32_t program);
 
-// The port in the host's order, or 0 when the environment gives none. A faulty map is told on the
-// standard error stream, and the port found so far counts.
-std::uint16_t rpc_port_lookup(const char* host, std::uint32_t program, std::uint32_t version);
+// Returns the port in the host's order, or 0 if the environment gives none. Reports a malformed map
+// on stderr and returns the port found so far, and so for a map for which there is no memory. If
+// there is none for one of the numbers, returns -1 with the reason in rpc_createerr, because
+// another port would lead to another server.
+std::int32_t rpc_port_lookup(const char* host, std::uint32_t program, std::uint32_t version);
 
 }  // namespace kvrpc

@@ -79,6 +79,9 @@ bool rpc_interrupt_wanted() {
   return interrupt_hook() != 0 || rpc_fork_count() != forks;
 }
 
+environment_text::environment_text(const char* name)
+    : text_(rpc_environment(name)), failed_(text_ == nullptr && errno == ENOMEM) {}
+
 environment_text::~environment_text() { std::free(text_); }
 
 }  // namespace kvrpc

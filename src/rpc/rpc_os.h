@@ -134,24 +134,27 @@ std::int32_t rpc_protocol_number(const char* name);
 
 // ---- process
 
-// A copy of the environment variable as the script sees it at this moment, ended by two NUL bytes
-// and released with free. Null with errno 0 when it does not exist, with ENOMEM without memory.
+// Returns a copy of the environment variable as the script sees it at this moment, ended by two NUL
+// bytes, to be released with free. Returns null with errno 0 if it does not exist, or with ENOMEM.
 char* rpc_environment(const char* name);
 
-// Such a copy for the length of a block.
+// Such a copy for the length of a block. A reader must ask `failed` before it takes a variable that
+// has no text for one that does not exist.
 class environment_text {
  public:
-  explicit environment_text(const char* name) : text_(rpc_environment(name)) {}
+  explicit environment_text(const char* name);
   ~environment_text();
-  environment_text(environment_text&& other) noexcept : text_(other.text_) {
+  environment_text(environment_text&& other) noexcept : text_(other.text_), failed_(other.failed_) {
     other.text_ = nullptr;
   }
   environment_text& operator=(environment_text&&) = delete;
 
-  char* get() const { return text_; }  // null when the variable does not exist
+  char* get() const { return text_; }      // null if the variable does not exist
+  bool failed() const { return failed_; }  // there was no memory for it
 
  private:
   char* text_;
+  bool failed_;
 };
 
 std::uint32_t rpc_process_id();

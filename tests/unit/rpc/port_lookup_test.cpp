@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <string>
 
+#include "rpc/clnt.h"
 #include "rpc/decimal.h"
 #include "support/failing_heap.h"
 #include "support/loopback_peer.h"
@@ -20,7 +22,7 @@ constexpr std::uint32_t omega = 16011931;
 constexpr std::uint32_t sigma = 9081975;
 
 struct lookup_result {
-  std::uint32_t port;
+  std::int32_t port;
   std::string said;
 };
 
@@ -43,7 +45,7 @@ lookup_result lookup(const environment& set, const char* host, std::uint32_t pro
   const environment_guard map("KORVEXRPCMAP", set.map);
   const environment_guard offset("KORVEXRPCOFFSET", set.offset);
   testing::internal::CaptureStderr();
-  const std::uint16_t found = rpc_port_lookup(host, program, 1);
+  const std::int32_t found = rpc_port_lookup(host, program, 1);
   return {found, testing::internal::GetCapturedStderr()};
 }
 
@@ -68,8 +70,8 @@ TEST(port_lookup, gives_nothing_without_the_environment) {
 
 TEST(port_lookup, adds_the_slot_of_each_server) {
   const std::uint32_t by_slot[] = {alpha, gamma_server, theta, lambda, nue, omega, sigma};
-  for (std::uint32_t slot = 0; slot < 7; ++slot) {
-    EXPECT_EQ(port_slot(by_slot[slot]), static_cast<int>(slot));
+  for (std::int32_t slot = 0; slot < 7; ++slot) {
+    EXPECT_EQ(port_slot(by_slot[slot]), slot);
     EXPECT_EQ(lookup({"7000", nullptr, nullptr}, "a", by_slot[slot]),
               (lookup_result{7000 + slot, ""}));
   }
@@ -179,6 +181,20 @@ TEST(port_map, without_memory_gives_no_slot) {
   EXPECT_EQ(rpc_port_lookup("a", omega, 1), 7000);
   EXPECT_EQ(heap.live_blocks(), 0);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "rpclib: out of memory\n");
+}
+
+TEST(port, without_memory_for_a_number_is_a_failure) {
+  const environment_guard port("KORVEXRPCPORT", "7000");
+  const environment_guard map("KORVEXRPCMAP", nullptr);
+  const environment_guard offset("KORVEXRPCOFFSET", "5");
+  for (const int number : {0, 1}) {
+    rpc_createerr = {};
+    failing_heap heap(number);
+    EXPECT_EQ(rpc_port_lookup("a", omega, 1), -1);
+    EXPECT_EQ(rpc_createerr.cf_stat, RPC_SYSTEMERROR);
+    EXPECT_EQ(rpc_createerr.cf_error.re_errno, ENOMEM);
+    EXPECT_EQ(heap.live_blocks(), 0);
+  }
 }
 
 // ---- decimal numbers

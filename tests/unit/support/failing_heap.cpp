@@ -3,6 +3,7 @@
 #include <malloc.h>
 
 #include <algorithm>
+#include <cerrno>
 
 extern "C" {
 void* __real_malloc(std::size_t size);
@@ -38,6 +39,7 @@ bool must_fail() {
   const bool fails =
       heap.fail_at >= 0 && (number == heap.fail_at || (heap.all_later && number > heap.fail_at));
   heap.failed = heap.failed || fails;
+  if (fails) errno = ENOMEM;
   return fails;
 }
 
