@@ -23,10 +23,11 @@ std::int32_t protocol_of(const char* transport) {
 
 bool resolve(const char* host, rpc_address* address) {
   rpc_resolver_enter();
-  const std::int32_t status = rpc_resolve(host, address);
+  std::int32_t number = 0;
+  const std::int32_t status = rpc_resolve(host, address, &number);
   rpc_resolver_leave();
   if (status == RPC_UNKNOWNHOST) rpc_createerr.cf_stat = status;
-  if (status == RPC_SYSTEMERROR) clnt_create_failed(status, RPC_EAFNOSUPPORT);
+  if (status == RPC_SYSTEMERROR) clnt_create_failed(status, number);
   return status == RPC_SUCCESS;
 }
 

@@ -125,10 +125,10 @@ std::int32_t rpc_socket_recvfrom(rpc_socket sock, char* bytes, std::int32_t leng
 // on.
 void rpc_set_interrupt_hook(int (*hook)());
 
-// The address of `host` with port 0: 0, or the cf_stat of the failure (RPC_UNKNOWNHOST, or
-// RPC_SYSTEMERROR for a family other than IPv4). To be called between rpc_resolver_enter and
-// rpc_resolver_leave.
-std::int32_t rpc_resolve(const char* host, rpc_address* address);
+// Finds the first address of `host`, as the resolver orders them, with port 0. Returns 0, or the
+// cf_stat of the failure: RPC_UNKNOWNHOST, or RPC_SYSTEMERROR with the reason in `*number`, a
+// socket error number or ENOMEM. Must be called between rpc_resolver_enter and rpc_resolver_leave.
+std::int32_t rpc_resolve(const char* host, rpc_address* address, std::int32_t* number);
 // The number of the protocol `name`, or -1.
 std::int32_t rpc_protocol_number(const char* name);
 

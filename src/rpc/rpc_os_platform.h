@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 
 #include "rpc/rpc_os.h"
 
@@ -47,6 +48,22 @@ std::int32_t rpc_try_recv(rpc_socket sock, char* bytes, std::int32_t length, boo
 std::int32_t rpc_try_send(rpc_socket sock, const char* bytes, std::int32_t length);
 std::int32_t rpc_try_sendto(rpc_socket sock, const char* bytes, std::int32_t length,
                             const rpc_address* address);
+
+// ---- names
+
+// Takes the first address of a hostent, or of null. Results as rpc_resolve.
+template <class Hostent>
+std::int32_t rpc_first_address(const Hostent* found, rpc_address* address, std::int32_t* number) {
+  if (found == nullptr || found->h_addr_list[0] == nullptr) return RPC_UNKNOWNHOST;
+  if (found->h_addrtype != RPC_IPV4) {
+    *number = RPC_EAFNOSUPPORT;
+    return RPC_SYSTEMERROR;
+  }
+  *address = {};
+  address->family = RPC_IPV4;
+  std::memcpy(&address->host, found->h_addr_list[0], sizeof address->host);
+  return RPC_SUCCESS;
+}
 
 // ---- POSIX alone
 

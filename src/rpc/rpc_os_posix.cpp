@@ -105,18 +105,23 @@ void rpc_unlock(rpc_lock_record* lock) {
   if (!is_inherited(lock)) pthread_mutex_unlock(&lock->mutex);
 }
 
-std::int32_t rpc_resolve(const char* host, rpc_address* address) {
-  addrinfo hints = {};
-  hints.ai_family = AF_INET;
-  hints.ai_socktype = SOCK_STREAM;
-  addrinfo* found = nullptr;
-  if (getaddrinfo(host, nullptr, &hints, &found) != 0) return RPC_UNKNOWNHOST;
-  *address = {};
-  address->family = RPC_IPV4;
-  std::memcpy(&address->host, &reinterpret_cast<sockaddr_in*>(found->ai_addr)->sin_addr,
-              sizeof address->host);
-  freeaddrinfo(found);
-  return 0;
+// getaddrinfo would sort the addresses.
+std::int32_t rpc_resolve(const char* host, rpc_address* address, std::int32_t* number) {
+  hostent entry;
+  hostent* found = nullptr;
+  char* room = nullptr;
+  int error = ERANGE;
+  for (std::size_t size = 1024; error == ERANGE; size *= 2) {
+    char* const larger = static_cast<char*>(std::realloc(room, size));
+    if (larger != nullptr) room = larger;
+    int reason;
+    error = larger == nullptr ? ENOMEM : gethostbyname_r(host, &entry, room, size, &found, &reason);
+  }
+  *number = ENOMEM;
+  const std::int32_t status =
+      error == ENOMEM ? RPC_SYSTEMERROR : rpc_first_address(found, address, number);
+  std::free(room);
+  return status;
 }
 
 std::int32_t rpc_protocol_number(const char* name) {

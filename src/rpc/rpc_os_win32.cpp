@@ -47,14 +47,8 @@ void rpc_destroy_lock(rpc_lock_record* lock) {
 void rpc_lock(rpc_lock_record* lock) { EnterCriticalSection(&lock->section); }
 void rpc_unlock(rpc_lock_record* lock) { LeaveCriticalSection(&lock->section); }
 
-std::int32_t rpc_resolve(const char* host, rpc_address* address) {
-  const hostent* found = gethostbyname(host);
-  if (found == nullptr) return RPC_UNKNOWNHOST;
-  if (found->h_addrtype != AF_INET) return RPC_SYSTEMERROR;
-  *address = {};
-  address->family = RPC_IPV4;
-  std::memcpy(&address->host, found->h_addr_list[0], sizeof address->host);
-  return 0;
+std::int32_t rpc_resolve(const char* host, rpc_address* address, std::int32_t* number) {
+  return rpc_first_address(gethostbyname(host), address, number);
 }
 
 std::int32_t rpc_protocol_number(const char* name) {

@@ -62,7 +62,6 @@ void expect_lock_failure(std::int64_t number) {
   EXPECT_EXIT(
       {
         failing_heap heap(number);
-        errno = ENOMEM;
         rpc_startup();
         std::_Exit(0);
       },
@@ -119,24 +118,40 @@ TEST(resolver_lock, keeps_a_second_thread_out_after_the_start) {
 
 // ---- names
 
+std::int32_t resolve(const char* host, rpc_address* address) {
+  std::int32_t number;
+  return rpc_resolve(host, address, &number);
+}
+
 TEST(resolve, gives_the_address_with_no_port) {
   rpc_address address;
   std::memset(&address, 0xFF, sizeof address);
-  EXPECT_EQ(rpc_resolve("127.0.0.9", &address), 0);
+  EXPECT_EQ(resolve("127.0.0.9", &address), 0);
   const rpc_address expected = loopback(0, "127.0.0.9");
   EXPECT_EQ(std::memcmp(&address, &expected, sizeof address), 0);
 }
 
 TEST(resolve, knows_the_local_host) {
   rpc_address address;
-  EXPECT_EQ(rpc_resolve("localhost", &address), 0);
+  EXPECT_EQ(resolve("localhost", &address), 0);
   EXPECT_EQ(ntohl(address.host) >> 24, 127u);
 }
 
 TEST(resolve, refuses_what_can_be_no_name) {
   rpc_address address;
-  EXPECT_EQ(rpc_resolve("", &address), empty_name_is_this_host ? 0 : RPC_UNKNOWNHOST);
-  EXPECT_EQ(rpc_resolve(std::string(300, 'x').c_str(), &address), RPC_UNKNOWNHOST);
+  EXPECT_EQ(resolve("", &address), empty_name_is_this_host ? 0 : RPC_UNKNOWNHOST);
+  EXPECT_EQ(resolve(std::string(300, 'x').c_str(), &address), RPC_UNKNOWNHOST);
+}
+
+TEST(resolve, without_memory_says_so) {
+  rpc_address address;
+  std::int32_t number = 0;
+  failing_heap heap(0);
+  const std::int32_t status = rpc_resolve("localhost", &address, &number);
+  EXPECT_EQ(heap.live_blocks(), 0);
+  if (!heap.failed()) return;  // Windows has its own
+  EXPECT_EQ(status, RPC_SYSTEMERROR);
+  EXPECT_EQ(number, ENOMEM);
 }
 
 TEST(protocol_number, is_negative_for_an_unknown_name) {
