@@ -3,6 +3,8 @@
 // all.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "bridge/support/conversion.h"
 #include "bridge/support/procedures.h"
 #include "bridge/support/test_records.h"
