@@ -1,8 +1,9 @@
-"""Where the tests and the processes that they start find what is tested, and what they share.
+"""Puts what is tested on the path of the tests and of the processes that they start, and defines
+the fixtures that all tests share.
 
-The module is taken from the directory that KVRPC_LIB names, or else from build/lib, and kvrpc_tools
-from python/. A client of `frame_client` never connects, so tests with it reach everything up to the
-network and need none. Tests with a connection use `lambda_peer` or `fault_peer`.
+The module is taken from the directory that KVRPC_LIB names, by default build/lib, and kvrpc_tools
+from python/. A client of `frame_client` never connects, so a test with it needs no network. Tests
+with a connection use `lambda_peer` or `fault_peer`.
 """
 
 import ctypes
@@ -35,7 +36,7 @@ from settings import SETTINGS, clean_environment  # noqa: E402
 
 
 def pytest_collection_modifyitems(config, items):
-    """What waits for a minute starts first, and on one build of several."""
+    """Starts the tests that wait for a minute first, and runs them on the debug build only."""
     waiting = [item for item in items if item.get_closest_marker("once")]
     others = [item for item in items if not item.get_closest_marker("once")]
     if Path(os.environ.get("KVRPC_BUILD", "debug")).name == "debug":
@@ -53,7 +54,7 @@ def no_settings(monkeypatch):
 
 @pytest.fixture
 def run_script():
-    """Runs a script text in a process of its own and returns the completed process."""
+    """Runs the text of a script in a process of its own. Returns the completed process."""
 
     def run(script, *arguments, interpreter=sys.executable, environment=None, timeout=120):
         return subprocess.run(
@@ -69,7 +70,7 @@ def run_script():
 
 @pytest.fixture
 def fault_peer(monkeypatch):
-    """Starts a scripted peer in a server's place and points the environment to it."""
+    """Starts a scripted peer as a server, and sets the environment so that clients reach it."""
     peers = []
 
     def start(transport="tcp", server="lambda", host="127.0.0.1"):
@@ -88,7 +89,7 @@ def fault_peer(monkeypatch):
 
 @pytest.fixture
 def on_alarm():
-    """Installs a handler and sends the alarm after a while, again and again if asked."""
+    """Installs a handler and sends SIGALRM after `delay` seconds, then every `interval` seconds."""
 
     def start(handler, delay=0.1, interval=0.0):
         signal.signal(signal.SIGALRM, lambda number, frame: handler())
@@ -107,7 +108,7 @@ def module():
 
 @pytest.fixture
 def meant_to_leak():
-    """What is allocated while the test runs may be left behind: the leak check passes it over."""
+    """Excludes what is allocated while the test runs from the leak check."""
     sanitizer = ctypes.CDLL(None) if os.environ.get("KVRPC_SANITIZED") else None
     if sanitizer:
         sanitizer.__lsan_disable()
@@ -118,7 +119,7 @@ def meant_to_leak():
 
 @pytest.fixture
 def frame_client(module):
-    """A class whose clients have no connection and never make one."""
+    """A class of clients that never connect."""
 
     class FrameClient(module.RpcClient):
         def create(self):
@@ -128,7 +129,7 @@ def frame_client(module):
 
 
 class Verifier:
-    """Answers every vetting with one verdict and keeps the names it was asked for."""
+    """Answers each vetting with the same verdict and keeps the names that it was asked about."""
 
     def __init__(self, verdict=True):
         self.verdict = verdict
@@ -151,7 +152,7 @@ def verifier():
 
 @pytest.fixture
 def lambda_peer(monkeypatch):
-    """Starts a peer that serves `lambda` by a list of actions, and points the environment to it."""
+    """Starts a `lambda` that follows a list of actions, and sets the environment to reach it."""
     peers = []
 
     def start(*actions):

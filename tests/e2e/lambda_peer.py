@@ -1,11 +1,11 @@
-"""The fault peer in the place of `lambda`, told in words what to do with each call that arrives:
+"""The fault peer as the server `lambda`, with a word for what it does with each call:
 
-    answer   give the result of its procedure
+    answer   return the result of the procedure
     slow     the same, after half a second
-    hang     give nothing
+    hang     do not answer
     drop     close the connection
 
-The last word goes for all later calls. What happens is told in words as well:
+The last word applies to all later calls. Its events are words as well:
 
     open     a connection was accepted
     call N   a call of procedure N arrived

@@ -1,7 +1,8 @@
-"""Servers for the end-to-end tests, each in a process of its own: while a call waits, the module
-holds the interpreter, so that no server could answer from a thread of the same process.
+"""Runs servers for the end-to-end tests, each in a process of its own, because the module holds the
+GIL while a call waits: a thread of the same process could not answer.
 
-`Started` runs a script that prints `port N` when it is ready and a line for whatever it observes.
+`Started` runs a script that prints `port N` when it is ready, and a line for each observation. It
+may print only a few, because nothing reads them while the module holds the GIL.
 """
 
 import contextlib
@@ -19,7 +20,7 @@ START_SECONDS = 20
 
 
 class Started:
-    """A running server; `port` is what it said."""
+    """A running server; `port` is the port that it printed."""
 
     def __init__(self, script, *arguments):
         self._process = subprocess.Popen(
@@ -39,11 +40,11 @@ class Started:
             self._lines.put(line.rstrip("\n"))
 
     def next_line(self, seconds=START_SECONDS):
-        """The next line that it prints; queue.Empty when none comes in time."""
+        """Returns the next line that it prints. Raises queue.Empty if none comes in time."""
         return self._lines.get(timeout=seconds)
 
     def lines(self):
-        """What it has printed since it was last asked."""
+        """Returns the lines that nobody has asked for yet."""
         found = []
         with contextlib.suppress(queue.Empty):
             while True:

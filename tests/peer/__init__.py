@@ -1,23 +1,24 @@
-"""A scripted server for ONC RPC calls over TCP and UDP, to try a client's handling of faults.
+"""A scripted server for ONC RPC calls over TCP and UDP, which shows how a client handles faults.
 
-`FaultPeer` starts it in a process of its own (`python -m peer`) and tells it, call by call, what to
-answer: a step, a list of steps (several messages in answer to one call) or an empty list (silence).
-A step is a dictionary; without any entry it answers well.
+`FaultPeer` starts it in a process of its own (`python -m peer`) and gives it an action for each
+call: a step, a list of steps (several messages in answer to one call) or an empty list (no answer).
+A step is a dictionary; an empty one is a good answer.
 
-    reply     what follows the id, in hex; `messages` builds it
-    id        "own" (default), "wrong", or "before": that of the call before this one
-    raw       these bytes in hex instead of a message, not framed
-    fragment  data bytes a fragment, TCP; all in one without it
-    empty     so many fragments of length zero ahead of each fragment, TCP
-    piece     bytes a write, TCP
+    reply     the bytes after the id, in hex; `messages` builds them
+    id        "own" (the default), "wrong", or "before": that of the call before this one
+    raw       bytes in hex that are sent instead of a message, without a record mark
+    fragment  data bytes per fragment, TCP; one fragment if missing
+    empty     number of fragments of length zero before each fragment, TCP
+    piece     bytes per write, TCP
     pause     seconds between two writes
-    cut       only the first so many bytes are written, marks included
+    cut       number of bytes to write at most, record marks included
     then      "close" or "reset": how the connection ends after the step, TCP
     delay     seconds before the step
     times     how often the message is sent
     stranger  True: the datagram comes from another socket, UDP
 
-It keeps every call with its bytes and its time for the test to look at.
+For example, `peer.script({"delay": 0.5}, [])` answers the first call late and the second never. The
+peer keeps each call with its bytes and its time.
 """
 
 from peer import messages

@@ -1,4 +1,4 @@
-"""What follows the id in a reply (RFC 5531), in hex, for the `reply` of a step.
+"""Builds the bytes after the id in a reply (RFC 5531), in hex, for the `reply` of a step.
 
     accepted    1, 0, verifier, status, what the status says
     denied      1, 1, 0 low high | 1 reason
@@ -15,7 +15,7 @@ def words(*values):
 
 
 def verifier(length, flavour=1):
-    """A verifier of `length` bytes, which need not be allowed."""
+    """Returns a verifier of `length` bytes, which may be more than RFC 5531 allows."""
     return words(flavour, length) + b"v" * length + b"\0" * (-length % 4)
 
 

@@ -1,4 +1,4 @@
-"""What the steps of a script become: the bytes of a message and how they leave."""
+"""Runs the steps of a script: builds the bytes of a message and sends them."""
 
 import socket
 import struct
@@ -14,7 +14,7 @@ def wrong_id(call):
 
 
 def message_bytes(step, call, before):
-    """The message of a step in answer to `call`; `before` is the call before that."""
+    """Returns the message of a step in answer to `call`; `before` is the call before it."""
     chosen = step.get("id", "own")
     identity = {"own": call[:4], "before": before[:4], "wrong": wrong_id(call)}[chosen]
     (procedure,) = struct.unpack(">I", call[20:24])
@@ -25,7 +25,7 @@ def message_bytes(step, call, before):
 
 
 def framed(step, message):
-    """The message as a record of as many fragments as the step wants."""
+    """Returns the message as a record, in the fragments that the step asks for."""
     size = step.get("fragment") or max(len(message), 1)
     record = b""
     for start in range(0, max(len(message), 1), size):
@@ -36,7 +36,7 @@ def framed(step, message):
 
 
 def reset(connection):
-    """Ends the connection with a reset instead of an orderly close."""
+    """Makes the next close of the connection a reset."""
     connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
 
 
@@ -49,7 +49,7 @@ def write_in_pieces(connection, data, step):
 
 
 def answer_stream(connection, step, call, before):
-    """Runs a step on a connection; whether the connection goes on."""
+    """Runs a step on a connection. Returns false if the step ends the connection."""
     time.sleep(step.get("delay", 0))
     data = bytes.fromhex(step["raw"]) if "raw" in step else framed(
         step, message_bytes(step, call, before))
