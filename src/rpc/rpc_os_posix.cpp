@@ -2,6 +2,7 @@
 #include <pthread.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -25,14 +26,29 @@ namespace {
 
 std::uint32_t fork_count = 0;
 
-// One bit for each descriptor that rpc_socket_open made. Static, so that the fork handler below
-// finds it whole whatever another thread was doing at the moment of the fork.
+// One bit for each descriptor that rpc_socket_open made, and the inode of its socket. Static, so
+// that the fork handler below finds them whole whatever another thread was doing at the moment of
+// the fork.
 constexpr std::size_t tracked_sockets = 65536;
 std::uint64_t open_sockets[tracked_sockets / 64];
+ino_t socket_inodes[tracked_sockets];
 
 bool is_trackable(rpc_socket sock) { return static_cast<std::size_t>(sock) < tracked_sockets; }
 
 std::uint64_t socket_bit(rpc_socket sock) { return std::uint64_t{1} << (sock % 64); }
+
+// Returns the inode of the socket, or 0 if the descriptor is no socket. fstat is async-signal-safe.
+ino_t inode_of(int descriptor) {
+  struct stat status;
+  return fstat(descriptor, &status) == 0 && S_ISSOCK(status.st_mode) ? status.st_ino : 0;
+}
+
+// A script may have closed the descriptor, as os.closerange does when it becomes a daemon, and its
+// number may belong to a file of the script by now.
+void close_if_ours(std::size_t descriptor) {
+  const ino_t inode = inode_of(static_cast<int>(descriptor));
+  if (inode != 0 && inode == socket_inodes[descriptor]) close(static_cast<int>(descriptor));
+}
 
 // Runs in the child, before anything else does. close is async-signal-safe, as the child of a
 // process with threads needs it.
@@ -40,7 +56,7 @@ void leave_parent() {
   ++fork_count;
   for (std::size_t i = 0; i < tracked_sockets / 64; ++i) {
     for (; open_sockets[i] != 0; open_sockets[i] &= open_sockets[i] - 1) {
-      close(static_cast<int>(i * 64) + __builtin_ctzll(open_sockets[i]));
+      close_if_ours(i * 64 + static_cast<std::size_t>(__builtin_ctzll(open_sockets[i])));
     }
   }
 }
@@ -64,7 +80,9 @@ int initialise(rpc_lock_record* lock) {
 }  // namespace
 
 void rpc_track_socket(rpc_socket sock) {
-  if (is_trackable(sock)) open_sockets[sock / 64] |= socket_bit(sock);
+  if (!is_trackable(sock)) return;
+  socket_inodes[sock] = inode_of(sock);
+  open_sockets[sock / 64] |= socket_bit(sock);
 }
 
 void rpc_untrack_socket(rpc_socket sock) {
