@@ -82,6 +82,7 @@ class AsyncTransport:
         """Waits for its turn, because a worker makes one call at a time."""
         loop = asyncio.get_running_loop()
         if self._lock is None or self._loop is not loop:
+            self._discard()  # on Windows a socket belongs to the loop that used it first
             self._lock, self._loop = asyncio.Lock(), loop
         async with self._lock:
             yield

@@ -4,10 +4,9 @@ from __future__ import annotations
 
 from typing import Any, List, Tuple
 
-MASK = "***"
+from .schema import SECRETS
 
-# Fields with these keys hold passwords and PINs, in arguments and in results.
-KEYS = frozenset(("admpw", "newpw", "oldpw", "passwor", "pincode"))
+MASK = "***"
 
 # The whole argument of these procedures is a secret.
 ARGUMENTS = frozenset(("o_check_admpw_1", "o_cha_licence_1"))
@@ -32,7 +31,7 @@ def masked_value(value: Any) -> Any:
         container, place = unread.pop()
         found = container[place]
         if isinstance(found, dict):
-            copy: Any = {key: MASK if key in KEYS else each for key, each in found.items()}
+            copy: Any = {key: MASK if key in SECRETS else each for key, each in found.items()}
             places: Any = copy
         elif isinstance(found, (list, tuple)):
             copy = list(found)

@@ -130,16 +130,17 @@ class Watch:
         self._bytes_out = len(text) if text.isascii() else len(text.encode("utf-8", "replace"))
         self._start = time.perf_counter()
         self.reply = b""
+        self.seconds = 0.0
 
     def __enter__(self) -> Watch:
         return self
 
     def __exit__(self, kind: Optional[Type[BaseException]], error: Optional[BaseException],
                  trace: Optional[TracebackType]) -> None:
-        seconds = time.perf_counter() - self._start
+        self.seconds = time.perf_counter() - self._start
         event = CallEvent(
             self._procedure.server, self._procedure.name, self._procedure.number, self._host,
-            _status(self.reply), None if kind is None else kind.__name__, seconds,
+            _status(self.reply), None if kind is None else kind.__name__, self.seconds,
             self._bytes_out, len(self.reply))
         _tell(event, self._argument)
 

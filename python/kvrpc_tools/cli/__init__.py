@@ -1,9 +1,15 @@
-"""The command `kvrpc`. What it prints and reads needs the packages of the extra `cli`."""
+"""The command `kvrpc`. What it prints and reads needs the packages of the extra `cli`.
+
+    app         the commands together, errors and exit codes
+    names       procedures, records and servers by the names that people type
+    options     the options that several commands share
+    values      arguments from text, and results to text
+    listing, describing, calling, pinging, decoding    one command each
+"""
 
 from __future__ import annotations
 
 import sys
-from importlib import metadata
 from importlib.util import find_spec
 from typing import Optional, Sequence
 
@@ -14,11 +20,14 @@ def main(arguments: Optional[Sequence[str]] = None) -> int:
     """Runs the command line and returns its exit code."""
     words = sys.argv[1:] if arguments is None else list(arguments)
     if words == ["--version"]:
+        from importlib import metadata
+
         print(f"kvrpc {metadata.version('kvrpc')}")
         return 0
     if any(find_spec(name) is None for name in NEEDED):
         print('kvrpc: the command line needs click and rich; run: pip install "kvrpc[cli]"',
               file=sys.stderr)
         return 1
-    print("usage: kvrpc --version", file=sys.stderr)
-    return 2
+    from .app import run
+
+    return run(words)

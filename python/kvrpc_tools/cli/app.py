@@ -1,0 +1,138 @@
+"""The commands together, and what becomes of errors.
+
+    exit code   when
+    0           all is well
+    2           the words or the argument are wrong; nothing was sent
+    3           no connection, or no answer in time
+    64 + N      the reply has status N
+    130         Ctrl-C
+    141         whoever read the output has closed it
+"""
+
+from __future__ import annotations
+
+import json
+import os
+import sys
+from importlib import import_module
+from typing import Any, Dict, List, Optional, Sequence, Tuple
+
+import click
+
+from ..errors import ArgumentError, CallError, ConnectError, KvrpcError
+
+USAGE, NO_ANSWER, BY_STATUS, CTRL_C, CLOSED_PIPE = 2, 3, 64, 130, 141
+
+# The module of each command, which is imported when the command is used, and its name there.
+COMMANDS = {
+    "list": ("listing", "list_procedures"),
+    "describe": ("describing", "describe"),
+    "call": ("calling", "call"),
+    "ping": ("pinging", "ping"),
+    "decode": ("decoding", "decode"),
+}
+
+
+class _Commands(click.Group):
+    def list_commands(self, ctx: click.Context) -> List[str]:
+        """Returns the names of all commands, in the order of the help."""
+        return [*COMMANDS, *self.commands]
+
+    def get_command(self, ctx: click.Context, cmd_name: str) -> Optional[click.Command]:
+        """Returns a command by its name."""
+        if cmd_name not in COMMANDS:
+            return super().get_command(ctx, cmd_name)
+        module, name = COMMANDS[cmd_name]
+        found: click.Command = getattr(import_module(f".{module}", __package__), name)
+        return found
+
+
+_SETTINGS = {"help_option_names": ["-h", "--help"], "max_content_width": 100}
+
+
+@click.group(cls=_Commands, context_settings=_SETTINGS)
+@click.version_option(package_name="kvrpc", prog_name="kvrpc", message="%(prog)s %(version)s")
+@click.pass_context
+def kvrpc(context: click.Context) -> None:
+    """Talks to the servers of a fax server.
+
+    Options may be anywhere. Exit codes: 2 wrong words or argument, 3 no connection or no answer in
+    time, 64 + N a reply with status N.
+    """
+    if os.environ.get("NO_COLOR"):
+        context.color = False
+
+
+@kvrpc.command()
+@click.argument("shell", type=click.Choice(["bash", "zsh", "fish"]))
+def completion(shell: str) -> None:
+    """Print what makes a shell complete the words of kvrpc.
+
+    For example, in bash: eval "$(kvrpc completion bash)"
+    """
+    from click.shell_completion import get_completion_class
+
+    found = get_completion_class(shell)
+    assert found is not None
+    click.echo(found.source_template % found(kvrpc, {}, "kvrpc", "_KVRPC_COMPLETE").source_vars())
+
+
+def run(words: Sequence[str]) -> int:
+    """Runs the words of a command line. Returns the exit code."""
+    if "_KVRPC_COMPLETE" in os.environ:
+        kvrpc.main(prog_name="kvrpc")  # answers the shell and ends the process
+    try:
+        code = _invoke(_command_first(list(words)))
+        sys.stdout.flush()
+        return code
+    except BrokenPipeError:
+        # The interpreter writes what is left at its end, and would complain.
+        os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
+        return CLOSED_PIPE
+    except (KeyboardInterrupt, click.Abort):
+        return CTRL_C
+    except (click.ClickException, KvrpcError, TimeoutError) as error:
+        code, told = _told(error)
+        _print_error(code, told, "--json" in words)
+        return code
+
+
+def _invoke(words: List[str]) -> int:
+    """Runs a command. It is not left to click, which has exit codes of its own."""
+    try:
+        with kvrpc.make_context("kvrpc", words) as context:
+            code = kvrpc.invoke(context)
+    except click.exceptions.Exit as end:  # that of --help, for example
+        return end.exit_code
+    return code if isinstance(code, int) else 0
+
+
+def _command_first(words: List[str]) -> List[str]:
+    """Moves the options before a command behind it."""
+    for place, word in enumerate(words):
+        if word in COMMANDS or word in kvrpc.commands:
+            return [word, *words[:place], *words[place + 1:]]
+    return words
+
+
+def _told(error: Exception) -> Tuple[int, Dict[str, Any]]:
+    """The exit code of an error, and what to tell of it."""
+    told: Dict[str, Any] = {"error": type(error).__name__, "message": str(error)}
+    if isinstance(error, click.ClickException):
+        told = {"error": "UsageError", "message": error.format_message()}
+        return USAGE, told
+    if isinstance(error, ArgumentError) and error.problems:
+        return USAGE, told
+    if isinstance(error, CallError):
+        return BY_STATUS + error.status, {**told, "status": error.status}
+    if isinstance(error, ConnectError):
+        told.update(server=error.server, host=error.host, port=error.port,
+                    transport=error.transport, advice=error.advice)
+    return NO_ANSWER, told
+
+
+def _print_error(code: int, told: Dict[str, Any], as_json: bool) -> None:
+    if as_json:
+        print(json.dumps({**told, "exit_code": code}, ensure_ascii=False), file=sys.stderr)
+    else:
+        print("kvrpc: " + " ".join(str(told["message"]).split()), file=sys.stderr)

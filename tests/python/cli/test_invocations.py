@@ -1,0 +1,181 @@
+"""A table of command lines, each with its input, its exit code and what it prints."""
+
+import json
+import re
+
+import pytest
+from peer import messages
+
+LOGIN = '{"userid":"meier","passwor":"geheim"}'
+STATUS = r'{"state_fax":1,"state_gateways":1,"state_daemons":1,"state_drivers":1}\n'
+ALL_SERVERS = ["alpha", "lambda", "nue", "omega", "sigma", "theta"]
+CALL_BYTES = "00000001000000000000000200f452bf000000010000000b" + "0" * 32  # a call of a_login_1
+LOGIN_BYTES = ("6d656965720000000000000067656865696d" + "00" * 15).ljust(64, "0")
+
+
+def line(words, code=0, out="", err="", stdin=""):
+    """A command line; `out` and `err` are patterns that all of the output must match."""
+    return pytest.param(words.split(), code, out, err, stdin, id=words[:70] or "(nothing)")
+
+
+# Nothing but the interface is needed.
+ALONE = [
+    line("", 0, r"Usage: kvrpc .*"),
+    line("--help", 0, r"Usage: kvrpc .*ping.*"),
+    line("-h", 0, r"Usage: kvrpc .*"),
+    line("nonsense", 2, err=r"kvrpc: No such command 'nonsense'\.\n"),
+    line("--nonsense", 2, err=r"kvrpc: No such option: --nonsense\n"),
+    line("list", 0, r"alpha: Sessions\n  a_login_1 .*sigma: .*"),
+    line("list lambda", 0, r"lambda: .*l_get_status_1.*"),
+    line("list nonsense", 2, err=r"kvrpc: .*'nonsense' is not one of.*\n"),
+    line("list alpha --grep login_1", 0, r"alpha: Sessions\n  a_login_1 [^\n]*\n(  a_.*)+"),
+    line("list --grep=LOGIN_1 alpha", 0, r"alpha: Sessions\n  a_login_1 [^\n]*\n(  a_.*)+"),
+    line("--grep zzzz list", 0),
+    line("list nue --json", 0, r'\[{"server":"nue",.*}\]\n'),
+    line("list --help", 0, r"Usage: kvrpc list .*--grep WORD.*"),
+    line("describe a_login", 0, r"a_login_1\n.*userid: text, at most 10 bytes\..*login_res.*"),
+    line("describe a_login_1 --template", 0, r'{\n  "userid": "",\n  "passwor": ""\n}\n'),
+    line("describe --template l_get_status", 0, r"null\n"),
+    line("describe a_login --json", 0, r'{"procedure":"a_login_1","server":"alpha","number":11,.*'),
+    line("describe login_arg", 0, r"login_arg\n  Argument of a_login_1.*Used by a_login_1\n"),
+    line("describe login_arg --template", 0, r'{\n  "userid": "",\n  "passwor": ""\n}\n'),
+    line("describe login_arg --json", 0, r'{"record":"login_arg",.*"used_by":\["a_login_1"\]}\n'),
+    line("describe a_logn", 2,
+         err=r"kvrpc: .*no procedure or record 'a_logn', did you mean a_login_1\?\n"),
+    line("describe zzzzzzz", 2, err=r"kvrpc: .*no procedure or record 'zzzzzzz'\n"),
+    line("describe", 2, err=r"kvrpc: Missing argument 'NAME'\.\n"),
+    line("call", 2, err=r"kvrpc: Missing argument 'PROCEDURE'\.\n"),
+    line("call a_logn_1", 2, err=r"kvrpc: .*no procedure 'a_logn_1', did you mean a_login_1\?\n"),
+    line("call login_arg", 2, err=r"kvrpc: .*no procedure 'login_arg'.*\n"),
+    line('call a_login {"usrid":1}', 2,
+         err=r"kvrpc: a_login_1: usrid: unknown member, did you mean userid\?\n"),
+    line('call a_login {"userid":"meiermeiermeier"}', 2,
+         err=r"kvrpc: a_login_1: userid: 15 bytes, 10 fit\n"),
+    line("call a_login -s userid=meiermeiermeier", 2,
+         err=r"kvrpc: a_login_1: userid: 15 bytes, 10 fit\n"),
+    line("call a_login -s usrid=x", 2,
+         err=r"kvrpc: -s usrid: login_arg has no member 'usrid', did you mean userid\?\n"),
+    line("call a_login -s userid", 2, err=r"kvrpc: -s userid: PATH=VALUE is expected\n"),
+    line("call a_login -s userid.x=1", 2, err=r"kvrpc: -s userid\.x: there is no member 'x'.*\n"),
+    line("call l_stopserver -s x=1", 2, err=r"kvrpc: .*\n"),
+    line("call a_logout -s loginid=seven", 2,
+         err=r"kvrpc: -s loginid: 'seven' is no JSON for a long\n"),
+    line("call a_login {", 2, err=r"kvrpc: the argument is no JSON: .*\n"),
+    line("call a_login -", 2, err=r"kvrpc: the argument on the standard input is no JSON: .*\n",
+         stdin="{"),
+    line("call a_login @no/such/file", 2, err=r"kvrpc: no/such/file: No such file.*\n"),
+    line("call l_get_status 5", 2, err=r"kvrpc: l_get_status_1: argument: this procedure takes "
+                                       r"no argument\n"),
+    line("call l_get_status --timeout=-1", 2, err=r"kvrpc: .*--timeout.*\n"),
+    line("call l_get_status --port 99999", 2, err=r"kvrpc: .*--port.*\n"),
+    line("call l_get_status --transport sctp", 2, err=r"kvrpc: .*--transport.*\n"),
+    line("call a_logn_1 --json", 2, err=r'{"error": "UsageError", .*"exit_code": 2}\n'),
+    line(f"call a_login {LOGIN} --dry-run", 0,
+         r"[0-9a-f]{8}000000000000000200f452bf000000010000000b0{32}.*\n"),
+    line("call a_login -s userid=meier --dry-run --timeout 5", 0, r"[0-9a-f]{80}0000006d.*\n"),
+    line(f"decode a_login {CALL_BYTES}", 2, err=r"kvrpc: these are not the bytes of a_login_1.*\n"),
+    line(f"decode l_ps {CALL_BYTES}", 2,
+         err=r"kvrpc: this calls procedure 11, and l_ps_1 is procedure \d+\n"),
+    line("decode a_login xyz", 2, err=r"kvrpc: these are no hexadecimal digits\n"),
+    line("decode a_login 00", 2, err=r"kvrpc: these bytes are neither a call nor .*\n"),
+    line("decode l_version 000000010000000100000000000000000000000000000000000000" + "07", 0,
+         r'{"procedure":"l_version_1","result":7}\n'),
+    line("decode l_version -", 0, r'{"procedure":"l_version_1","result":7}\n',
+         stdin="8000001c 00:00:00:01 00000001 00000000 0000 0000 00000000 00000000\n00000007"),
+    line("completion bash", 0, r".*_KVRPC_COMPLETE=bash_complete.*"),
+    line("completion zsh", 0, r"#compdef kvrpc.*"),
+    line("completion fish", 0, r".*_KVRPC_COMPLETE=fish_complete.*"),
+    line("completion tcsh", 2, err=r"kvrpc: .*'tcsh' is not one of.*\n"),
+]
+
+# A simulator is there.
+SERVED = [
+    line("call l_get_status_1", 0, STATUS),
+    line("call l_get_status", 0, STATUS),
+    line("call l_get_status null", 0, STATUS),
+    line("call l_get_status --host localhost --transport udp", 0, STATUS),
+    line("--host 127.0.0.1 --timeout 20 call l_get_status", 0, STATUS),
+    line("call --timeout 20 l_get_status", 0, STATUS),
+    line("call l_get_status -v", 0, STATUS,
+         r"l_get_status_1 of lambda: [\d.]+ ms, 1 attempt, 23 bytes out, 107 in\n"),
+    line("call l_get_status -vv", 0, STATUS,
+         r'call: {"l_get_status_1": null}\nbytes: [0-9a-f]{80}\n.*\nreply: {"status":0,.*}\n'),
+    line("call l_get_status --raw", 0, r'{"status":0,"message":"ok","result":{.*}}\n'),
+    line(f"call a_login {LOGIN}", 0, r'{"loginid":\d+,"err":0}\n'),
+    line("call a_login -", 0, r'{"loginid":\d+,"err":0}\n', stdin=LOGIN),
+    line("call a_login - -s passwor=wrong", 0, r'{"loginid":0,"err":2}\n', stdin=LOGIN),
+    line("call a_login -s userid=meier -s passwor=geheim -vv", 0, r'{"loginid":\d+,"err":0}\n',
+         r'call: {"a_login_1": {"userid": "meier", "passwor": "\*\*\*"}}\na_login_1 .*'),
+    line("call a_login -s passwor=geheim -vv --show-secrets", 0, r".*",
+         r'call: {"a_login_1": {"passwor": "geheim"}}\n.*'),
+    line('call a_login {"nonsense":1} --no-check', 65,
+         err=r"kvrpc: a_login_1: can not json encode arg\n"),
+    line('call a_login {"nonsense":1} --no-check --raw', 65, r'{"status":1,"message":.*}\n',
+         r"kvrpc: .*\n"),
+    line("call l_ps", 0, r'\[{"slot":0,.*}\]\n'),
+    line("ping", 0, "".join(rf"{each} on localhost, port \d+, tcp: [\d.]+ ms\n"
+                            for each in ALL_SERVERS)),
+    line("ping lambda --transport udp", 0, r"lambda on localhost, port \d+, udp: [\d.]+ ms\n"),
+    line("ping --count 3 sigma", 0, r"(sigma on .* ms\n){3}3 of 3 answered; .*\n"),
+    line("ping nue --json", 0, r'\[{"server":"nue",.*"transport":"tcp","milliseconds":[\d.]+}\]\n'),
+]
+
+
+def check(done, code, out, err):
+    assert (done.code, done.err if done.code != code else "") == (code, "")
+    assert re.fullmatch(out, done.out, re.DOTALL), done.out
+    assert re.fullmatch(err, done.err, re.DOTALL), done.err
+
+
+@pytest.mark.parametrize(("words", "code", "out", "err", "stdin"), ALONE)
+def test_without_a_server(kvrpc, words, code, out, err, stdin):
+    check(kvrpc(*words, stdin=stdin), code, out, err)
+
+
+@pytest.mark.parametrize(("words", "code", "out", "err", "stdin"), SERVED)
+def test_with_a_server(kvrpc, simulator, words, code, out, err, stdin):
+    check(kvrpc(*words, stdin=stdin), code, out, err)
+
+
+# The peer misbehaves: what it does, the words, the exit code, the pattern of the error.
+LYING = [
+    ([], "call l_get_status --timeout 0.3", 3, r"kvrpc: no answer within 0\.3 s\n"),
+    ([], "--json call l_get_status --timeout 0.3", 3,
+     r'{"error": "TimeoutError", .*"exit_code": 3}\n'),
+    ([], "ping lambda --timeout 0.3", 3, r"kvrpc: lambda on 127\.0\.0\.1, port \d+, tcp: .*\n"),
+    ({"reply": messages.auth_error(5)}, "call l_get_status", 67,
+     r"kvrpc: l_get_status_1: rpc_call: .*\(re_status 7\).*\n"),
+    ({"reply": messages.accepted(messages.PROC_UNAVAIL)}, "call l_get_status", 67, r"kvrpc: .*\n"),
+    ({"cut": 8, "then": "close"}, "call l_get_status --json", 67,
+     r'{"error": "RpcError", .*"status": 3, "exit_code": 67}\n'),
+    ({"reply": messages.prog_mismatch(2, 3)}, "ping lambda", 3,
+     r"kvrpc: lambda on .*: the answer is not that of this server\n"),
+]
+
+
+@pytest.mark.parametrize(("action", "words", "code", "err"), LYING, ids=lambda each: str(each)[:40])
+def test_with_a_peer_that_misbehaves(kvrpc, fault_peer, action, words, code, err):
+    fault_peer().script(otherwise=action)
+    check(kvrpc(*words.split()), code, "", err)
+
+
+@pytest.mark.parametrize(("words", "err"), [
+    ("call l_get_status",
+     r"kvrpc: no connection to lambda on 127\.0\.0\.1 \(port \d+, tcp\): .*\n"),
+    ("call l_get_status --json", r'{"error": "ConnectError", .*"server": "lambda", "host": .*}\n'),
+    ("ping lambda", r"kvrpc: lambda on .*refused.*\n"),
+])
+def test_with_no_peer_at_all(kvrpc, fault_peer, words, err):
+    fault_peer().stop()
+    check(kvrpc(*words.split()), 3, "", err)
+
+
+def test_the_table_is_long_enough():
+    assert len(ALONE) + len(SERVED) + len(LYING) >= 60
+
+
+def test_a_template_edited_in_a_file_works(kvrpc, simulator, tmp_path):
+    file = tmp_path / "a.json"
+    argument = json.loads(kvrpc("describe", "a_login", "--template").out)
+    file.write_text(json.dumps({**argument, "userid": "meier", "passwor": "geheim"}))
+    assert kvrpc("call", "a_login", f"@{file}").code == 0
