@@ -65,7 +65,7 @@ def excluded():
 
 def pytest_configure(config):
     start_peers_on_the_other_side()
-    from kvrpc_tools.simulator import fixture  # python/ is on the path from here on
+    from kvrpc_tools.simulator import fixture  # of the installed wheel
 
     def log(self):
         """As the simulator wrote it, before it answered."""

@@ -16,6 +16,7 @@ import peer_starter
 
 ROOT = peer_starter.ROOT
 BUILD = ROOT / "build" / "win32"
+INSTALLED = BUILD / "installed"  # what tools/win32-wheel leaves
 AT_ONCE = 6
 SECONDS = 400
 NO_TEST_LEFT = 5  # pytest's exit code when all tests of a file are excluded
@@ -30,7 +31,7 @@ def run(files, options, environment):
     """Whether the files' tests passed."""
     python = BUILD / "python" / "python.exe"
     command = [str(ROOT / "tools" / "win32-run"), str(python), "-m", "pytest", "-q",
-               "-p", "other_side", "-p", "no:cacheprovider", *files, *options]
+               "-o", "pythonpath=.", "-p", "other_side", "-p", "no:cacheprovider", *files, *options]
     process = subprocess.Popen(command, env=environment, cwd=ROOT, stdout=subprocess.PIPE,
                                stderr=subprocess.STDOUT, encoding="utf-8", errors="replace")
     try:
@@ -50,12 +51,13 @@ def main(arguments):
     shutil.rmtree(peer_starter.ERRORS, ignore_errors=True)
     files = files or sorted(f"tests/e2e/{path.name}"
                             for path in (ROOT / "tests" / "e2e").glob("test_*.py"))
+    paths = (INSTALLED, BUILD / "packages", ROOT / "tests" / "win32")
     environment = dict(
         os.environ,
         KVRPC_PEER_STARTER=str(peer_starter.start()),
-        KVRPC_LIB=f"Z:{BUILD}/lib",
+        KVRPC_LIB=f"Z:{INSTALLED}",
         KVRPC_BUILD=f"Z:{BUILD}",
-        PYTHONPATH=";".join(f"Z:{path}" for path in (BUILD / "packages", ROOT / "tests" / "win32")),
+        PYTHONPATH=";".join(f"Z:{path}" for path in paths),
         PYTHONDONTWRITEBYTECODE="1",
     )
     with ThreadPoolExecutor(AT_ONCE) as pool:
