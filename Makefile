@@ -29,9 +29,11 @@ test: ## unit and end-to-end tests, debug and under the sanitizers
 	@tools/run-tests debug
 	@tools/run-tests asan
 
-test-slow: ## what takes longer: real time limits, a hundred thousand calls, long lists
+test-slow: ## what takes longer: real time limits, a hundred thousand calls, long lists, storms
 	@tools/setup build peers
 	@tools/run-tests debug -m "slow or once"
+	@tools/run-tests asan tests/e2e/test_storms.py
+	@tools/run-tests tsan tests/e2e/test_storms.py
 
 test-clang: ## the same tests on clang's release build
 	@tools/setup build peers check
