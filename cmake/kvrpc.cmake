@@ -11,7 +11,8 @@ if(SKBUILD)  # two builds of a wheel give the same bytes, whatever folders they 
 endif()
 if(KVRPC_SANITIZE)
   target_compile_options(kvrpc_flags INTERFACE
-    -fsanitize=${KVRPC_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    -fsanitize=${KVRPC_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
+    -ftls-model=initial-exec)  # LeakSanitizer may misread a dlopened library's own TLS block and crash
   target_link_options(kvrpc_flags INTERFACE -fsanitize=${KVRPC_SANITIZE})
 endif()
 if(KVRPC_COVERAGE)

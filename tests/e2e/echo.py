@@ -4,17 +4,22 @@ import contextlib
 
 from servers import Started
 
-# The names that every script of `run_echo` starts with. `call` returns the number that came back,
-# `spawn` runs a function in a forked child and returns its exit code, `wait_for` ends a child that
-# hangs.
+# The names that every script of `run_echo` starts with. `connect` returns a client that is closed
+# at the end, `call` the number that came back, `spawn` the id of a child that runs a function, and
+# `wait_for` a child's exit code. It ends a child that hangs.
 HEAD = """
-    import faulthandler, os, signal, sys, threading, time
+    import atexit, faulthandler, os, signal, sys, threading, time
     import kvrpc
     faulthandler.dump_traceback_later(60, exit=True)
 
     class Allow:
         def verify_call(self, name):
             return True
+
+    def connect():
+        client = kvrpc.RpcClient("alpha")
+        atexit.register(client.close)
+        return client
 
     def call(client, number, verifier=Allow()):
         reply = client.call('{"a_zeitstring_1":%d}' % number, verifier)
@@ -55,13 +60,13 @@ def echo_server():
         server.stop()
 
 
-def run_echo(run_script, script, *, transport="tcp", **options):
+def run_echo(run_script, script, *, transport="tcp", environment=(), **options):
     """Runs the script against an echo server. Returns its output; anything on stderr fails."""
     with echo_server() as server:
         done = run_script(
             HEAD + script,
             environment={"KORVEXRPCPORT": str(server.port), "ALPHAHOST": "127.0.0.1",
-                         "RPCTRANSPORT": transport},
+                         "RPCTRANSPORT": transport, **dict(environment)},
             **options)
     assert (done.returncode, done.stderr) == (0, ""), (done.returncode, done.stderr, done.stdout)
     return done.stdout

@@ -10,7 +10,7 @@ from echo import run_echo
 pytestmark = pytest.mark.skipif(sys.platform == "win32", reason="Windows has no fork")
 
 FORKING = """
-    client = kvrpc.RpcClient("alpha")
+    client = connect()
     children = []
 
     def forking(number, frame):

@@ -16,7 +16,7 @@ pytestmark = [
 GREENLETS = """
     import greenlet
     main = greenlet.getcurrent()
-    client = kvrpc.RpcClient("alpha")
+    client = connect()
     numbers = []
 
     class Switching:

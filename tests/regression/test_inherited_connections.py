@@ -16,7 +16,7 @@ pytestmark = pytest.mark.skipif(sys.platform == "win32", reason="Windows has no 
 @pytest.mark.parametrize("transport", ["tcp", "udp"])
 def test_parent_and_children_get_their_own_answers(run_script, transport):
     output = run_echo(run_script, """
-    client = kvrpc.RpcClient("alpha")
+    client = connect()
 
     def calls_of(who):
         for count in range(50):
@@ -73,6 +73,7 @@ def test_what_a_child_does_with_an_inherited_client_stays_its_own(run_script, la
         os._exit(0)
     print(os.waitpid(child, 0)[1])
     print(client.call('{{"l_version_1":0}}', Allow()).decode())
+    client.close()
     """, environment=environment_of(peer))
     assert (done.returncode, done.stderr) == (0, "")
     status, reply = done.stdout.splitlines()
@@ -84,7 +85,7 @@ def test_what_a_child_does_with_an_inherited_client_stays_its_own(run_script, la
 def test_a_child_that_closed_all_files_keeps_its_own(run_script):
     """A daemon closes every descriptor; the numbers of the inherited sockets are others' then."""
     output = run_echo(run_script, """
-    clients = [kvrpc.RpcClient("alpha") for _ in range(5)]
+    clients = [connect() for _ in range(5)]
 
     def daemon():
         os.closerange(3, 100)
@@ -110,7 +111,7 @@ def test_a_fork_in_the_vetting_gives_both_processes_their_answer(run_script):
                 self.child = os.fork()
             return True
 
-    client = kvrpc.RpcClient("alpha")
+    client = connect()
     verifier = Forking()
     number = call(client, 42, verifier)
     if verifier.child == 0:

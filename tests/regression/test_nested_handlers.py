@@ -28,7 +28,7 @@ def test_nested_handlers_end_in_a_recursion_error(run_script):
         raise Done
 
     depth = 0
-    client = kvrpc.RpcClient("alpha")
+    client = connect()
     signal.signal(signal.SIGALRM, handler)
     try:
         handler(0, None)
@@ -41,7 +41,7 @@ def test_nested_handlers_end_in_a_recursion_error(run_script):
 
 def test_a_small_stack_carries_ten_nested_calls(run_script):
     output = run_echo(run_script, """
-    client = kvrpc.RpcClient("alpha")
+    client = connect()
 
     class Nesting:
         depth = 0
