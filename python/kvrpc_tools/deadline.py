@@ -6,8 +6,11 @@ same. The connection is given up, because a late reply could be taken for that o
 next call makes a new one. There are two ways:
 
     where                       way                              cost
-    main thread, not Windows    the interval timer of POSIX      10 us a call
-    elsewhere                   a worker process                 30 ms once, 60 us a call, 8 MB
+    main thread, not Windows    the interval timer of POSIX      30 us a call
+    elsewhere                   a worker process                 30 ms once, 0.1 ms a call, 4 MB
+
+Measured on Linux, on a busy machine. Under Wine a worker needs a second to start; a deadline that
+passes meanwhile leaves it to start for the next call.
 
 The timer and SIGALRM are borrowed for the time of the call. A script that uses them gets its own
 alarms meanwhile, at their time. With a worker process, other threads go on during the call. Without

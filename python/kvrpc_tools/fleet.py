@@ -13,8 +13,8 @@ its client; all others go on. Nothing is repeated: work whose process died is a 
 server may have run it.
 
 Processes start when there is work for them and end with the map. By default there are 32 at most;
-each takes some 10 MB of its own and starts in 5 ms when it is forked, in 200 ms when it is spawned.
-The work of one host costs 0.2 ms more in a process. Scripts for Windows, and for Python 3.14 and
+one starts in 7 ms when it is forked, in 0.3 s when it is spawned. The work of one host costs 0.1 ms
+more in a process. Scripts for Windows, and for Python 3.14 and
 later, call `map` below `if __name__ == "__main__":`, as multiprocessing wants it.
 """
 

@@ -6,7 +6,7 @@ The hook is called after each call, on the thread that made it, with a `CallEven
 the same at level DEBUG, and is silent unless the script gives it a handler. Arguments are told only
 to a hook that asks for them, and never with passwords.
 
-With neither hook nor level a call costs 0.3 us more for this; with a hook 5 us.
+With neither hook nor level a call costs 1 us more for this; with a hook 20 us.
 """
 
 from __future__ import annotations
