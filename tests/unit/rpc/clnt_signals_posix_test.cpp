@@ -1,6 +1,7 @@
 // Signals while a call is on its way. Windows has none, and there a send cannot be interrupted.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <string>
 
 #include "rpc/clnt_support.h"
@@ -32,10 +33,9 @@ TEST(tcp_wait, is_not_prolonged_by_signals) {
 }
 
 TEST(tcp_send, ends_when_the_hook_says_so) {
-  tcp_peer peer([](descriptor& connection) {
-    char end;
-    sleep_milliseconds(300);
-    recv(connection.get(), &end, 1, 0);
+  std::atomic<bool> ended{false};
+  tcp_peer peer([&ended](descriptor&) {
+    while (!ended) sleep_milliseconds(5);
   });
   client clnt(tcp_handle(peer.port()));
   const xdrproc_t routine = [](XDR* xdrs, void*, std::uint32_t) {
@@ -48,6 +48,7 @@ TEST(tcp_send, ends_when_the_hook_says_so) {
   const signal_storm storm;
   EXPECT_EQ(clnt_call(clnt.get(), 1, routine, nullptr, xdr_void, nullptr, 10, 0), RPC_CANTSEND);
   EXPECT_EQ(clnt.error().re_errno, RPC_EINTERRUPTED);
+  ended = true;
 }
 
 TEST(udp_time, is_not_prolonged_by_signals) {
