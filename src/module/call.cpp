@@ -1,3 +1,4 @@
+// The method `call`: up to two attempts, with a new connection for the second.
 #include "bridge/server_call.h"
 #include "module/arguments.h"
 #include "module/names.h"
@@ -26,7 +27,7 @@ bool run(rpc_client* client, PyObject* text, PyObject* verifier, int* status, te
   running_call call(client, verifier);
   const bool replied = server_call(call.handle(), which_bytes.text(), text_bytes.text(), status,
                                    eval_verify, &call, reply);
-  // A signal handler of the script may have raised while the call waited; that ends the call.
+  // If a signal handler of the script raised while the call waited, that ends the call.
   if (!PyErr_Occurred()) return replied;
   call.drop_connection();
   return false;

@@ -1,3 +1,5 @@
+// Makes the two exception classes, without compiling any Python code: CPython 3.9 may crash when
+// memory runs out in its parser.
 #include "module/exceptions.h"
 
 #include <cstring>
@@ -13,8 +15,9 @@ namespace {
 
 // ---- methods
 
-// A method is a builtin function whose own `self` is the class, which gives it its qualified name,
-// inside an instancemethod, which makes it bind. The instance comes as the first argument.
+// Each method is a builtin function in an instancemethod. The function's own `self` is the class,
+// which gives it its qualified name. The instancemethod makes it bind, so the instance comes as the
+// first argument.
 
 PyObject* store_message(PyObject* instance, PyObject* message) {
   if (PyObject_SetAttr(instance, names.message, message) < 0) return nullptr;
@@ -50,7 +53,7 @@ bool add_method(PyObject* exception_class, const char* attribute, PyMethodDef* d
 
 // ---- classes
 
-// What the class body leaves: where the class is, and its name.
+// Fills what a class body would leave. Returns false with an exception set.
 bool fill_namespace(PyObject* name_space, const char* name) {
   ref module_name(PyUnicode_FromString("kvrpc"));
   ref qualified_name(PyUnicode_FromString(name));
@@ -59,7 +62,7 @@ bool fill_namespace(PyObject* name_space, const char* name) {
          PyMapping_SetItemString(name_space, "__qualname__", qualified_name.get()) == 0;
 }
 
-// The class `name` over Exception, made by the metaclass of its base.
+// Returns the class `name`, derived from Exception and made by calling its metaclass.
 ref make_class(const char* name) {
   auto* metaclass = reinterpret_cast<PyObject*>(Py_TYPE(PyExc_Exception));
   ref bases(PyTuple_Pack(1, PyExc_Exception));

@@ -1,18 +1,22 @@
 // The module's two exception classes.
 //
-// `ClntCreateError()` takes the reason of the last failed creation into `message`, and leaves its
-// `args` empty. `ClntRpcError` is never raised here and its one method has no constructor's name,
-// so that it behaves as a plain Exception: scripts import it, and that is all it is for.
+// `ClntCreateError()` sets `message` to the reason of the last failed creation. Its `args` stay
+// empty.
+//
+// Compatibility: `ClntRpcError` is never raised, and its method `__init__self` is no constructor,
+// so `ClntRpcError("x")` behaves as a plain Exception and sets no `message`. Scripts import the
+// class, so it stays. Do not fix.
 #pragma once
 
 #include "module/ref.h"
 
 namespace kvrpc {
 
-// Makes both classes and publishes them in the module; false with an exception pending.
+// Makes both classes and adds them to the module. Returns false with an exception set.
 bool add_exceptions(PyObject* module);
 
-// Raises `ClntCreateError()`, the class being whatever the module's globals hold under that name.
+// Raises `ClntCreateError()`. Looks the class up in the module's globals each time, because a
+// script may have replaced it there.
 void raise_clnt_create_error();
 
 }  // namespace kvrpc

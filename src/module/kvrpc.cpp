@@ -1,3 +1,4 @@
+// The module's create and exec steps (multi-phase initialisation), and its entry point.
 #include "module/kvrpc.h"
 
 #include <cstdint>
@@ -17,10 +18,10 @@ namespace kvrpc {
 
 namespace {
 
-// The release of the interpreter that this module is compiled for, as in "3.9".
+// The release of CPython that this module is compiled for, for example "3.9".
 constexpr char compiled_release[] = KVRPC_RELEASE(PY_MAJOR_VERSION, PY_MINOR_VERSION);
 
-PyObject* the_module;  // from the exec step on, owned
+PyObject* the_module;  // owned; null before the exec step
 std::int64_t the_interpreter = -1;
 
 // ---- create step
@@ -36,7 +37,7 @@ bool in_the_interpreter() {
   return false;
 }
 
-// Copies an attribute of the import spec; one that does not exist is left out.
+// Copies an attribute of the import spec, if it exists. Returns false with an exception set.
 bool copy_from_spec(PyObject* spec, const char* attribute, PyObject* module, const char* name) {
   ref value(PyObject_GetAttrString(spec, attribute));
   if (!value) {
@@ -64,8 +65,9 @@ PyObject* create_module(PyObject* spec, PyModuleDef*) {
 
 // ---- exec step
 
-// Warns when the interpreter is of another release than the one compiled for. The version text
-// goes on behind the release ("3.9.18 (main, ..."), hence the comparison of its beginning.
+// Warns if the interpreter is of another release than the compiled one. Compares the beginning of
+// the version only, because more follows the release ("3.9.18 (main, ..."). Returns false if the
+// warning became an exception.
 bool check_release() {
   const char* running = Py_GetVersion();
   if (std::strncmp(running, compiled_release, sizeof(compiled_release) - 1) == 0) return true;
@@ -92,8 +94,8 @@ bool add_rpc_client(PyObject* module) {
          PyObject_SetAttrString(module, "RpcClient", reinterpret_cast<PyObject*>(type)) == 0;
 }
 
-// Runs in signal-interrupted waits of the runtime; not zero ends the wait, with the exception of
-// the script's handler pending.
+// The interrupt hook of the runtime, which asks it in each wait. Runs the script's signal handlers.
+// Returns 1 with an exception set if one raised, which ends the wait.
 int run_signal_handlers() { return PyErr_Occurred() || PyErr_CheckSignals() != 0 ? 1 : 0; }
 
 bool start_runtime() {

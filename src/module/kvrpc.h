@@ -1,12 +1,12 @@
-// The module object of the process. There is one: a second interpreter is refused, and a second
-// import gets the same object.
+// The module object. There is one in a process: a second import returns the same object, and a
+// second interpreter cannot import it.
 #pragma once
 
 #include "module/ref.h"
 
 namespace kvrpc {
 
-// The globals of the module, borrowed. Only to be called once the module is imported.
+// Returns the globals of the module, borrowed. The module must have been imported.
 PyObject* module_globals();
 
 }  // namespace kvrpc

@@ -1,3 +1,4 @@
+// Interns the strings of names.h.
 #include "module/names.h"
 
 namespace kvrpc {

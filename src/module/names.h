@@ -1,7 +1,7 @@
-// The attribute names and texts that the module hands to the interpreter, interned once.
+// The attribute names and strings that the module passes to the interpreter, interned once.
 //
-// intern_names runs in the module's exec step, before anything else here is used; the strings stay
-// for the life of the process.
+// intern_names must run before anything else in this directory, which the module's exec step does.
+// The strings live as long as the process.
 #pragma once
 
 #include "module/ref.h"
@@ -19,7 +19,8 @@ struct interned_names {
 };
 extern interned_names names;
 
-// False with an exception pending when memory is out; what is interned by then stays.
+// Returns false with MemoryError set. Strings that are interned by then stay, and a second call
+// goes on after them.
 bool intern_names();
 
 }  // namespace kvrpc

@@ -1,9 +1,13 @@
-// The owner of one reference to a script object.
+// The owner of one reference to a Python object, or of none.
 //
-// A `ref` holds the reference that it was given and drops it at the end of its life, so no path
-// forgets one. Interpreter calls that return a new reference go straight into the constructor; a
-// null result makes an empty `ref`, and the interpreter's pending exception says why. To be used
-// with the interpreter lock held, as everything in this directory.
+// The destructor releases the reference, so that no path forgets it. Pass new references straight
+// to the constructor: a null result makes an empty ref, and the current exception says why. For
+// example:
+//
+//   ref method(PyObject_GetAttr(object, name));
+//   if (!method) return false;
+//
+// Must be used with the GIL held, like everything in this directory.
 #pragma once
 
 #define PY_SSIZE_T_CLEAN
@@ -26,7 +30,7 @@ class ref {
   ref& operator=(const ref&) = delete;
   ~ref() { Py_XDECREF(object_); }
 
-  // One more reference to an object that somebody else owns; null stays null.
+  // Returns a new reference to an object that somebody else owns, or an empty ref for null.
   static ref borrowed(PyObject* object) {
     Py_XINCREF(object);
     return ref(object);

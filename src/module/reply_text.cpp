@@ -1,3 +1,5 @@
+// The blocks of reply texts, and how a block becomes a bytes object. The block sizes and the use of
+// huge pages are tuned to glibc, and harmless elsewhere.
 #include "module/reply_text.h"
 
 #include <cstddef>
@@ -11,15 +13,15 @@ namespace {
 
 constexpr std::size_t header_size = offsetof(PyBytesObject, ob_sval);
 
-// The sizes of blocks up to the largest that a heap keeps. Few of them, since growing copies the
-// text; a block is cut to fit in the end.
+// The block sizes up to the largest that the heap keeps. They are few, because each growth copies
+// the text. At the end, the block is cut to the text's size.
 constexpr std::size_t block_sizes[] = {std::size_t{512}, std::size_t{4} << 10,
                                        std::size_t{64} << 10, std::size_t{1} << 20};
 constexpr std::size_t most_in_heap = std::size_t{1} << 20;
 
-// A text that outgrows them gets so much at once where there are large pages and it can be cut to
-// fit: what is not touched of it costs nothing, and growing in small steps would move pages time
-// and again.
+// A text that outgrows them gets this much at once, if huge pages are available and a cut block
+// shrinks. Untouched pages cost nothing, and growing in small steps would move pages again and
+// again.
 constexpr std::size_t large_block = std::size_t{64} << 20;
 
 std::size_t block_size(std::size_t least) {
@@ -29,8 +31,8 @@ std::size_t block_size(std::size_t least) {
   return least;
 }
 
-// A large block with the text of `block`, which is given back; null when there is none. Large pages
-// have to be asked for before the first is touched.
+// Moves the text of `block` to a large block and releases `block`. Returns null, with `block` as it
+// was, if there is no large block. Huge pages must be requested before the first page is touched.
 char* move_to_large_pages(char* block, std::size_t used) {
   auto* const large = static_cast<char*>(PyObject_Malloc(large_block));
   if (large == nullptr || !rpc_use_large_pages(large, large_block)) {
@@ -42,9 +44,9 @@ char* move_to_large_pages(char* block, std::size_t used) {
   return large;
 }
 
-// A heap may hand blocks from some size on to the system and back, so that each is fresh pages
-// again, until it has been given one back that was as large. Cut to fit, those of replies never
-// are.
+// glibc raises M_MMAP_THRESHOLD to the size of the largest mmapped block that is released. Releases
+// one, so that the blocks of replies come from the heap and not as fresh pages each time. Replies
+// would not do so by themselves, because they are cut to fit before they are released.
 void keep_blocks_in_heap() {
   static bool kept = false;
   if (!kept) PyObject_Free(PyObject_Malloc(2 * most_in_heap));
@@ -66,13 +68,14 @@ text_block resize_reply(char* block, std::size_t used, std::size_t, std::size_t 
 
 void release_reply(char* block) { PyObject_Free(block); }
 
-// Makes a bytes object of a block that has `size` bytes and a NUL behind room for the header.
+// Returns the block as a bytes object. The block must have room for the header, then `size` bytes,
+// then a NUL.
 PyObject* make_bytes(char* block, std::size_t size) {
   auto* const bytes = reinterpret_cast<PyBytesObject*>(block);
   PyObject_InitVar(reinterpret_cast<PyVarObject*>(bytes), &PyBytes_Type,
                    static_cast<Py_ssize_t>(size));
 #pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wdeprecated-declarations"  // newer headers warn of the member
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"  // ob_shash, in newer headers
   bytes->ob_shash = -1;                                     // no hash is known yet
 #pragma GCC diagnostic pop
   return reinterpret_cast<PyObject*>(bytes);

@@ -1,5 +1,6 @@
-// The memory of a reply text, such that a long reply becomes the bytes object of the script where
-// it stands: it is not copied, and its memory is not needed twice.
+// The memory of reply texts. A reply becomes the bytes object in place, so that a long one is
+// neither copied nor held twice. (Where cutting a block does not shrink it, as on Windows, it is
+// copied.)
 #pragma once
 
 #include "json/text_buffer.h"
@@ -7,11 +8,11 @@
 
 namespace kvrpc {
 
-// Blocks with room in front for the header of a bytes object.
+// Blocks with room for the header of a bytes object before the text.
 extern const text_memory reply_memory;
 
-// The text of a buffer with reply_memory as a bytes object, or null with MemoryError pending. The
-// buffer may be empty afterwards.
+// Returns the text as a bytes object, or null with MemoryError set. The buffer must use
+// reply_memory. It may be empty afterwards.
 PyObject* take_reply(text_buffer& text);
 
 }  // namespace kvrpc

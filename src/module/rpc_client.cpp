@@ -1,3 +1,4 @@
+// The class RpcClient without its `call`: construction, `create`, `close`, and its type object.
 #include "module/rpc_client.h"
 
 #include "directory/directory.h"
@@ -31,8 +32,8 @@ bool encode_host(const rpc_client* client, encoded_text& host) {
   return none >= 0 && (none != 0 || host.encode(client->host));
 }
 
-// Returns a handle for the server, or null. A signal handler of the script may fork in the middle:
-// in the child the attempt is the parent's, and the child makes one of its own.
+// Returns a handle for the server, or null. Starts again in a child process that a signal handler
+// of the script forked meanwhile, because the first attempt is its parent's.
 CLIENT* create_handle(const char* which, const char* host) {
   for (;;) {
     const std::uint32_t forks = rpc_fork_count();
@@ -42,8 +43,8 @@ CLIENT* create_handle(const char* which, const char* host) {
   }
 }
 
-// Gives the client a new connection, closed if none could be made. Returns false with an exception
-// set if it did not come to that.
+// Gives the client a new connection, which is closed if the server could not be reached. Returns
+// false with an exception set if no attempt was made.
 bool connect(rpc_client* client, const encoded_text& host) {
   encoded_text which;
   if (!which.encode(client->which)) return false;
@@ -94,8 +95,8 @@ PyMethodDef methods[] = {
 
 // ---- life
 
-// An object with `which` and `host` and no connection. Goes through `object`, which refuses
-// abstract subclasses.
+// Returns a new object without a connection, or an empty ref with an exception set. Uses
+// object.__new__, because that refuses abstract subclasses.
 ref allocate(PyTypeObject* type, PyObject* which, PyObject* host) {
   ref no_arguments(PyTuple_New(0));
   if (!no_arguments) return ref();
@@ -107,7 +108,7 @@ ref allocate(PyTypeObject* type, PyObject* which, PyObject* host) {
   return self;
 }
 
-// The whole construction, so that a subclass is free to have an `__init__` of its own.
+// tp_new does the whole construction, so that a subclass may define any `__init__`.
 PyObject* construct(PyTypeObject* type, PyObject* arguments, PyObject* keywords) {
   static const signature constructor = {"__cinit__", {"which", "host"}, 1};
   PyObject* values[most_parameters];

@@ -19,13 +19,13 @@ struct rpc_client {
   PyObject* host;
 };
 
-// The type, ready for use; null with an exception pending on failure.
+// Returns the type, ready for use, or null with an exception set.
 PyTypeObject* rpc_client_type();
 
 // Closes the client's connection and takes `conn` (or null) in its place.
 void replace_connection(rpc_client* client, connection* conn);
 
-// The method `call`.
+// The method `call`. Vectorcall: positional arguments first, then the values of `keywords`.
 PyObject* rpc_client_call(PyObject* self, PyObject* const* arguments, Py_ssize_t count,
                           PyObject* keywords);
 

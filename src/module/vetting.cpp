@@ -1,3 +1,4 @@
+// Runs verify_call of the script and turns its result, or its exception, into a verdict.
 #include "module/vetting.h"
 
 #include <climits>
@@ -10,7 +11,8 @@ namespace kvrpc {
 
 namespace {
 
-// An integer as it is, anything else by its `__int__` alone: neither texts nor `__index__` count.
+// Returns an int as it is, and any other object converted by its `__int__`. Strings and `__index__`
+// do not count. For example, 0.5 gives 0, and "1" raises TypeError.
 ref as_integer(PyObject* object) {
   if (PyLong_Check(object)) return ref::borrowed(object);
   const PyNumberMethods* number = Py_TYPE(object)->tp_as_number;
@@ -19,7 +21,7 @@ ref as_integer(PyObject* object) {
   return ref();
 }
 
-// False with an exception pending when the object is no integer or does not fit.
+// Returns false with an exception set if the object is no integer or does not fit an int.
 bool to_int(PyObject* object, int* value) {
   ref integer = as_integer(object);
   if (!integer) return false;
@@ -42,15 +44,15 @@ bool verify(const char* name, PyObject* verifier, int* verdict) {
   return result && to_int(result.get(), verdict);
 }
 
-// Lets the traceback of the pending exception begin at the script's own line, as it would if the
-// exception went on to the script: one that is raised right here has none otherwise.
+// Adds the script's calling line to the traceback of the current exception. An exception that is
+// raised in C code has no traceback yet, so the report would not say where it happened.
 void add_calling_line() {
   ref frame(reinterpret_cast<PyObject*>(PyThreadState_GetFrame(PyThreadState_Get())));
   if (frame) PyTraceBack_Here(reinterpret_cast<PyFrameObject*>(frame.get()));
 }
 
-// Prints the pending exception with its traceback, then reports it once more as one that nobody
-// can catch. Printing takes the exception away, so it is held for the report.
+// Prints the current exception with its traceback, then reports it as unraisable. Clears it.
+// PyErr_PrintEx takes the exception, so a copy is kept for the second report.
 void report_failure() {
   add_calling_line();
   PyObject* type = nullptr;

@@ -1,11 +1,11 @@
-// The script's say in a call: `verify_call` of the object that came with it.
+// The vetting of a call by `verify_call` of the script's object.
 #pragma once
 
 namespace kvrpc {
 
-// The verify_function of every call; `context` is its running_call. Runs `verify_call(name)` of
-// the call's verifier and returns its result as an integer. Whatever raises on the way is printed
-// and refuses the call: no exception is pending afterwards.
+// The verify_function of every call. `context` must be its running_call. Returns the result of
+// `verify_call(name)` as an int, where 0 refuses the call. Prints any exception and then returns 0;
+// no exception is set afterwards. SystemExit ends the process, because printing it does.
 int eval_verify(const char* name, void* context);
 
 }  // namespace kvrpc
