@@ -1,5 +1,5 @@
-// Arguments of a call to their slots, with the interpreter's usual texts for what does not fit, and
-// texts to bytes.
+// Assigns the arguments of a call to their slots, with the interpreter's usual error texts for what
+// does not fit, and encodes texts.
 #include "module/arguments.h"
 
 #include "module/names.h"
@@ -80,7 +80,7 @@ ref dictionary_of(PyObject* keywords, PyObject* const* values) {
   return dictionary;
 }
 
-// Returns true for a `str`, but of no derived class, whose characters are ASCII. They end in a NUL.
+// Returns true for an exact `str` whose characters are all ASCII. They end in a NUL.
 bool is_plain_ascii(PyObject* object) {
   return PyUnicode_CheckExact(object) && PyUnicode_IS_COMPACT_ASCII(object);
 }
@@ -116,7 +116,7 @@ bool unpack_arguments(const signature& expected, PyObject* const* arguments, Py_
     for (Py_ssize_t slot = 0; slot < most_parameters; ++slot) values[slot] = arguments[slot];
     return true;
   }
-  // Every other call is rare, or fails.
+  // Any other form is rare or an error, so it may cost a tuple and a dictionary.
   const ref positional = tuple_of(arguments, count);
   const ref by_name = dictionary_of(keywords, arguments + count);
   return positional && by_name &&
@@ -125,19 +125,23 @@ bool unpack_arguments(const signature& expected, PyObject* const* arguments, Py_
 
 bool encoded_text::evaluate(PyObject* text) {
   if (is_plain_ascii(text)) {
-    owner_ = ref::borrowed(text);
+    result_ = ref::borrowed(text);
     bytes_ = static_cast<const char*>(PyUnicode_DATA(text));
   } else {
-    owner_ = ref(PyObject_CallMethodObjArgs(text, names.encode, names.utf_8, nullptr));
+    result_ = ref(PyObject_CallMethodObjArgs(text, names.encode, names.utf_8, nullptr));
     bytes_ = nullptr;
   }
-  return static_cast<bool>(owner_);
+  return static_cast<bool>(result_);
 }
 
 bool encoded_text::take() {
   if (bytes_ != nullptr) return true;  // in place
-  if (!PyBytes_Check(owner_.get())) owner_ = bytes_of(owner_.get());
-  if (owner_) bytes_ = PyBytes_AS_STRING(owner_.get());
+  PyObject* bytes = result_.get();
+  if (!PyBytes_Check(bytes)) {
+    copy_ = bytes_of(bytes);
+    bytes = copy_.get();
+  }
+  if (bytes != nullptr) bytes_ = PyBytes_AS_STRING(bytes);
   return bytes_ != nullptr;
 }
 

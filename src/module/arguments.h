@@ -51,7 +51,8 @@ class encoded_text {
   const char* text() const { return bytes_; }
 
  private:
-  ref owner_;  // the result, then the owner of the bytes
+  ref result_;  // kept until the end, as scripts that count on its life may see
+  ref copy_;    // if the result is no bytes object
   const char* bytes_ = nullptr;
 };
 

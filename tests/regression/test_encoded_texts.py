@@ -60,3 +60,22 @@ def test_the_encoded_host_lives_until_the_error_is_raised(module, monkeypatch):
     except Failure:
         events.append("caught")
     assert events == [b"lambda", "raised", b"127.0.0.1", "caught"]
+
+
+def test_an_encoded_text_lives_until_the_call_is_over(frame_client):
+    """Also one that is no bytes, although the call works on a copy of it."""
+    events = []
+
+    class Text(bytearray):
+        def __del__(self):
+            events.append("released")
+
+    class Verifier:
+        def verify_call(self, name):
+            events.append("vetted")
+            return True
+
+    client = frame_client("lambda")
+    reply = client.call(Encoding(lambda codec: Text(b'{"l_nothing_1":0}')), Verifier())
+    assert reply.startswith(b'{"status":4')
+    assert events == ["vetted", "released"]
