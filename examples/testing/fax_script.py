@@ -54,8 +54,11 @@ class Session:
 
     def status(self, job: int) -> int:
         """Returns the status of a job."""
-        asked = {"selection": 1, "v1": {"userid": self.user, "faxid": job}}
-        return int(self.alpha.a_get_s_rec_new_1(asked)["s_rec_new"]["v1"]["status"])
+        record = self.alpha.a_get_s_rec_new_1(
+            {"selection": 1, "v1": {"userid": self.user, "faxid": job}})["s_rec_new"]
+        if record["selection"] == 1:
+            return record["v1"]["status"]
+        raise FaxError(f"job {job}: the server answered with a short record")
 
     def wait(self, job: int) -> bool:
         """Waits until a job is done. Returns whether it was sent."""
