@@ -60,11 +60,15 @@ def echo_server():
         server.stop()
 
 
+# From 3.12 on the interpreter warns of a fork beside threads, which is what some tests are about.
+FORK_WARNING = "ignore:This process:DeprecationWarning"
+
+
 def run_echo(run_script, script, *, transport="tcp", environment=(), **options):
     """Runs the script against an echo server. Returns its output; anything on stderr fails."""
     with echo_server() as server:
         done = run_script(
-            HEAD + script,
+            HEAD + script, "-W", FORK_WARNING,
             environment={"KORVEXRPCPORT": str(server.port), "ALPHAHOST": "127.0.0.1",
                          "RPCTRANSPORT": transport, **dict(environment)},
             **options)

@@ -19,6 +19,7 @@ SCRIPT = """if True:
 
     client = kvrpc.RpcClient("lambda", "fax.example")
     print(client.call('{"l_version_1":0}', Allow()).decode())
+    client.close()
 """
 
 
