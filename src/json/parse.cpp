@@ -39,7 +39,7 @@ class parser {
   const char* parse_text(char** text, const char* at);
   const char* parse_short_text(char** text, const char* at);
   const char* parse_long_text(char** text, const char* at);
-  const char* parse_number(json_node* node, const char* at);
+  const char* parse_number(json_node* node, const char* start);
   const char* parse_keyword(json_node* node, const char* at) const;
   const char* open_container(json_type type, const char* at);
 
