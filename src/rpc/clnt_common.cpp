@@ -47,9 +47,9 @@ bool_t clnt_find_port(rpc_address* address, std::uint32_t program, std::uint32_t
 }
 
 bool_t clnt_write_header(char* buffer, std::uint32_t size, std::uint32_t program,
-                         std::uint32_t version) {
+                         std::uint32_t version, std::uint32_t seconds) {
   rpc_msg message = {};
-  message.rm_xid = rpc_process_id() ^ rpc_time_seconds();
+  message.rm_xid = rpc_process_id() ^ seconds;
   message.rm_call.cb_prog = program;
   message.rm_call.cb_vers = version;
   XDR stream;

@@ -27,10 +27,10 @@ std::int32_t clnt_close_socket(const CLIENT* clnt, rpc_socket sock);
 bool_t clnt_find_port(rpc_address* address, std::uint32_t program, std::uint32_t version,
                       rpc_protocol protocol);
 
-// Writes the header of every call of a handle, CALL_HEADER_SIZE bytes, into `buffer`, with a new
-// handle's transaction id.
+// Writes the header of every call of a handle, CALL_HEADER_SIZE bytes, into `buffer`. The first
+// transaction id is made of the process id and of `seconds`, the time of the creation.
 bool_t clnt_write_header(char* buffer, std::uint32_t size, std::uint32_t program,
-                         std::uint32_t version);
+                         std::uint32_t version, std::uint32_t seconds);
 
 // Prepares a message for xdr_replymsg, which will run `results` on `result_record` for a success.
 void clnt_expect_reply(rpc_msg* reply, xdrproc_t results, void* result_record);

@@ -232,7 +232,7 @@ CLIENT* clnttcp_create(rpc_address* address, std::uint32_t program, std::uint32_
   ct->ct_clnt = clnt;
   ct->ct_sock = *sock;
   ct->ct_addr = *address;
-  clnt_write_header(ct->ct_mcall, MCALL_MSG_SIZE, program, version);  // has room for it
+  clnt_write_header(ct->ct_mcall, MCALL_MSG_SIZE, program, version, rpc_time_seconds());  // fits
   ct->ct_mpos = CALL_HEADER_SIZE;
   xdrrec_create(&ct->ct_xdrs, send_size, receive_size == 0 ? fast_receive_size : receive_size, ct,
                 readtcp, writetcp);

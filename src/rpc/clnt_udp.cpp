@@ -227,8 +227,10 @@ CLIENT* clntudp_bufcreate(rpc_address* address, std::uint32_t program, std::uint
   cu->cu_sendsz = sendsz;
   cu->cu_recvsz = recvsz;
   cu->cu_xdrpos = CALL_HEADER_SIZE;
+  const std::uint32_t seconds = rpc_time_seconds();  // before the query, which may take seconds
   if (!clnt_find_port(address, program, version, RPC_UDP) ||
-      !clnt_write_header(cu->cu_outbuf, sendsz, program, version) || !open_socket(cu, sock)) {
+      !clnt_write_header(cu->cu_outbuf, sendsz, program, version, seconds) ||
+      !open_socket(cu, sock)) {
     clnt_release(clnt);
     return nullptr;
   }

@@ -2,33 +2,16 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <random>
 #include <string>
 
 #include "rpc/clnt_support.h"
+#include "support/portmapper_host.h"
 
 namespace kvrpc::test {
 namespace {
 
-// A loopback address that no other process is likely to draw, so that parallel tests do not meet at
-// port 111. Under Wine they meet all the same, and ctest keeps them apart.
-std::string own_host() {
-  std::random_device draw;
-  const auto part = [&draw](unsigned count) { return std::to_string(1 + draw() % count); };
-  return "127." + part(200) + "." + part(250) + "." + part(250);
-}
-
-class portmapper : public testing::Test {
+class portmapper_query : public portmapper {
  protected:
-  void SetUp() override {
-    const descriptor sock(bound_socket(SOCK_DGRAM, 111, host_.c_str()));
-    if (sock.get() >= 0) return;
-    const char* const reason = "port 111 cannot be bound: no permission, or it is taken";
-    if (std::getenv("KVRPC_REQUIRE_PEERS") != nullptr) FAIL() << reason;
-    GTEST_SKIP() << reason;
-  }
-
   // Asks a portmapper that answers the one query with `results`.
   std::uint16_t ask_udp(const std::string& results, const char* transport) {
     const environment_guard guard("RPCTRANSPORT", transport);
@@ -58,7 +41,6 @@ class portmapper : public testing::Test {
     return pmap_getport(&address_, test_program, 1, 6);
   }
 
-  const std::string host_ = own_host();
   rpc_address address_ = {};
   std::string query_;
 };
@@ -67,13 +49,13 @@ std::string getport_query() {
   return words({0, 2, 100000, 2, 3, 0, 0, 0, 0, test_program, 1, 6, 0});
 }
 
-TEST_F(portmapper, is_asked_over_udp_by_default) {
+TEST_F(portmapper_query, is_asked_over_udp_by_default) {
   EXPECT_EQ(ask_udp(words({7003}), nullptr), 7003);
   EXPECT_EQ(query_.substr(4), getport_query());
   EXPECT_EQ(address_.port, 0);
 }
 
-TEST_F(portmapper, is_asked_over_tcp_when_the_transport_is_tcp_in_any_case) {
+TEST_F(portmapper_query, is_asked_over_tcp_when_the_transport_is_tcp_in_any_case) {
   for (const char* transport : {"tcp", "TCP", "tCp"}) {
     query_.clear();
     EXPECT_EQ(ask_tcp(words({7003}), transport), 7003);
@@ -81,26 +63,26 @@ TEST_F(portmapper, is_asked_over_tcp_when_the_transport_is_tcp_in_any_case) {
   }
 }
 
-TEST_F(portmapper, is_asked_over_udp_for_every_other_transport) {
+TEST_F(portmapper_query, is_asked_over_udp_for_every_other_transport) {
   for (const char* transport : {"", "udp", "tc", "tcpx", " tcp"}) {
     EXPECT_EQ(ask_udp(words({7003}), transport), 7003) << transport;
   }
 }
 
-TEST_F(portmapper, that_knows_no_port_means_not_registered) {
+TEST_F(portmapper_query, that_knows_no_port_means_not_registered) {
   rpc_createerr.cf_error.re_errno = 123;
   EXPECT_EQ(ask_udp(words({0}), nullptr), 0);
   EXPECT_EQ(rpc_createerr.cf_stat, RPC_PROGNOTREGISTERED);
   EXPECT_EQ(rpc_createerr.cf_error.re_errno, 123);
 }
 
-TEST_F(portmapper, that_gives_more_than_16_bits_means_the_lower_ones) {
+TEST_F(portmapper_query, that_gives_more_than_16_bits_means_the_lower_ones) {
   EXPECT_EQ(ask_udp(words({0x10000 + 7003}), nullptr), 7003);
   EXPECT_EQ(ask_udp(words({0x10000}), nullptr), 0);
   EXPECT_EQ(rpc_createerr.cf_stat, RPC_PROGNOTREGISTERED);
 }
 
-TEST_F(portmapper, is_given_room_for_400_bytes) {
+TEST_F(portmapper_query, is_given_room_for_400_bytes) {
   const std::string filling = words({7003}) + std::string(400 - 28, 'x');
   EXPECT_EQ(ask_udp(filling, nullptr), 7003);
   EXPECT_EQ(ask_udp(filling + "x", nullptr), 0);
@@ -109,13 +91,13 @@ TEST_F(portmapper, is_given_room_for_400_bytes) {
   EXPECT_EQ(rpc_createerr.cf_error.re_errno, 10040);
 }
 
-TEST_F(portmapper, whose_reply_fails_gives_the_reason_of_the_query) {
+TEST_F(portmapper_query, whose_reply_fails_gives_the_reason_of_the_query) {
   EXPECT_EQ(ask_udp("", nullptr), 0);
   EXPECT_EQ(rpc_createerr.cf_stat, RPC_PMAPFAILURE);
   EXPECT_EQ(rpc_createerr.cf_error.re_status, RPC_CANTDECODERES);
 }
 
-TEST_F(portmapper, that_is_silent_times_out_after_three_seconds_and_one_query) {
+TEST_F(portmapper_query, that_is_silent_times_out_after_three_seconds_and_one_query) {
   const environment_guard guard("RPCTRANSPORT", nullptr);
   const descriptor silent(bound_socket(SOCK_DGRAM, 111, host_.c_str()));
   const stopwatch watch;
@@ -128,7 +110,7 @@ TEST_F(portmapper, that_is_silent_times_out_after_three_seconds_and_one_query) {
   EXPECT_TRUE(receive(silent.get(), 0).data.empty());
 }
 
-TEST_F(portmapper, that_refuses_the_connection_leaves_the_reason_of_the_connection) {
+TEST_F(portmapper_query, that_refuses_the_connection_leaves_the_reason_of_the_connection) {
   const environment_guard guard("RPCTRANSPORT", "tcp");
   EXPECT_EQ(ask(), 0);
   EXPECT_EQ(rpc_createerr.cf_stat, RPC_SYSTEMERROR);
@@ -136,7 +118,7 @@ TEST_F(portmapper, that_refuses_the_connection_leaves_the_reason_of_the_connecti
 }
 
 #ifndef _WIN32  // where sockets have no numbers in order
-TEST_F(portmapper, closes_each_socket_once) {
+TEST_F(portmapper_query, closes_each_socket_once) {
   const descriptor before(socket(AF_INET, SOCK_DGRAM, 0));
   const int next = before.get() + 1;
   for (int i = 0; i < 3; ++i) EXPECT_EQ(ask_udp(words({7003}), nullptr), 7003);
@@ -146,7 +128,7 @@ TEST_F(portmapper, closes_each_socket_once) {
 }
 #endif
 
-TEST_F(portmapper, fills_the_port_of_a_tcp_client) {
+TEST_F(portmapper_query, fills_the_port_of_a_tcp_client) {
   tcp_peer server(
       [](descriptor& connection) {
         const std::string call = read_record(connection.get());
@@ -170,7 +152,7 @@ TEST_F(portmapper, fills_the_port_of_a_tcp_client) {
   EXPECT_EQ(result, 5);
 }
 
-TEST_F(portmapper, that_knows_no_port_fails_the_creation_of_both_clients) {
+TEST_F(portmapper_query, that_knows_no_port_fails_the_creation_of_both_clients) {
   const environment_guard guard("RPCTRANSPORT", nullptr);
   std::string protocols;
   udp_peer mapper(
