@@ -3,7 +3,7 @@ SHELL := bash
 .SHELLFLAGS := -euo pipefail -c
 .DEFAULT_GOAL := build
 MAKEFLAGS += --no-print-directory
-.PHONY: build win32 test-win32 test test-slow test-clang test-newest test-wheel check demo bench fuzz clean help setup
+.PHONY: build win32 test-win32 test test-slow test-clang test-newest test-wheel check docs demo bench fuzz clean help setup
 
 PYTHON := .venv/bin/python
 FUZZ_SECONDS ?= 60
@@ -51,6 +51,9 @@ check: ## formatting, lint, include direction, file lengths, mentions, the type 
 	@tools/setup build check
 	@tools/build debug
 	@tools/check
+
+docs: build ## the documents in build/docs: the reference of the interface
+	@tools/docs
 
 demo: build ## examples against the simulator, over real sockets; ends by itself
 	@for example in $(DEMO); do \

@@ -3,14 +3,16 @@
 
 # One line for each generated file: the script that writes it, then the file, below kvrpc_tools/. A
 # script runs as `python SCRIPT SCHEMA OUTPUT`, where SCHEMA is the build's schema.json, and needs the
-# standard library and KVRPC_GENERATOR_MODULES only. A generated file belongs in .gitignore.
+# standard library, KVRPC_GENERATOR_MODULES and the files in tools/reference only. A generated file
+# belongs in .gitignore.
 set(KVRPC_GENERATORS
   tools/generate_types.py arguments.py
   tools/generate_types.py results.py
   tools/generate_types.py procedures.pyi
   tools/generate_types.py async_procedures.pyi
+  tools/generate_reference.py reference.html
 )
-set(KVRPC_GENERATOR_MODULES schema.py docstrings.py)  # of kvrpc_tools
+set(KVRPC_GENERATOR_MODULES schema.py docstrings.py meanings.py templates.py)  # of kvrpc_tools
 
 # kvrpc_find_python(): the interpreter and what a module needs to compile and link for it.
 macro(kvrpc_find_python)
@@ -60,11 +62,12 @@ function(kvrpc_generated)
     add_custom_command(OUTPUT ${schema} DEPENDS kvrpc-schema COMMAND kvrpc-schema ${schema})
   endif()
   list(TRANSFORM KVRPC_GENERATOR_MODULES PREPEND ${PROJECT_SOURCE_DIR}/python/kvrpc_tools/)
+  file(GLOB parts CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tools/reference/*.*)
   set(outputs ${schema})
   while(KVRPC_GENERATORS)
     list(POP_FRONT KVRPC_GENERATORS script output)
     add_custom_command(OUTPUT ${directory}/${output}
-      DEPENDS ${PROJECT_SOURCE_DIR}/${script} ${KVRPC_GENERATOR_MODULES} ${schema}
+      DEPENDS ${PROJECT_SOURCE_DIR}/${script} ${KVRPC_GENERATOR_MODULES} ${parts} ${schema}
       COMMAND ${Python_EXECUTABLE} ${PROJECT_SOURCE_DIR}/${script} ${schema} ${directory}/${output})
     list(APPEND outputs ${directory}/${output})
   endwhile()

@@ -88,6 +88,10 @@ class Meanings:
         """Returns the note of a field: the record's own if it has one, else that of its key."""
         return _note(self._fields.get(f"{record}.{key}") or self._keys[key])
 
+    def key(self, key: str) -> Note:
+        """Returns the note of a field's key, for records that have none of their own."""
+        return _note(self._keys[key])
+
     def record(self, name: str) -> Note:
         """Returns the note of a record. Raises KeyError for an unknown name."""
         if name in self._records:

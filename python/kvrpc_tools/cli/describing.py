@@ -11,9 +11,10 @@ import click
 from ..docstrings import type_text
 from ..meanings import meanings
 from ..schema import Procedure, Record, WireType, own
+from ..templates import template
 from . import options
 from .names import PROCEDURE_OR_RECORD
-from .values import template, write_json
+from .values import write_json
 
 
 @click.command()
@@ -26,7 +27,7 @@ def describe(name: Union[Procedure, Record], template_wanted: bool, json_wanted:
     if template_wanted:
         wire = name.argument if isinstance(name, Procedure) else WireType("record",
                                                                          record=name.name)
-        click.echo(json.dumps(template(wire), ensure_ascii=False, indent=2))
+        click.echo(json.dumps(template(own(), wire), ensure_ascii=False, indent=2))
     elif json_wanted:
         write_json(_told(name), sys.stdout)
     elif isinstance(name, Procedure):

@@ -2,7 +2,6 @@
 
 from __future__ import annotations
 
-import base64
 import json
 import sys
 from pathlib import Path
@@ -105,34 +104,6 @@ def _scalar(told: str, wire: WireType, whole: str) -> Any:
         except ValueError as error:
             raise click.UsageError(f"-s {whole}: {told!r} is no JSON for a {wire.kind}") from error
     return told
-
-
-def template(wire: WireType) -> Any:
-    """Returns an argument of this type that the checks take: zeroes, empty texts, one node."""
-    if wire.item is not None:
-        return [template(wire.item) for _ in range(wire.count)]
-    record = own().records.get(wire.record)
-    if record is None:
-        return _zero(wire)
-    members = _members(record)
-    return [members] if wire.kind == "array" or record.link is not None else members
-
-
-def _members(record: Record) -> Dict[str, Any]:
-    if record.is_union:
-        arm = record.fields[0]
-        return {record.discriminant: arm.value, arm.key: template(arm.type)}
-    return {field.key: template(field.type) for field in record.fields if field is not record.link}
-
-
-def _zero(wire: WireType) -> Any:
-    if wire.kind in _NUMBERS:
-        return 0
-    if wire.kind in ("nothing", "unspecified"):
-        return None
-    if wire.kind == "opaque":
-        return base64.b64encode(bytes(wire.count)).decode()
-    return False if wire.kind == "bool" else ""
 
 
 def write_json(value: Any, output: TextIO) -> None:
