@@ -1,80 +1,41 @@
 """Time per call beside the floor: a C++ client that sends and receives the same bytes, each call in
-one piece, and decodes nothing. Both run against one server, batch by batch in turn, and the best
-batch of each counts. Then the time per record of one list of 100,000 beside that of a hundred lists
-of 1,000, on the wall and of the processor.
+one piece, and decodes nothing.
 
-Exits with 1 when a limit is not held.
+Both run against one server, batch by batch in turn and all on one processor, and the medians of the
+batches are compared. Then the same for lists of three lengths: the cost of a node, in floors, must
+not grow with the list. Last, the size of the module without symbols.
+
+Prints one line a case, draws build/bench.svg, and exits with 1 when a limit is not held.
+
+    python bench/calls.py [WORD...]    only the cases with one of the words in their title
 """
 
 from __future__ import annotations
 
 import json
 import os
+import statistics
 import subprocess
 import sys
 import tempfile
 import time
 from pathlib import Path
-from typing import Any, List, NamedTuple
+from typing import Any, List, Tuple
 
 ROOT = Path(__file__).resolve().parent.parent
 sys.path[:0] = [os.environ.get("KVRPC_LIB", str(ROOT / "build" / "lib")),
-                str(ROOT / "python")]
+                str(ROOT / "python"), str(Path(__file__).resolve().parent)]
+
+from cases import CASES, GROWTH, LARGEST_MODULE, LISTS, Case, Repeated  # noqa: E402
+from picture import Bar, draw  # noqa: E402
 
 import kvrpc  # noqa: E402
 from kvrpc_tools import schema  # noqa: E402
 from kvrpc_tools.simulator.codec import Codec  # noqa: E402
 
 FLOOR = Path(os.environ.get("KVRPC_FLOOR", str(ROOT / "build" / "release" / "bench_floor")))
-MARK_AND_REPLY_HEADER = 28
-LAST_PROCEDURE = 1011
+PICTURE = ROOT / "build" / "bench.svg"
 FRAGMENT = 3996
-
-
-class Case(NamedTuple):
-    title: str
-    server: str
-    procedure: str
-    result: Any
-    batch: int  # calls
-    limit: float  # times the floor
-    argument: Any = None
-
-
-def process(slot: int) -> dict:
-    return {"slot": slot, "pid": 4000 + slot, "status": 2, "cmd": f"lined -l {slot:03d} -v",
-            "dir": "/var/spool/fax/lines"}
-
-
-def send_record(number: int) -> dict:
-    return {"data": {"faxid": number, "userid": "MEIER", "prio": 1, "status": 3, "seiten": 2,
-                     "comment": f"Angebot {number:05d}", "crezeit": 1500000000 + number,
-                     "empftsi": "+49 89 1234567", "empfnr": "0891234567", "nettype": 1}}
-
-
-def page(size: int) -> dict:
-    """An argument whose text has so many characters, which are as many bytes on the wire."""
-    return {"userid": "MEIER", "faxid": 4711, "seitennr": 1, "typ": 2,
-            "data": "Mit freundlichen Gruessen, Ihr Fax. " * (size // 36)}
-
-
-CASES = [
-    Case("a small call", "lambda", "l_get_status_1",
-         {"state_fax": 1, "state_gateways": 2, "state_daemons": 3, "state_drivers": 4}, 2000, 1.15),
-    Case("100 process entries", "lambda", "l_ps_1", [process(n) for n in range(100)], 500, 1.5),
-    Case("1,000 send records", "alpha", "a_get_s_1",
-         {"anz": 1000, "first": [send_record(n) for n in range(1000)]}, 50, 3.0),
-    Case("a page of 9 kB", "alpha", "a_put_page_1", 1, 500, 1.3, page(9_000)),
-    Case("a page of 60 kB", "alpha", "a_put_page_1", 1, 200, 2.0, page(60_000)),
-    Case("a page of 200 kB", "alpha", "a_put_page_1", 1, 100, 2.4, page(200_000)),
-    Case("a page of 900 kB", "alpha", "a_put_page_1", 1, 20, 2.7, page(900_000)),
-]
-ROUNDS = 15
-
-LONG_LIST = "a_get_sb_1"  # the same result as a_get_s_1
-LONG_COUNT, SHORT_COUNT = 100_000, 1_000
-LONG_LIMIT = 1.3
-LONG_ROUNDS = 8
 
 
 class Allow:
@@ -84,18 +45,17 @@ class Allow:
         return 1
 
 
-class Floor:
-    """The floor's client, one batch at a time."""
+class Program:
+    """bench_floor in one of its roles; ends with its standard input."""
 
-    def __init__(self, port: int, call: Path, reply_size: int) -> None:
-        self._process = subprocess.Popen(
-            [str(FLOOR), "call", str(port), str(call), str(reply_size)],
-            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, bufsize=1)
+    def __init__(self, *arguments: str) -> None:
+        self._process = subprocess.Popen([str(FLOOR), *arguments], stdin=subprocess.PIPE,
+                                         stdout=subprocess.PIPE, text=True, bufsize=1)
 
-    def run(self, calls: int) -> float:
-        """Seconds for a batch."""
-        self._process.stdin.write(f"{calls}\n")
-        return int(self._process.stdout.readline()) / 1e9
+    def ask(self, question: str = "") -> List[int]:
+        if question:
+            self._process.stdin.write(question + "\n")
+        return [int(word) for word in self._process.stdout.readline().split()]
 
     def close(self) -> None:
         self._process.communicate()
@@ -110,28 +70,13 @@ def call_record(program: int, number: int, argument: bytes) -> bytes:
     return b"".join(mark.to_bytes(4, "big") + part for mark, part in zip(marks, fragments))
 
 
-def measure(case: Case, port: int, folder: Path, interface: schema.Schema) -> bool:
-    procedure = interface.procedures[case.procedure]
-    codec = Codec(interface)
-    results = codec.encode(procedure.result, case.result)
-    record = call_record(interface.servers[case.server].program, procedure.number,
-                         codec.encode(procedure.argument, case.argument))
-    call_file = folder / "call"
-    call_file.write_text(record.hex())
-    floor = Floor(port, call_file, MARK_AND_REPLY_HEADER + len(results))
-    client = kvrpc.RpcClient(case.server)
-    text = json.dumps({case.procedure: case.argument or {}})
-    reply = client.call(text, Allow())
-    assert reply.startswith(b'{"status":0,'), reply[:200]
-    ours: List[float] = []
-    theirs: List[float] = []
-    for _ in range(ROUNDS):
-        theirs.append(floor.run(case.batch))
-        ours.append(batch(client, text, case.batch))
-    floor.close()
-    client.close()
-    return report(case, min(ours) / case.batch, min(theirs) / case.batch,
-                  len(record) + len(results), len(reply))
+def repeated_list(encode: Any, value: Repeated) -> str:
+    """The pieces of a long list's results, without encoding each node."""
+    head, link, end = encode({"anz": value.count, "first": []}).hex()[:8], "00000001", "00000000"
+    node = encode({"anz": 1, "first": [value.node]}).hex()[8:-8]
+    three = encode({"anz": value.count, "first": [value.node] * 3}).hex()
+    assert node.startswith(link) and three == head + node * 3 + end, "the list is not as expected"
+    return f"{head} {node}*{value.count} {end}"
 
 
 def batch(client: Any, text: str, calls: int) -> float:
@@ -142,77 +87,107 @@ def batch(client: Any, text: str, calls: int) -> float:
     return time.perf_counter() - start
 
 
-def report(case: Case, ours: float, floor: float, wire: int, text: int) -> bool:
-    ratio = ours / floor
-    verdict = "ok" if ratio <= case.limit else "TOO SLOW"
-    print(f"{case.title:20} {wire:7} B wire {text:7} B text  "
-          f"kvrpc {ours * 1e6:9.2f} us  floor {floor * 1e6:9.2f} us  {1 / ours:8.0f} calls/s  "
-          f"ratio {ratio:.3f} (limit {case.limit}) {verdict}", flush=True)
-    return ratio <= case.limit
+class Bench:
+    """The interface, and a folder for what the programs read."""
+
+    def __init__(self, folder: Path) -> None:
+        self._interface = schema.load()
+        self._codec = Codec(self._interface)
+        self._folder = folder
+
+    def _results(self, case: Case) -> str:
+        procedure = self._interface.procedures[case.procedure]
+        if isinstance(case.result, Repeated):
+            return repeated_list(lambda value: self._codec.encode(procedure.result, value),
+                                 case.result)
+        return self._codec.encode(procedure.result, case.result).hex()
+
+    def _record(self, case: Case) -> bytes:
+        procedure = self._interface.procedures[case.procedure]
+        return call_record(self._interface.servers[case.server].program, procedure.number,
+                           self._codec.encode(procedure.argument, case.argument))
+
+    def _connect(self, case: Case, port: int) -> Any:
+        os.environ["KORVEXRPCPORT"] = str(port - self._interface.servers[case.server].slot)
+        return kvrpc.RpcClient(case.server, "127.0.0.1")
+
+    def ratio(self, case: Case) -> float:
+        """Measures a case, prints it, and returns how many floors a call took."""
+        (self._folder / "results").write_text(self._results(case))
+        (self._folder / "call").write_text(self._record(case).hex())
+        fragment = [str(case.fragment)] if case.fragment else []
+        server = Program("serve", str(self._folder / "results"), *fragment)
+        port, reply_size = server.ask()
+        floor = Program("call", str(port), str(self._folder / "call"), str(reply_size))
+        client = self._connect(case, port)
+        ours, theirs = self._measure(case, client, floor)
+        client.close()
+        floor.close()
+        server.close()
+        print(f"{case.title:22} {reply_size:9} B reply  kvrpc {ours * 1e6:10.2f} us  "
+              f"floor {theirs * 1e6:10.2f} us  {1 / ours:7.0f} calls/s  ratio {ours / theirs:.3f}",
+              end="", flush=True)
+        return ours / theirs
+
+    @staticmethod
+    def _measure(case: Case, client: Any, floor: Program) -> Tuple[float, float]:
+        """Seconds of a call: the medians of batches in turn, the first of which do not count."""
+        text = json.dumps({case.procedure: {} if case.argument is None else case.argument})
+        reply = client.call(text, Allow())
+        assert reply.startswith(b'{"status":0,'), reply[:200]
+        ours, theirs = [], []
+        for _ in range(case.rounds + 1):
+            theirs.append(floor.ask(str(case.batch))[0] / 1e9)
+            ours.append(batch(client, text, case.batch))
+        return (statistics.median(ours[1:]) / case.batch,
+                statistics.median(theirs[1:]) / case.batch)
 
 
-class Seconds(NamedTuple):
-    wall: float
-    processor: float
+def use_one_processor() -> None:
+    """For this process and those that it starts, where the system lets choose."""
+    if hasattr(os, "sched_setaffinity"):
+        os.sched_setaffinity(0, {max(os.sched_getaffinity(0))})
 
 
-def list_seconds(client: Any, procedure: str, calls: int) -> Seconds:
-    """Time for the calls, all replies kept, so that both ways need as much memory."""
-    allow, text = Allow(), f'{{"{procedure}":{{}}}}'
-    wall, processor = time.perf_counter(), time.process_time()
-    replies = [client.call(text, allow) for _ in range(calls)]
-    took = Seconds(time.perf_counter() - wall, time.process_time() - processor)
-    assert sum(reply.count(b'"userid"') for reply in replies) == LONG_COUNT
-    return took
+def verdict(value: float, limit: float) -> str:
+    return "ok" if value <= limit else "TOO MUCH"
 
 
-def measure_long_list() -> bool:
-    """Time per record of the long list beside that of the short one; the best of some rounds."""
-    client = kvrpc.RpcClient("alpha")
-    short, long = [], []
-    for _ in range(LONG_ROUNDS):
-        short.append(list_seconds(client, "a_get_s_1", LONG_COUNT // SHORT_COUNT))
-        long.append(list_seconds(client, LONG_LIST, 1))
-    client.close()
-    within = True
-    for kind in Seconds._fields:
-        small = min(getattr(took, kind) for took in short)
-        large = min(getattr(took, kind) for took in long)
-        held = large <= LONG_LIMIT * small
-        within = within and held
-        print(f"{LONG_COUNT:,} send records  {kind:9} time in lists of {SHORT_COUNT:,} "
-              f"{small * 1e3:.1f} ms, in one {large * 1e3:.1f} ms, ratio {large / small:.3f} "
-              f"(limit {LONG_LIMIT}) {'ok' if held else 'TOO SLOW'}", flush=True)
-    return within
+def judged(bench: Bench, case: Case, limit: float) -> Bar:
+    bar = Bar(case.title, bench.ratio(case), limit)
+    print(f" (limit {limit:.2f}) {verdict(bar.ratio, limit)}", flush=True)
+    return bar
 
 
-def main() -> int:
-    interface = schema.load()
-    codec = Codec(interface)
-    replies = [""] * (LAST_PROCEDURE + 1)
-    for case in CASES:
-        procedure = interface.procedures[case.procedure]
-        replies[procedure.number] = codec.encode(procedure.result, case.result).hex()
-    long_list = interface.procedures[LONG_LIST]
-    replies[long_list.number] = codec.encode(
-        long_list.result, {"anz": LONG_COUNT,
-                           "first": [send_record(n) for n in range(LONG_COUNT)]}).hex()
+def measure(bench: Bench, words: List[str]) -> List[Bar]:
+    bars = [judged(bench, case, case.limit) for case in CASES
+            if not words or any(word in case.title for word in words)]
+    if words and not any("list" in word for word in words):
+        return bars
+    base = bench.ratio(LISTS[0])
+    print(" (the measure of the longer ones)", flush=True)
+    return bars + [judged(bench, case, GROWTH * base) for case in LISTS[1:]]
+
+
+def module_is_small(folder: Path) -> bool:
+    stripped = folder / "stripped"
+    subprocess.run(["strip", "-s", "-o", str(stripped), kvrpc.__file__], check=True)
+    size = stripped.stat().st_size
+    print(f"the module has {size:,} bytes without symbols (limit {LARGEST_MODULE:,}) "
+          f"{verdict(size, LARGEST_MODULE)}", flush=True)
+    return size <= LARGEST_MODULE
+
+
+def main(words: List[str]) -> int:
+    use_one_processor()
     with tempfile.TemporaryDirectory() as name:
-        folder = Path(name)
-        (folder / "replies").write_text("\n".join(replies))
-        server = subprocess.Popen([str(FLOOR), "serve", str(folder / "replies")],
-                                  stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
-        port = int(server.stdout.readline())
-        within = []
-        for case in CASES:
-            slot = interface.servers[case.server].slot
-            os.environ["KORVEXRPCPORT"] = str(port - slot)
-            within.append(measure(case, port, folder, interface))
-        os.environ["KORVEXRPCPORT"] = str(port - interface.servers["alpha"].slot)
-        within.append(measure_long_list())
-        server.communicate()
-    return 0 if all(within) else 1
+        bars = measure(Bench(Path(name)), words)
+        small = module_is_small(Path(name))
+    PICTURE.parent.mkdir(exist_ok=True)
+    PICTURE.write_text(draw("Time of a call, in floors: the same bytes, nothing decoded", bars))
+    print(f"drawn: {PICTURE.relative_to(ROOT)}")
+    return 0 if small and all(bar.ratio <= bar.limit for bar in bars) else 1
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(main(sys.argv[1:]))

@@ -1,17 +1,24 @@
 // The floor under a call: a server that answers with prepared bytes, and a client that sends and
 // receives the same bytes as a real call and decodes nothing.
 //
-//   bench_floor serve REPLIES        answers each call of procedure N with line N of the file,
-//                                    which holds the results in hex; prints its port; ends when
-//                                    its standard input does
-//   bench_floor call PORT CALL SIZE  reads numbers of calls from standard input; for each prints
-//                                    the nanoseconds that so many calls took. CALL is the file of
-//                                    one call record in hex, marks included, which leaves in one
-//                                    piece; SIZE is the number of bytes of a reply record.
+//   bench_floor serve RESULTS [SIZE]
+//     Answers every call with the results in the file RESULTS, in fragments of at most SIZE bytes,
+//     marks included, or in one. Prints its port and the size of a reply record. Ends when its
+//     standard input does.
+//   bench_floor call PORT CALL REPLY
+//     Reads numbers of calls from standard input. For each, prints the nanoseconds that so many
+//     calls took. CALL is the file of one call record in hex, marks included, which is sent in one
+//     piece. REPLY is the size of a reply record.
 //
-// Loopback only. bench/calls.py drives both.
+// RESULTS holds pieces in hex, each followed by `*COUNT` if it occurs more than once, for example
+// "00000001 000000050000000a*1000 00000000".
+//
+// The server's sockets use the congestion control `reno`, because a default that paces what it
+// sends (bbr) gives long replies two speeds, and which one a run gets is chance. Loopback only.
+// bench/calls.py drives both.
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -23,6 +30,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -32,9 +40,9 @@ using bytes = std::vector<unsigned char>;
 
 constexpr std::size_t mark_size = 4;
 constexpr std::uint32_t last_fragment = 0x80000000u;
-constexpr std::size_t procedure_offset = mark_size + 20;
-constexpr std::size_t reply_header_size = mark_size + 24;
+constexpr std::size_t reply_header_size = 24;
 constexpr std::size_t receive_size = 256 * 1024;
+constexpr std::size_t one_fragment = last_fragment;  // no fragment is longer
 
 [[noreturn]] void fail(const char* what) {
   std::perror(what);
@@ -75,12 +83,35 @@ void send_all(int sock, const bytes& record) {
   }
 }
 
-// A whole reply record around the results: one fragment, accepted, no verifier, success.
-bytes reply_record(const bytes& results) {
-  bytes record(reply_header_size, 0);
-  put_unit(record.data(), last_fragment | static_cast<std::uint32_t>(24 + results.size()));
-  put_unit(record.data() + mark_size + 4, 1);
-  record.insert(record.end(), results.begin(), results.end());
+// Reads pieces of hex, "HEX" or "HEX*COUNT", from a file.
+bytes results_of(const char* path) {
+  std::istringstream pieces(lines_of(path).at(0));
+  bytes results;
+  for (std::string piece; pieces >> piece;) {
+    const std::size_t star = piece.find('*');
+    const bytes once = from_hex(piece.substr(0, star));
+    const long count = star == std::string::npos ? 1 : std::stol(piece.substr(star + 1));
+    for (long i = 0; i < count; ++i) results.insert(results.end(), once.begin(), once.end());
+  }
+  return results;
+}
+
+// Makes the reply record of the results: accepted, no verifier, success. Its fragments have at most
+// `size` bytes, marks included.
+bytes reply_record(const bytes& results, std::size_t size) {
+  bytes body(reply_header_size, 0);
+  put_unit(body.data() + 4, 1);
+  body.insert(body.end(), results.begin(), results.end());
+  bytes record;
+  for (std::size_t at = 0; at < body.size();) {
+    const std::size_t part = std::min(size - mark_size, body.size() - at);
+    const bool last = at + part == body.size();
+    unsigned char mark[mark_size];
+    put_unit(mark, static_cast<std::uint32_t>(part) | (last ? last_fragment : 0));
+    record.insert(record.end(), mark, mark + mark_size);
+    record.insert(record.end(), body.data() + at, body.data() + at + part);
+    at += part;
+  }
   return record;
 }
 
@@ -103,13 +134,18 @@ bool read_call(int sock, bytes& call) {
   return true;
 }
 
-void serve_connection(int sock, std::vector<bytes>& replies) {
+void serve_connection(int sock, bytes reply) {
   bytes call(receive_size);
   while (read_call(sock, call)) {
-    bytes& reply = replies.at(unit_at(call.data() + procedure_offset));
     std::memcpy(reply.data() + mark_size, call.data() + mark_size, 4);
     send_all(sock, reply);
   }
+}
+
+// Accepted connections inherit the choice.
+void use_reno(int sock) {
+  static const char name[] = "reno";
+  if (setsockopt(sock, IPPROTO_TCP, TCP_CONGESTION, name, sizeof name - 1) != 0) fail("reno");
 }
 
 int listen_on_loopback() {
@@ -117,27 +153,31 @@ int listen_on_loopback() {
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t size = sizeof address;
   auto* any = reinterpret_cast<sockaddr*>(&address);
-  if (bind(sock, any, size) != 0 || listen(sock, 8) != 0) fail("listen");
-  if (getsockname(sock, any, &size) != 0) fail("getsockname");
-  std::printf("%d\n", ntohs(address.sin_port));
-  std::fflush(stdout);
+  use_reno(sock);
+  if (bind(sock, any, sizeof address) != 0 || listen(sock, 8) != 0) fail("listen");
   return sock;
 }
 
+int port_of(int sock) {
+  sockaddr_in address{};
+  socklen_t size = sizeof address;
+  if (getsockname(sock, reinterpret_cast<sockaddr*>(&address), &size) != 0) fail("getsockname");
+  return ntohs(address.sin_port);
+}
+
 // One process a connection, until standard input ends.
-int serve(const char* path) {
-  std::vector<bytes> replies;
-  for (const std::string& line : lines_of(path)) replies.push_back(reply_record(from_hex(line)));
+int serve(const char* path, std::size_t fragment) {
+  const bytes reply = reply_record(results_of(path), fragment);
   const int listener = listen_on_loopback();
+  std::printf("%d %zu\n", port_of(listener), reply.size());
+  std::fflush(stdout);
   pollfd waits[] = {{STDIN_FILENO, POLLIN, 0}, {listener, POLLIN, 0}};
-  std::vector<pid_t> children;
   while (poll(waits, 2, -1) > 0 && waits[0].revents == 0) {
     const int sock = accept(listener, nullptr, nullptr);
     const pid_t child = fork();
     if (child == 0) {
-      serve_connection(sock, replies);
+      serve_connection(sock, reply);
       _exit(0);
     }
     close(sock);
@@ -182,7 +222,10 @@ int call(const char* port, const char* call_path, const char* reply_size_text) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc == 3 && std::strcmp(argv[1], "serve") == 0) return serve(argv[2]);
+  if (argc == 3 && std::strcmp(argv[1], "serve") == 0) return serve(argv[2], one_fragment);
+  if (argc == 4 && std::strcmp(argv[1], "serve") == 0) {
+    return serve(argv[2], static_cast<std::size_t>(std::atol(argv[3])));
+  }
   if (argc == 5 && std::strcmp(argv[1], "call") == 0) return call(argv[2], argv[3], argv[4]);
   std::puts("bench_floor: driven by bench/calls.py");
   return 0;
