@@ -22,11 +22,12 @@ import kvrpc
 
 from . import _exchange
 from . import _worker_process as wire
+from .errors import KvrpcError
 
 _EXIT_SECONDS = 1.0
 
 
-class WorkerError(ConnectionError):
+class WorkerError(KvrpcError, ConnectionError):
     """A worker process has ended by itself, or did not start."""
 
 

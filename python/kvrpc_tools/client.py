@@ -78,6 +78,19 @@ class Client:
         return Blocks(own(), way.procedure).read(
             lambda asked: self._run(way, asked, False, check, timeout), argument, step, progress)
 
+    def entries(self, name: str, argument: Any = None, *, check: Optional[bool] = None,
+                timeout: Optional[float] = None) -> Iterator[Any]:
+        """Makes one call and yields the entries of the list that is its result.
+
+        Parses piece after piece, so a list of a million entries takes the memory of its text. A
+        result that is no list, or has several lists, is the only entry.
+        """
+        way = conversion(self.server, name)
+        text = way.call_text(argument, self._check if check is None else check)
+        with tracing.Watch(way.procedure, self.host, argument, text) as watch:
+            watch.reply = self._exchange(text, self.timeout if timeout is None else timeout)
+        return way.entries(watch.reply)
+
     def close(self) -> None:
         """Closes the connection. The next call connects again."""
         self._transport.close()

@@ -8,12 +8,12 @@ from __future__ import annotations
 
 import functools
 import json
-from typing import Any, Dict, List
+from typing import Any, Dict, Iterator, List
 
 from . import errors
 from .check import Compiler, did_you_mean
-from .lists import ResultLists, chain_text, put_in
-from .schema import Procedure, own
+from .lists import ResultLists, array_items, chain_text, put_in
+from .schema import Procedure, WireType, own
 
 _encoder = json.JSONEncoder(separators=(",", ":"), check_circular=False)
 _make: Any = getattr(json.encoder, "c_make_encoder", None)
@@ -21,6 +21,7 @@ _chunks: Any = _make and _make(None, _encoder.default, json.encoder.encode_bases
                                ":", ",", False, False, True)
 # `decode` also looks for blanks, which no reply has.
 _scan: Any = getattr(json.JSONDecoder(), "scan_once")  # noqa: B009, typeshed does not know it
+_SUCCESS = '{"status":0,"message":"ok","result":'  # how a reply with a result begins
 
 
 def _encode(argument: Any) -> str:
@@ -87,6 +88,28 @@ class Conversion:
                 put_in(result, head, nodes)
         self._lists.settle(result, raw)
         return result
+
+    def entries(self, reply: bytes) -> Iterator[Any]:
+        """Yields the entries of the list that a reply holds, or the result if it is no list.
+
+        Parses one entry, or one piece of a list, at a time. Raises the CallError of any other
+        status than 0 at once.
+        """
+        text = reply.decode()
+        if not text.startswith(_SUCCESS):
+            self._opened(_value_at(text))
+        if self.procedure.result.kind == "array":
+            return array_items(text, len(_SUCCESS))
+        if self._lists.only_record:
+            return self._lists.nodes(text)
+        return iter([_value_at(text)["result"]])
+
+    @property
+    def entry_type(self) -> WireType:
+        """The type of what `entries` yields."""
+        result = self.procedure.result
+        name = result.record if result.kind == "array" else self._lists.only_record
+        return WireType("record", record=name) if name else result
 
     def _opened(self, envelope: Dict[str, Any]) -> Any:
         if envelope["status"] != 0:

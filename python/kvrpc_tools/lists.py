@@ -40,6 +40,7 @@ class Chain:
         assert link is not None
         if link not in (node.fields[0], node.fields[-1]):
             raise ValueError(f"{node.name}: the link is neither the first field nor the last")
+        self.record = node.name
         self.head = head
         self.link = link.key
         self.link_first = node.fields[0] is link
@@ -77,6 +78,29 @@ class Chain:
         first = at + len(head) - len(self._opening)
         begin, close, end = self._bounds(text, first, len(text))
         return f"{text[:first]}[]{text[end:]}", self._pieces(text, begin, close)
+
+    def nodes(self, text: str) -> Iterator[Dict[str, Any]]:
+        """Yields the nodes of the list of this kind, first to last, parsed some hundred at a time.
+
+        There must be no more than one list of this kind.
+        """
+        head = f'"{self.head}":{self._opening}'
+        at = text.find(head)
+        if at < 0:
+            return
+        first = at + len(head) - len(self._opening)
+        begin, close, _ = self._bounds(text, first, len(text))
+        pieces = self._pieces_from_the_end if self.link_first else self._pieces
+        for piece in pieces(text, begin, close):
+            nodes = json.loads(piece)
+            yield from reversed(nodes) if self.link_first else nodes
+
+    def _pieces_from_the_end(self, text: str, begin: int, close: int) -> Iterator[str]:
+        while begin < close:
+            cut = text.rfind(self._border, begin, max(begin, close - _PIECE))
+            start = cut + len(self._border) - self._kept if cut >= 0 else begin
+            yield "[{" + text[start:close].replace(self._border, self._between) + "}]"
+            close = max(begin, cut)
 
     def _pieces(self, text: str, begin: int, close: int) -> Iterator[str]:
         while begin < close:
@@ -169,10 +193,36 @@ class ResultLists:
             taken.append((head, pieces))
         return text, taken
 
+    @property
+    def only_record(self) -> str:
+        """The record of the nodes, if there is one list outside of lists; else ""."""
+        return self._heads[0].chain.record if len(self._heads) == 1 else ""
+
+    def nodes(self, text: str) -> Iterator[Dict[str, Any]]:
+        """Yields the nodes of the only list in the text of a reply."""
+        (head,) = self._heads
+        for chain in self._chains:
+            if chain is not head.chain:
+                text = chain.flatten(text)
+        for node in head.chain.nodes(text):
+            for inner in head.inner:
+                _settle(node, inner, False)
+            yield node
+
     def settle(self, result: Any, raw: bool) -> None:
         """Puts the lists of a parsed result in order; with `raw`, nests them as on the wire."""
         for head in self._heads:
             _settle(result, head, raw)
+
+
+def array_items(text: str, at: int) -> Iterator[Any]:
+    """Yields the items of the JSON array that begins at `at`, one parsed after the other."""
+    at += 1
+    while text[at] != "]":
+        item, at = _value_at(text, at)
+        yield item
+        if text[at] == ",":
+            at += len(", ")
 
 
 def put_in(result: Any, head: Head, nodes: List[Any]) -> None:

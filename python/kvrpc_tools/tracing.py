@@ -140,13 +140,13 @@ class Watch:
         self.seconds = time.perf_counter() - self._start
         event = CallEvent(
             self._procedure.server, self._procedure.name, self._procedure.number, self._host,
-            _status(self.reply), None if kind is None else kind.__name__, self.seconds,
+            status_of(self.reply), None if kind is None else kind.__name__, self.seconds,
             self._bytes_out, len(self.reply))
         _tell(event, self._argument)
 
 
-def _status(reply: bytes) -> Optional[int]:
-    """The status in a reply text, which begins with it."""
+def status_of(reply: bytes) -> Optional[int]:
+    """Returns the status in a reply text, which begins with it. Returns None without a reply."""
     return int(reply[len(b'{"status":'):reply.index(b",")]) if reply else None
 
 

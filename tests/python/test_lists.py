@@ -113,6 +113,23 @@ def test_a_list_comes_as_a_list(procedure, lengths, monkeypatch):
         assert way.result(reply(text)) == value == way.result_in_pieces(reply(text))
         raw = way.result(reply(text), raw=True)
         assert json.dumps(raw) == json.dumps(nested(procedure.result, value))
+        entries = list(way.entries(reply(text)))
+        assert entries == ([value] if way.entry_type == procedure.result else first_list(value))
+
+
+def first_list(value):
+    """Returns the outermost list in a value; [] if it has none."""
+    if isinstance(value, list):
+        return value
+    found = [first_list(each) for each in value.values() if isinstance(each, (dict, list))]
+    return found[0] if found else []
+
+
+def test_the_entries_of_an_array_are_parsed_one_by_one():
+    way = conversion("lambda", "l_ps_1")
+    for items in ([], [{"slot": 0}], [{"slot": 0, "cmd": "]"}, {"slot": 1}]):
+        assert list(way.entries(reply(json.dumps(items)))) == items
+
 
 
 def in_a_small_stack(work):

@@ -2,6 +2,7 @@
 
     exit code   when
     0           all is well
+    1           the output cannot be written, or the server gives no blocks that come to an end
     2           the words or the argument are wrong; nothing was sent
     3           no connection, or no answer in time
     64 + N      the reply has status N
@@ -19,9 +20,10 @@ from typing import Any, Dict, List, Optional, Sequence, Tuple
 
 import click
 
+from ..blocks import BlockError
 from ..errors import ArgumentError, CallError, ConnectError, KvrpcError
 
-USAGE, NO_ANSWER, BY_STATUS, CTRL_C, CLOSED_PIPE = 2, 3, 64, 130, 141
+FAILED, USAGE, NO_ANSWER, BY_STATUS, CTRL_C, CLOSED_PIPE = 1, 2, 3, 64, 130, 141
 
 # The module of each command, which is imported when the command is used, and its name there.
 COMMANDS = {
@@ -30,6 +32,8 @@ COMMANDS = {
     "call": ("calling", "call"),
     "ping": ("pinging", "ping"),
     "decode": ("decoding", "decode"),
+    "export": ("exporting", "export"),
+    "simulate": ("simulating", "simulate"),
 }
 
 
@@ -86,8 +90,7 @@ def run(words: Sequence[str]) -> int:
         sys.stdout.flush()
         return code
     except BrokenPipeError:
-        # The interpreter writes what is left at its end, and would complain.
-        os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
+        _give_up_output()
         return CLOSED_PIPE
     except (KeyboardInterrupt, click.Abort):
         return CTRL_C
@@ -95,6 +98,23 @@ def run(words: Sequence[str]) -> int:
         code, told = _told(error)
         _print_error(code, told, "--json" in words)
         return code
+    except OSError as error:
+        _give_up_output()
+        name = error.filename or "the output"
+        told = {"error": type(error).__name__, "message": f"{name}: {error.strerror or error}"}
+        _print_error(FAILED, told, "--json" in words)
+        return FAILED
+
+
+def _give_up_output() -> None:
+    """Drops output that cannot be written. Otherwise the interpreter fails to write it at its end.
+    """
+    try:
+        sys.stdout.flush()
+    except OSError:
+        nothing = os.open(os.devnull, os.O_WRONLY)
+        os.dup2(nothing, sys.stdout.fileno())
+        os.close(nothing)
 
 
 def _invoke(words: List[str]) -> int:
@@ -128,7 +148,7 @@ def _told(error: Exception) -> Tuple[int, Dict[str, Any]]:
     if isinstance(error, ConnectError):
         told.update(server=error.server, host=error.host, port=error.port,
                     transport=error.transport, advice=error.advice)
-    return NO_ANSWER, told
+    return FAILED if isinstance(error, BlockError) else NO_ANSWER, told
 
 
 def _print_error(code: int, told: Dict[str, Any], as_json: bool) -> None:

@@ -67,9 +67,8 @@ def call(procedure: Procedure, argument: Optional[str], members: Tuple[str, ...]
         _tell(f"reply: {reply.decode('utf-8')}")
     if raw:
         click.echo(reply)
-    result = way.result(reply)
-    if not raw:
-        write_json(result, sys.stdout)
+    if not raw or tracing.status_of(reply) != 0:
+        write_json(way.result(reply), sys.stdout)
 
 
 def _reply(procedure: Procedure, host: Optional[str], timeout: Optional[float], text: str,

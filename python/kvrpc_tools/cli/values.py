@@ -34,17 +34,17 @@ def argument_of(text: Optional[str], members: Tuple[str, ...], wire: WireType) -
 
 def _read(text: str) -> Any:
     place = ""
-    if text == "-":
-        text, place = sys.stdin.buffer.read().decode("utf-8"), " on the standard input"
-    elif text.startswith("@"):
-        place = f" in {text[1:]}"
-        try:
-            text = Path(text[1:]).read_text(encoding="utf-8")
-        except OSError as error:
-            raise click.UsageError(f"{text[1:]}: {error.strerror}") from error
     try:
+        if text == "-":
+            place = " on the standard input"
+            text = sys.stdin.buffer.read().decode("utf-8")
+        elif text.startswith("@"):
+            place = f" in {text[1:]}"
+            text = Path(text[1:]).read_text(encoding="utf-8")
         return json.loads(text)
-    except ValueError as error:
+    except OSError as error:
+        raise click.UsageError(f"{text[1:]}: {error.strerror}") from error
+    except (ValueError, RecursionError) as error:
         raise click.UsageError(f"the argument{place} is no JSON: {error}") from error
 
 

@@ -2,9 +2,13 @@
 
 import json
 import re
+from pathlib import Path
 
 import pytest
 from peer import messages
+
+from kvrpc_tools import Omega
+from kvrpc_tools.pytest_plugin import kvrpc_simulator, kvrpc_simulator_process  # noqa: F401
 
 LOGIN = '{"userid":"meier","passwor":"geheim"}'
 STATUS = r'{"state_fax":1,"state_gateways":1,"state_daemons":1,"state_drivers":1}\n'
@@ -179,3 +183,56 @@ def test_a_template_edited_in_a_file_works(kvrpc, simulator, tmp_path):
     argument = json.loads(kvrpc("describe", "a_login", "--template").out)
     file.write_text(json.dumps({**argument, "userid": "meier", "passwor": "geheim"}))
     assert kvrpc("call", "a_login", f"@{file}").code == 0
+
+
+def test_a_list_is_exported_as_lines_and_as_a_table(kvrpc, simulator, tmp_path):
+    listed = json.loads(kvrpc("call", "l_ps").out)
+    lines = kvrpc("export", "l_ps")
+    assert (lines.code, lines.err) == (0, "")
+    assert [json.loads(each) for each in lines.out.splitlines()] == listed
+    file = tmp_path / "ps.csv"
+    assert kvrpc("export", "--csv", "l_ps", "-o", str(file)) == (0, "", "")
+    table = [each.split(",") for each in file.read_text("utf-8").splitlines()]
+    assert table[0] == list(listed[0])
+    assert table[1:] == [[str(cell) for cell in each.values()] for each in listed]
+
+
+def test_a_list_that_is_read_in_blocks_is_exported_whole(kvrpc, kvrpc_simulator):  # noqa: F811
+    with Omega() as omega:
+        whole = omega.o_get_printer_llb_1({"anz": 50})
+    (entry,) = whole["first"]
+    entries = [{"data": {**entry["data"], "comment": f"number {number}", "printid": f"p{number}"}}
+               for number in range(5)]
+    blocks = [entries[:2], entries[2:4], entries[4:], []]
+    kvrpc_simulator.answer("o_get_printer_llb_1", [
+        {**whole, "anz": len(block), "first": block} for block in blocks])
+    done = kvrpc("export", "o_get_printer_llb", "--step", "2")
+    assert (done.code, done.err) == (0, "")
+    assert [json.loads(each) for each in done.out.splitlines()] == [each["data"]
+                                                                    for each in entries]
+
+
+def test_a_list_without_entries_has_columns_all_the_same(kvrpc, kvrpc_simulator):  # noqa: F811
+    kvrpc_simulator.answer("o_get_user_ll_1", {"first": []})
+    assert kvrpc("export", "o_get_user_ll") == (0, "", "")
+    done = kvrpc("export", "o_get_user_ll", "--csv")
+    assert done.out.startswith("alphaid,userid,")
+
+
+def test_each_case_of_a_union_has_columns(kvrpc, simulator):
+    done = kvrpc("export", "a_get_s_rec_new_ll", "--csv",
+                 "-s", "selection=1", "-s", "v1.loginid=1")
+    assert (done.code, done.err) == (0, "")
+    assert done.out.startswith("selection,v0.faxid,")
+    assert ",v1.faxid," in done.out
+
+
+@pytest.mark.skipif(not Path("/dev/full").exists(), reason="needs a device that is always full")
+@pytest.mark.parametrize("words", ["export l_ps -o /dev/full", "export l_ps --csv -o /dev/full"])
+def test_a_full_disk_is_told_in_one_line(kvrpc, simulator, words):
+    check(kvrpc(*words.split()), 1, "", r"kvrpc: .*No space left on device\n")
+
+
+def test_the_simulator_is_a_command_too(kvrpc):
+    assert "--portmapper" in kvrpc("simulate", "--help").out
+    assert kvrpc("simulate", "--nonsense").code == 2

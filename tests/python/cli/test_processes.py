@@ -1,10 +1,12 @@
 """The command as a process: pipes that close, Ctrl-C, completion, and the time of its start."""
 
 import os
+import re
 import signal
 import subprocess
 import sys
 import time
+from pathlib import Path
 
 import pytest
 
@@ -17,6 +19,14 @@ def test_whoever_closes_the_pipe_is_no_error():
         process.stdout.close()
         assert process.stderr.read() == b""
     assert process.returncode == 141
+
+
+@pytest.mark.skipif(not Path("/dev/full").exists(), reason="needs a device that is always full")
+def test_a_full_disk_is_told_in_one_line():
+    with open("/dev/full", "wb") as full:
+        done = subprocess.run([*COMMAND, "list"], stdout=full, stderr=subprocess.PIPE)
+    assert done.returncode == 1
+    assert re.fullmatch(rb"kvrpc: the output: No space left on device\n", done.stderr)
 
 
 @pytest.mark.skipif(sys.platform == "win32", reason="Windows has no such signal")

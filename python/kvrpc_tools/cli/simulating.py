@@ -1,0 +1,20 @@
+"""The command `kvrpc simulate`: the simulator, with its own options."""
+
+from __future__ import annotations
+
+from typing import Tuple
+
+import click
+
+
+@click.command(add_help_option=False,
+               context_settings={"ignore_unknown_options": True, "allow_interspersed_args": False})
+@click.argument("words", nargs=-1, type=click.UNPROCESSED, metavar="[OPTIONS]")
+def simulate(words: Tuple[str, ...]) -> int:
+    """Run a stand-in for the servers on loopback; --help tells its options."""
+    from ..simulator.__main__ import main
+
+    try:
+        return main(list(words))
+    except SystemExit as end:  # that of --help, or of wrong options
+        return end.code if isinstance(end.code, int) else 2
