@@ -78,6 +78,15 @@ function(kvrpc_unit_tests name)
   kvrpc_test_program(${name} unit/${name} kvrpc_${name})
 endfunction()
 
+# kvrpc_module_tests(): tests/unit/module over the sources of src/module that need no interpreter.
+function(kvrpc_module_tests)
+  kvrpc_sources(sources ${PROJECT_SOURCE_DIR}/src/module)
+  list(FILTER sources INCLUDE REGEX "/large_pages_")
+  kvrpc_test_program(module unit/module)
+  target_sources(module_test PRIVATE ${sources})
+  set_source_files_properties(${sources} PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
+endfunction()
+
 # kvrpc_regression_tests(): tests/regression/*.cpp as one program over everything but the module.
 function(kvrpc_regression_tests)
   kvrpc_test_program(regression regression kvrpc_bridge kvrpc_directory)

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstring>
 
-#include "rpc/rpc_os.h"
+#include "module/large_pages.h"
 
 namespace kvrpc {
 
@@ -35,7 +35,7 @@ std::size_t block_size(std::size_t least) {
 // was, if there is no large block. Huge pages must be requested before the first page is touched.
 char* move_to_large_pages(char* block, std::size_t used) {
   auto* const large = static_cast<char*>(PyObject_Malloc(large_block));
-  if (large == nullptr || !rpc_use_large_pages(large, large_block)) {
+  if (large == nullptr || !use_large_pages(large, large_block)) {
     PyObject_Free(large);
     return nullptr;
   }
@@ -56,7 +56,7 @@ void keep_blocks_in_heap() {
 text_block resize_reply(char* block, std::size_t used, std::size_t, std::size_t size) {
   keep_blocks_in_heap();
   const bool outgrows_heap = used <= most_in_heap && size > most_in_heap && size <= large_block;
-  if (outgrows_heap && rpc_cut_blocks_shrink) {
+  if (outgrows_heap && cut_blocks_shrink) {
     char* const large = move_to_large_pages(block, used);
     if (large != nullptr) return {large, large_block};
   }
@@ -87,7 +87,7 @@ const text_memory reply_memory = {header_size, resize_reply, release_reply};
 
 PyObject* take_reply(text_buffer& text) {
   const std::size_t size = text.size();
-  if (!rpc_cut_blocks_shrink) {
+  if (!cut_blocks_shrink) {
     return PyBytes_FromStringAndSize(text.data(), static_cast<Py_ssize_t>(size));
   }
   char* const bytes = text.release();

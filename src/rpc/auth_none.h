@@ -12,6 +12,8 @@
 
 namespace kvrpc {
 
+struct AUTH;
+
 struct auth_ops {
   void (*ah_nextverf)(AUTH* auth);
   bool_t (*ah_marshal)(AUTH* auth, XDR* xdrs);

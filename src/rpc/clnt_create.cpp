@@ -1,3 +1,5 @@
+// Creates a handle by host name: resolves the host, finds the port, chooses the transport. Separate
+// from clnt.cpp, because only this part knows the transports.
 #include <cstring>
 
 #include "rpc/clnt.h"
@@ -13,7 +15,7 @@ namespace {
 constexpr rpc_timeval retransmission = {5, 0};
 constexpr rpc_timeval total_time = {25, 0};
 
-// The protocol number of a transport name, or -1.
+// Returns the protocol number of a transport name, or -1.
 std::int32_t protocol_of(const char* transport) {
   if (std::strcmp(transport, "ip") == 0) return RPC_IP;
   if (std::strcmp(transport, "tcp") == 0) return RPC_TCP;
@@ -21,6 +23,7 @@ std::int32_t protocol_of(const char* transport) {
   return rpc_protocol_number(transport);
 }
 
+// Finds the host's address. Returns false with the reason in rpc_createerr.
 bool resolve(const char* host, rpc_address* address) {
   rpc_resolver_enter();
   std::int32_t number = 0;
@@ -32,12 +35,6 @@ bool resolve(const char* host, rpc_address* address) {
 }
 
 }  // namespace
-
-CLIENT* clnt_create_failed(std::int32_t status, std::int32_t number) {
-  rpc_createerr.cf_stat = status;
-  rpc_createerr.cf_error.re_errno = number;
-  return nullptr;
-}
 
 CLIENT* clnt_create(const char* host, std::uint32_t program, std::uint32_t version,
                     const char* transport) {
@@ -62,20 +59,6 @@ CLIENT* clnt_create(const char* host, std::uint32_t program, std::uint32_t versi
   rpc_timeval total = total_time;
   clnt->cl_ops->control(clnt, CLSET_TIMEOUT, &total);
   return clnt;
-}
-
-bool clnt_is_inherited(const CLIENT* clnt) { return clnt->cl_forks != rpc_fork_count(); }
-
-std::int32_t clnt_call(CLIENT* clnt, std::uint32_t procedure, xdrproc_t arguments,
-                       void* argument_record, xdrproc_t results, void* result_record,
-                       std::int32_t timeout_seconds, std::int32_t timeout_microseconds) {
-  if (clnt == nullptr) return RPC_FAILED;
-  rpc_lock(clnt->cl_lock);
-  const std::int32_t status =
-      clnt->cl_ops->call(clnt, procedure, arguments, argument_record, results, result_record,
-                         {timeout_seconds, timeout_microseconds});
-  rpc_unlock(clnt->cl_lock);
-  return status;
 }
 
 }  // namespace kvrpc

@@ -1,3 +1,5 @@
+// The texts of failures. Every builder writes to one buffer of 256 bytes, which is allocated at
+// first use and never released.
 #include <algorithm>
 #include <cstdarg>
 #include <cstddef>
@@ -8,8 +10,6 @@
 #include "rpc/clnt.h"
 
 namespace kvrpc {
-
-rpc_createerr_record rpc_createerr;
 
 namespace {
 
@@ -62,7 +62,7 @@ const char* find_text(const status_text (&texts)[count], std::int32_t status,
 constexpr std::size_t errbuf_bytes = 256;
 char* rpc_errbuf = nullptr;
 
-// One text in rpc_errbuf. What does not fit is cut, and the line end always has its place.
+// Builds one text in rpc_errbuf. Truncates what does not fit, and keeps room for the line end.
 class error_text {
  public:
   error_text() {
@@ -135,7 +135,7 @@ void append_detail(error_text* text, const rpc_err& error) {
   }
 }
 
-// Without memory the text is what the standard format makes of a null.
+// Prints "(null)" for a text that could not be built, because printf's %s would.
 void print(const char* text) { std::fputs(text == nullptr ? "(null)" : text, stderr); }
 
 }  // namespace

@@ -13,7 +13,7 @@
 
 #include <cstdint>
 
-#include "rpc/clnt.h"
+#include "rpc/rpc_types.h"
 #include "rpc/xdr.h"
 
 namespace kvrpc {

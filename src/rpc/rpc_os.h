@@ -10,7 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "rpc/clnt.h"
+#include "rpc/rpc_types.h"
 
 namespace kvrpc {
 
@@ -25,8 +25,10 @@ void rpc_shutdown();
 void rpc_resolver_enter();
 void rpc_resolver_leave();
 
-// A recursive lock, or null with the reason in errno. In a process that inherits it through fork a
-// lock is free, because the thread that held it does not exist there or has left its call.
+struct rpc_lock_record;
+
+// Returns a recursive lock, or null with the reason in errno. In a process that inherits it through
+// fork, a lock is free, because the thread that held it does not exist there or has left its call.
 rpc_lock_record* rpc_create_lock();
 void rpc_destroy_lock(rpc_lock_record* lock);
 void rpc_lock(rpc_lock_record* lock);
@@ -159,13 +161,7 @@ class environment_text {
 
 std::uint32_t rpc_process_id();
 std::uint32_t rpc_time_seconds();
-// Asks for a large block that is about to be filled to be backed by large pages: handing out small
-// ones can take longer than filling them. Whether the system has such.
-bool rpc_use_large_pages(void* block, std::size_t size);
-// Whether realloc gives back what it cuts off a block. Where it does not, a block that is cut still
-// takes the address space of the whole.
-extern const bool rpc_cut_blocks_shrink;
-// Microseconds of a clock that nobody sets.
+// Returns the time of the monotonic clock, in microseconds.
 std::int64_t rpc_clock();
 
 }  // namespace kvrpc

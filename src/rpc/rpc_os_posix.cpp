@@ -1,6 +1,5 @@
 #include <netdb.h>
 #include <pthread.h>
-#include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <time.h>
@@ -164,24 +163,6 @@ char* rpc_environment(const char* name) {
 
 std::uint32_t rpc_process_id() { return static_cast<std::uint32_t>(getpid()); }
 std::uint32_t rpc_time_seconds() { return static_cast<std::uint32_t>(time(nullptr)); }
-
-// From the first byte's page to the last one's: a part of a mapping alone would be a mapping of its
-// own from then on, and the whole could no longer grow in place.
-bool rpc_use_large_pages([[maybe_unused]] void* block, [[maybe_unused]] std::size_t size) {
-#ifdef MADV_HUGEPAGE
-  const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-  const std::size_t before = reinterpret_cast<std::uintptr_t>(block) % page;
-  const int number = errno;
-  const bool done = madvise(static_cast<char*>(block) - before,
-                            (before + size + page - 1) / page * page, MADV_HUGEPAGE) == 0;
-  errno = number;
-  return done;
-#else
-  return false;
-#endif
-}
-
-const bool rpc_cut_blocks_shrink = true;
 
 std::int64_t rpc_clock() {
   timespec now;

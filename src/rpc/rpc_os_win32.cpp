@@ -85,10 +85,6 @@ char* rpc_environment(const char* name) {
 std::uint32_t rpc_process_id() { return GetCurrentProcessId(); }
 std::uint32_t rpc_time_seconds() { return static_cast<std::uint32_t>(std::time(nullptr)); }
 
-bool rpc_use_large_pages(void*, std::size_t) { return false; }  // they take a privilege there
-
-const bool rpc_cut_blocks_shrink = false;
-
 std::int64_t rpc_clock() {
   static const std::int64_t frequency = performance_counter(QueryPerformanceFrequency);
   const std::int64_t count = performance_counter(QueryPerformanceCounter);

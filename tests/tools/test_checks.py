@@ -68,13 +68,44 @@ def test_a_tree_in_order_passes(tree, check):
     ("src/json/print.cpp", "<string>"),
     ("src/json/print.cpp", '"json.h"'),
     ("src/extra/print.cpp", '"json/json.h"'),
+    ("src/rpc/rpc_os.h", '"rpc/clnt.h"'),
+    ("src/rpc/xdr_mem.cpp", '"rpc/clnt.h"'),
+    ("src/rpc/clnt.cpp", '"rpc/clnt_tcp.h"'),
+    ("src/rpc/clnt_tcp.cpp", '"rpc/port_lookup.h"'),
+    ("src/rpc/clnt.h", '"rpc/new.h"'),
+    ("src/schema/types.h", '"schema/families.h"'),
+    ("src/module/ref.h", '"module/names.h"'),
 ])
 def test_an_include_against_the_arrows_is_found(tree, name, include):
-    write(tree, "src/module/module.h", "")
+    for header in ("module/module.h", "module/names.h", "rpc/clnt.h", "rpc/clnt_tcp.h",
+                   "rpc/port_lookup.h", "rpc/new.h", "schema/families.h"):
+        write(tree, f"src/{header}", "")
     write(tree, name, f"\n#  include {include}\n")
     result = run("check-includes", tree)
     assert result.returncode == 1
     assert f"{name}:2: {include[1:-1]}: " in result.stdout
+
+
+@pytest.mark.parametrize("name, include", [
+    ("src/rpc/clnt_create.cpp", "rpc/clnt_tcp.h"),
+    ("src/rpc/clnt_tcp.cpp", "rpc/pmap.h"),
+    ("src/rpc/rpc_os_posix.cpp", "rpc/rpc_os_platform.h"),
+    ("src/rpc/new.cpp", "rpc/clnt_create.h"),
+])
+def test_an_include_within_a_directory_in_its_order_passes(tree, name, include):
+    write(tree, f"src/{include}", "")
+    write(tree, name, f'#include "{include}"\n')
+    assert run("check-includes", tree).returncode == 0
+
+
+def test_headers_that_include_each_other_are_found(tree):
+    write(tree, "src/json/first.h", '#include "json/second.h"\n')
+    write(tree, "src/json/second.h", '#include "json/third.h"\n')
+    write(tree, "src/json/third.h", '#include "json/first.h"\n')
+    result = run("check-includes", tree)
+    assert result.returncode == 1
+    for name in ("first", "second", "third"):
+        assert f"src/json/{name}.h: includes itself, by way of others\n" in result.stdout
 
 
 def test_a_tree_without_includes_counts_as_unchecked(tmp_path):
