@@ -1,3 +1,5 @@
+// Separate from strtol, whose white space depends on the locale and whose long has 64 bits on
+// Linux.
 #include "rpc/decimal.h"
 
 #include <cstring>

@@ -4,6 +4,7 @@
 
 #include "rpc/clnt_tcp.h"
 #include "rpc/clnt_udp.h"
+#include "rpc/environment.h"
 
 namespace kvrpc {
 
@@ -40,7 +41,7 @@ bool wants_tcp(const char* name) {
 
 CLIENT* portmapper_client(rpc_address* address) {
   rpc_socket sock = -1;
-  const environment_text transport("RPCTRANSPORT");
+  const environment_text transport(variable::transport);
   if (transport.failed()) return clnt_create_failed(RPC_SYSTEMERROR, ENOMEM);
   if (wants_tcp(transport.get())) {
     return clnttcp_create(address, portmapper_program, portmapper_version, &sock, buffer_size,

@@ -1,3 +1,4 @@
+// Finds a server's port in the environment. The map is split in place, as strtok would split it.
 #include "rpc/port_lookup.h"
 
 #include <algorithm>
@@ -7,35 +8,27 @@
 
 #include "rpc/clnt.h"
 #include "rpc/decimal.h"
+#include "rpc/environment.h"
 #include "rpc/rpc_os.h"
+#include "rpc/servers.h"
 
 namespace kvrpc {
 
 namespace {
 
-constexpr std::uint32_t programs_by_slot[] = {
-    16011967,    // alpha
-    1481537,     // gamma
-    1102104009,  // theta
-    26011932,    // lambda
-    302095104,   // nue
-    16011931,    // omega
-    9081975,     // sigma
-};
-
 std::uint16_t low_half(std::int32_t number) {
   return static_cast<std::uint16_t>(static_cast<std::uint32_t>(number) & 0xFFFF);
 }
 
-// Reads a 32-bit number of the environment, 0 if the variable does not exist. Returns false without
-// memory, with the reason in rpc_createerr.
+// Reads a number of the environment. Returns false without memory, with the reason in
+// rpc_createerr.
 bool read_number(const char* name, std::int32_t* number) {
-  const environment_text value(name);
-  if (value.failed()) return clnt_create_failed(RPC_SYSTEMERROR, ENOMEM) != nullptr;
-  *number = value.get() == nullptr ? 0 : parse_decimal(value.get());
-  return true;
+  if (environment_number(name, number)) return true;
+  clnt_create_failed(RPC_SYSTEMERROR, ENOMEM);
+  return false;
 }
 
+// Removes all blanks, and ends the text with two NUL bytes.
 void remove_blanks(char* text) {
   char* end = text;
   for (const char* p = text; *p != '\0'; ++p) {
@@ -45,8 +38,8 @@ void remove_blanks(char* text) {
   end[1] = '\0';
 }
 
-// The token at `*cursor` behind leading separators, or null when the text ends first. The cursor
-// then stands behind the character that ended the token, be it the text's NUL.
+// Skips separators and returns the token that follows, or null at the end of the text. Moves the
+// cursor past the character that ended the token, even if that is the text's NUL.
 char* take_token(char** cursor, char separator) {
   char* token = *cursor;
   while (*token == separator) ++token;
@@ -58,10 +51,11 @@ char* take_token(char** cursor, char separator) {
   return token;
 }
 
+// Returns the place of a character in the map, counted from 1.
 int position(const char* map, const char* place) { return static_cast<int>(place - map) + 1; }
 
-// Looks for the host and replaces the base port. `map` has no blanks and ends in two NUL bytes,
-// since the cursor may stand behind the first.
+// Replaces the base port if the map has the host. `map` must have no blanks and must end with two
+// NUL bytes, because the cursor may be past the first.
 void walk_map(char* map, const char* host, std::uint16_t* base) {
   char* cursor = map;
   while (const char* name = take_token(&cursor, ':')) {
@@ -86,25 +80,23 @@ void walk_map(char* map, const char* host, std::uint16_t* base) {
 }  // namespace
 
 int port_slot(std::uint32_t program) {
-  int slot = 0;
-  for (const std::uint32_t entry : programs_by_slot) {
-    if (entry == program) return slot;
-    ++slot;
+  for (const server_entry& server : server_directory) {
+    if (server.program == program) return server.slot;
   }
   return -1;
 }
 
 std::int32_t rpc_port_lookup(const char* host, std::uint32_t program, std::uint32_t) {
   std::int32_t number = 0;
-  if (!read_number("KORVEXRPCPORT", &number)) return -1;
+  if (!read_number(variable::base_port, &number)) return -1;
   std::uint16_t base = low_half(number);
-  const environment_text map("KORVEXRPCMAP");
+  const environment_text map(variable::port_map);
   if (map.failed()) {
     std::fputs("rpclib: out of memory\n", stderr);
     return base;
   }
   std::int32_t offset = 0;
-  if (!read_number("KORVEXRPCOFFSET", &offset)) return -1;
+  if (!read_number(variable::program_offset, &offset)) return -1;
   const int slot = port_slot(program - static_cast<std::uint32_t>(offset));
   if (slot >= 0 && map.get() != nullptr) {
     remove_blanks(map.get());

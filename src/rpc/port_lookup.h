@@ -4,18 +4,21 @@
 // KORVEXRPCPORT is the base port for every host, KORVEXRPCMAP gives one per host and wins:
 //
 //   map    entry { ";" entry } [ ";" ]
-//   entry  host ":" decimal number            blanks are dropped wherever they stand
+//   entry  host ":" decimal number            blanks anywhere are dropped
 //
-// The map is split with ":" and ";" in turn and not parsed: separators in front of a token are
-// skipped, a name may contain ";", and what comes behind the matching entry is never looked at.
-// KORVEXRPCOFFSET is subtracted from the program number before its slot is looked up.
+// The map is split at ":" and ";" in turn and not parsed: separators before a token are skipped, a
+// name may contain ";", and nothing after the matching entry is read. For example, "::a:7000;b:x"
+// gives host a the base port 7000 without a message about b.
+//
+// KORVEXRPCOFFSET, read anew at each lookup, is subtracted from the program number before its slot
+// is looked up.
 #pragma once
 
 #include <cstdint>
 
 namespace kvrpc {
 
-// The place of a program's port among the seven ports of an installation, or -1 when it has none.
+// Returns the place of a program's port among the ports of an installation, or -1 if it has none.
 int port_slot(std::uint32_t program);
 
 // Returns the port in the host's order, or 0 if the environment gives none. Reports a malformed map

@@ -160,6 +160,7 @@ TEST_F(directory, holds_the_seven_servers_in_their_order) {
     EXPECT_EQ(server_directory[i].program, row.program);
     ++i;
   }
+  EXPECT_EQ(i, sizeof server_directory / sizeof server_directory[0]);
 }
 
 // ---- transport

@@ -1,0 +1,37 @@
+// The environment variables that the runtime and the directory read, each named once. A variable is
+// read anew at each use, unless its comment says otherwise.
+//
+// LAMBDAHOST, GAMMAHOST, THETAHOST and PIHOST are reserved and change nothing.
+#pragma once
+
+#include <cstdint>
+
+namespace kvrpc {
+
+namespace variable {
+
+// Hosts, for a client made without one (directory/directory.h).
+inline constexpr char alpha_host[] = "ALPHAHOST";  // of alpha, if not empty; else the local host
+inline constexpr char omega_host[] = "OMEGAHOST";  // of omega, if not empty; else the local host
+inline constexpr char host[] = "ZOLMHOST";         // of all others, even if empty; else "localhost"
+// The local host's name, its first 35 characters; "localhost" if missing or empty. Read once, when
+// it is first needed.
+inline constexpr char local_host[] = "LOCALHOST";
+
+// The transport, even if empty; else "tcp". A portmapper query uses UDP unless this says TCP.
+inline constexpr char transport[] = "RPCTRANSPORT";
+
+// Ports (rpc/port_lookup.h).
+inline constexpr char base_port[] = "KORVEXRPCPORT";  // for every host
+inline constexpr char port_map[] = "KORVEXRPCMAP";    // by host; wins over the base port
+
+// Added to every program number. The directory reads it once, at the first creation of a client. A
+// port lookup reads it each time, to get back to the number before.
+inline constexpr char program_offset[] = "KORVEXRPCOFFSET";
+
+}  // namespace variable
+
+// Reads a 32-bit number, 0 if the variable does not exist. Returns false without memory.
+bool environment_number(const char* name, std::int32_t* number);
+
+}  // namespace kvrpc
