@@ -33,6 +33,7 @@ COMMANDS = {
     "ping": ("pinging", "ping"),
     "decode": ("decoding", "decode"),
     "export": ("exporting", "export"),
+    "trace": ("tracing", "trace"),
     "simulate": ("simulating", "simulate"),
 }
 

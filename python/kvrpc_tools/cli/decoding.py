@@ -2,14 +2,14 @@
 
 from __future__ import annotations
 
-import base64
 import struct
 import sys
-from typing import Any, Tuple
+from typing import Tuple
 
 import click
 
 from .. import masking
+from ..recording import as_json
 from ..schema import Procedure, WireType, own
 from ..simulator.codec import Codec
 from ..simulator.xdr import XdrError
@@ -38,7 +38,7 @@ def decode(procedure: Procedure, hexadecimal: str, show_secrets: bool) -> None:
         raise click.UsageError("these are no hexadecimal digits") from error
     direction, wire, body = _parts(procedure, _unmarked(data))
     try:
-        value = _plain(Codec(own()).decode(wire, body))
+        value = as_json(Codec(own()).decode(wire, body))
     except (XdrError, struct.error) as error:
         raise click.UsageError(f"these are not the bytes of {procedure.name}: {error}") from error
     if not show_secrets:
@@ -69,12 +69,3 @@ def _parts(procedure: Procedure, message: bytes) -> Tuple[str, WireType, bytes]:
     if words and words[1:3] == (1, 0) and words[5] == 0:
         return "result", procedure.result, message[_REPLY_HEADER:]
     raise click.UsageError("these bytes are neither a call nor the reply of a call that succeeded")
-
-
-def _plain(value: Any) -> Any:
-    """Returns a decoded value with Base64 in the place of bytes, as the module tells it."""
-    if isinstance(value, bytes):
-        return base64.b64encode(value).decode()
-    if isinstance(value, dict):
-        return {key: _plain(each) for key, each in value.items()}
-    return [_plain(each) for each in value] if isinstance(value, list) else value

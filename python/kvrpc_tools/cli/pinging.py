@@ -82,12 +82,12 @@ def _ping(name: str, host: Optional[str], timeout: float) -> _Answer:
     place = locate(name, host)
     start = time.perf_counter()
     try:
-        program = own().servers[name].program + _offset()
         if place.port is None:
-            place = place._replace(port=_ask_portmapper(place, program, timeout))
+            place = with_port(place, timeout)
             start = time.perf_counter()
         assert place.port is not None
-        reply = _exchange(place.transport, (place.host, place.port), _null_call(program), timeout)
+        call = _null_call(_program(name))
+        reply = _exchange(place.transport, (place.host, place.port), call, timeout)
     except (OSError, struct.error) as error:
         return _Answer(name, place, None, str(error) or type(error).__name__)
     if reply[4:24] != _ACCEPTED:
@@ -95,9 +95,19 @@ def _ping(name: str, host: Optional[str], timeout: float) -> _Answer:
     return _Answer(name, place, (time.perf_counter() - start) * 1e3, "")
 
 
-def _offset() -> int:
+def with_port(place: Place, timeout: float) -> Place:
+    """Returns a place with its port. Asks the portmapper of the host if the environment has none.
+
+    Raises OSError if the portmapper does not answer or does not know the server.
+    """
+    if place.port is not None:
+        return place
+    return place._replace(port=_ask_portmapper(place, _program(place.server), timeout))
+
+
+def _program(name: str) -> int:
     text = os.environ.get("KORVEXRPCOFFSET", "").strip()
-    return int(text) if text.lstrip("+-").isdigit() else 0
+    return own().servers[name].program + (int(text) if text.lstrip("+-").isdigit() else 0)
 
 
 def _null_call(program: int, version: int = 1, procedure: int = 0) -> bytes:

@@ -13,6 +13,7 @@ from kvrpc_tools.simulator import faults, ports
 from kvrpc_tools.simulator.control import Control
 from kvrpc_tools.simulator.fixture import CONTROL, VARIABLE, environment
 from kvrpc_tools.simulator.portmapper import PORT, Portmapper
+from kvrpc_tools.simulator.replay import Replay
 from kvrpc_tools.simulator.server import Dispatcher
 from kvrpc_tools.simulator.simulation import Simulation
 from kvrpc_tools.simulator.transport import LOOPBACK, Loop
@@ -26,7 +27,7 @@ def main(arguments: Optional[List[str]] = None) -> int:
         interface = schema.load(options.schema)
         loop = Loop()
         base = _serve(loop, interface, options)
-    except (schema.SchemaError, OSError) as error:
+    except (schema.SchemaError, ValueError, OSError) as error:
         print(f"simulator: {error}", file=sys.stderr)
         return 1
     # Both, because a process that a script starts with `&` inherits SIGINT as ignored.
@@ -52,6 +53,8 @@ def _options(arguments: Optional[List[str]]) -> argparse.Namespace:
                         help="a schema.json to use instead of the package's own")
     parser.add_argument("--fault", type=_fault, action="append", default=[],
                         help="misbehave, see below; may be given more than once")
+    parser.add_argument("--replay", metavar="FILE",
+                        help="answer from a recording of `kvrpc trace --record FILE`")
     parser.add_argument("--log", action="store_true",
                         help="tell of each call on standard error")
     parser.add_argument("--control", metavar="TOKEN", help=argparse.SUPPRESS)
@@ -70,11 +73,13 @@ def _fault(text: str) -> faults.Fault:
 def _serve(loop: Loop, interface: schema.Schema, options: argparse.Namespace) -> int:
     """Opens all ports and tells of them; returns the base port."""
     simulation = Simulation(interface, options.fault)
-    dispatcher = Dispatcher(interface, simulation, _tell if options.log else None)
+    log = _tell if options.log else None
+    answers = (Replay(interface, options.replay, log) if options.replay
+               else Dispatcher(interface, simulation, log))
     by_slot = {server.slot: server for server in interface.servers.values()}
     base, pairs = ports.bind_range(max(by_slot) + 1, options.port)
     for slot, (tcp, udp) in enumerate(pairs):
-        loop.serve(tcp, udp, dispatcher.handler(by_slot[slot]))
+        loop.serve(tcp, udp, answers.handler(by_slot[slot]))
     print(f"serving on {LOOPBACK}, TCP and UDP:")
     for slot, server in sorted(by_slot.items()):
         print(f"  {server.name:8} port {base + slot:5}  {len(server.procedures):3} procedures")

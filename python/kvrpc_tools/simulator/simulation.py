@@ -64,6 +64,20 @@ class Answers:
         return values.pop(0) if len(values) > 1 else values[0]
 
 
+def as_decoded(schema: Schema, wire: WireType, value: Any) -> Any:
+    """Returns a result with its Base64 texts as bytes, which is how the codec has them."""
+    if wire.kind in ("opaque", "blob"):
+        return base64.b64decode(value) if isinstance(value, str) else value
+    if isinstance(value, list):
+        item = wire.item or WireType("record", record=wire.record)
+        return [as_decoded(schema, item, each) for each in value]
+    if isinstance(value, dict):
+        types = {field.key: field.type for field in schema.records[wire.record].fields}
+        return {key: as_decoded(schema, types[key], each) if key in types else each
+                for key, each in value.items()}
+    return value
+
+
 class Simulation:
     """What all servers of one installation share."""
 
@@ -71,19 +85,6 @@ class Simulation:
         self._schema = schema
         self._first_faults = list(faults or [])
         self.reset()
-
-    def _as_decoded(self, wire: WireType, value: Any) -> Any:
-        """Returns a result with its Base64 texts as bytes, which is how the codec has them."""
-        if wire.kind in ("opaque", "blob"):
-            return base64.b64decode(value) if isinstance(value, str) else value
-        if isinstance(value, list):
-            item = wire.item or WireType("record", record=wire.record)
-            return [self._as_decoded(item, each) for each in value]
-        if isinstance(value, dict):
-            types = {field.key: field.type for field in self._schema.records[wire.record].fields}
-            return {key: self._as_decoded(types[key], each) if key in types else each
-                    for key, each in value.items()}
-        return value
 
     def reset(self) -> None:
         """Makes the installation, its clock and all that a test has prepared new."""
@@ -102,5 +103,5 @@ class Simulation:
         """Carries out one call, or takes its prepared answer. Returns the result."""
         if self.answers.holds(procedure):
             value = self.answers.next_for(procedure, argument)
-            return self._as_decoded(self._schema.procedures[procedure].result, value)
+            return as_decoded(self._schema, self._schema.procedures[procedure].result, value)
         return self.installation.run(procedure, argument)

@@ -1,0 +1,81 @@
+"""Answers calls from a recording, see `kvrpc_tools.recording`, in the place of an installation.
+
+A call gets the answer to the first recorded call of its procedure that has the same argument and
+has not been used yet; else the next one of its procedure that has not been used, because a time in
+an argument is another one each time; else the last one again. A call of a procedure that was not
+recorded is refused as unavailable.
+"""
+
+from __future__ import annotations
+
+from typing import Any, Callable, Dict, List, Optional
+
+from kvrpc_tools import masking
+from kvrpc_tools.recording import NULL_PROCEDURE, OK, as_json, read
+from kvrpc_tools.schema import Procedure, Schema, Server
+from kvrpc_tools.simulator import rpc
+from kvrpc_tools.simulator.codec import Codec
+from kvrpc_tools.simulator.simulation import as_decoded
+from kvrpc_tools.simulator.transport import Answer, Handler
+from kvrpc_tools.simulator.xdr import XdrError
+
+Told = Dict[str, Any]
+
+
+class Replay:
+    """Answers for all servers from one recording. Raises ValueError if the file is none."""
+
+    def __init__(self, schema: Schema, file: str, log: Optional[Callable[[str], None]]) -> None:
+        self._schema = schema
+        self._codec = Codec(schema)
+        self._log = log
+        self._secrets, calls = read(file)
+        self._unused: Dict[str, List[Told]] = {}
+        self._last: Dict[str, Told] = {}
+        for told in calls:
+            self._unused.setdefault(str(told["procedure"]), []).append(told)
+            self._last[str(told["procedure"])] = told
+
+    def handler(self, server: Server) -> Handler:
+        """Returns what a transport calls with the messages that reach the port of `server`."""
+        return lambda message, transport: self._answer(server, message)
+
+    def _answer(self, server: Server, message: bytes) -> Answer:
+        try:
+            call = rpc.parse_call(message)
+        except XdrError:
+            return Answer(close=True)
+        if call.procedure == NULL_PROCEDURE:
+            return Answer(rpc.success(call.xid, b""))
+        procedure = server.procedures.get(call.procedure)
+        told = procedure and self._next(procedure, call.argument)
+        if procedure is None or told is None:
+            self._note(f"{server.name}: procedure {call.procedure} was not recorded")
+            return Answer(rpc.procedure_unavailable(call.xid))
+        if told["status"] == OK:
+            result = as_decoded(self._schema, procedure.result, told["result"])
+            return Answer(rpc.success(call.xid, self._codec.encode(procedure.result, result)),
+                          close=procedure.name.endswith("_exit_1"))
+        if told.get("reply") is None:
+            return Answer(close=True)
+        return Answer(rpc.with_xid(bytes(4) + bytes.fromhex(told["reply"]), call.xid))
+
+    def _next(self, procedure: Procedure, data: bytes) -> Optional[Told]:
+        unused = self._unused.get(procedure.name)
+        if not unused:
+            return self._last.get(procedure.name)
+        try:
+            argument = as_json(self._codec.decode(procedure.argument, data))
+        except XdrError:
+            return unused.pop(0)
+        if not self._secrets:
+            argument = masking.masked(procedure.name, argument)
+        for place, told in enumerate(unused):
+            if told.get("argument") == argument:
+                return unused.pop(place)
+        self._note(f"{procedure.name}: no recorded call has this argument; taking the next one")
+        return unused.pop(0)
+
+    def _note(self, line: str) -> None:
+        if self._log is not None:
+            self._log(f"replay: {line}")
