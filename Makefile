@@ -3,7 +3,7 @@ SHELL := bash
 .SHELLFLAGS := -euo pipefail -c
 .DEFAULT_GOAL := build
 MAKEFLAGS += --no-print-directory
-.PHONY: build win32 test-win32 test test-slow test-clang test-newest test-wheel check docs demo bench fuzz clean help setup
+.PHONY: build win32 test-win32 test test-slow test-clang test-newest test-wheel test-docs check docs demo bench fuzz clean help setup
 
 PYTHON := .venv/bin/python
 FUZZ_SECONDS ?= 60
@@ -47,12 +47,16 @@ test-wheel: ## the wheel and the source distribution, installed outside the tree
 	@tools/setup build check
 	@tools/test-wheel
 
+test-docs: ## the code blocks of the guide and of README, against the simulator
+	@tools/setup build check
+	@tools/run-tests debug tests/docs
+
 check: ## formatting, lint, include direction, file lengths, mentions, the type stub
 	@tools/setup build check
 	@tools/build debug
 	@tools/check
 
-docs: build ## the documents in build/docs: the reference of the interface
+docs: build ## the documents in build/docs: the guide, the reference of the interface
 	@tools/docs
 
 demo: build ## examples against the simulator, over real sockets; ends by itself
