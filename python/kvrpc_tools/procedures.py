@@ -7,23 +7,31 @@ from __future__ import annotations
 
 from typing import Any, Callable, Optional
 
-from .conversion import conversion
+from .conversion import Conversion, conversion
 from .docstrings import procedure_text
 from .schema import Procedure, own
 
 
 def _without_argument(procedure: Procedure) -> Callable[..., Any]:
+    way: Optional[Conversion] = None
+
     def method(self: Any, *, raw: bool = False, check: Optional[bool] = None,
                timeout: Optional[float] = None) -> Any:
-        way = conversion(procedure.server, procedure.name)
+        nonlocal way
+        if way is None:
+            way = conversion(procedure.server, procedure.name)
         return self._run(way, None, raw, check, timeout)
     return method
 
 
 def _with_argument(procedure: Procedure) -> Callable[..., Any]:
+    way: Optional[Conversion] = None
+
     def method(self: Any, argument: Any, *, raw: bool = False, check: Optional[bool] = None,
                timeout: Optional[float] = None) -> Any:
-        way = conversion(procedure.server, procedure.name)
+        nonlocal way
+        if way is None:
+            way = conversion(procedure.server, procedure.name)
         return self._run(way, argument, raw, check, timeout)
     return method
 

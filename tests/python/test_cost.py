@@ -1,13 +1,16 @@
-"""What reading a list costs beside the parser alone, in processor time of this process."""
+"""What calls and lists cost beside the module and the parser alone, in processor time."""
 
 import gc
 import json
+import subprocess
+import sys
 import time
 
 import pytest
 from test_long_lists import RECORD
 
 from kvrpc_tools.conversion import conversion
+from tests.conftest import LIBRARY, ROOT
 
 pytestmark = pytest.mark.slow
 
@@ -43,3 +46,12 @@ def test_a_long_list_costs_at_most_one_and_a_half_arrays(link_first):
     ratio = least_ratio(lambda: way.result(nested), lambda: json.loads(array), rounds=5)
     print(f"list over array: {ratio:.2f}")
     assert ratio <= 1.5
+
+
+def test_a_small_call_costs_at_most_two_and_a_half_of_the_modules():
+    script = ROOT / "bench" / "library.py"
+    done = subprocess.run([sys.executable, str(script), str(LIBRARY)], capture_output=True,
+                          encoding="utf-8", timeout=120)
+    print(done.stdout)
+    assert (done.returncode, done.stderr) == (0, "")
+    assert done.stdout.count("ok") == 2
