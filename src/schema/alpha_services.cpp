@@ -2,7 +2,8 @@
 // commands. What writes configuration, lines, printers and routes is omega's.
 #include "schema/families.h"
 #include "schema/notes.h"
-#include "schema/shared_records.h"
+#include "schema/shared_documents.h"
+#include "schema/shared_lines.h"
 
 namespace kvrpc::schema {
 
@@ -14,38 +15,38 @@ using namespace wire;
 constexpr wire_type chars_81 = chars(81);
 
 // `first` and `next` are plain numbers: the list hangs on `data`.
-constexpr structure get_kzg_res{"get_kzg_res", {
+KVRPC_RECORD(get_kzg_res,
     {"first", long_},
     {"next",  long_},
     {"data",  pointer_to(get_kzg_res_data)},
-}};
+);
 
-constexpr structure get_frei_ll_res{"get_frei_ll_res", {
+KVRPC_RECORD(get_frei_ll_res,
     {"anz",   long_},
     {"first", pointer_to(get_frei_ll_res_node)},
-}};
+);
 
-constexpr structure tra_str_arg{"tra_str_arg", {
+KVRPC_RECORD(tra_str_arg,
     {"language",   chars(81)},
     {"meta_zeile", text},
-}};
+);
 
-constexpr structure get_config_arg{"get_config_arg", {
+KVRPC_RECORD(get_config_arg,
     {"name",    chars(11)},
     {"rq_type", short_},
-}};
+);
 
-constexpr structure get_tzenv_res{"get_tzenv_res", {
+KVRPC_RECORD(get_tzenv_res,
     {"timezone", long_},
     {"daylight", int_},
     {"tzname",   vector_of(chars_81, 3)},
-}};
+);
 
 // A list that is its own head: it travels inline, without a flag before it.
-constexpr structure gamma_arg{"gamma_arg", {
+KVRPC_RECORD(gamma_arg,
     {"next",    list_next},
     {"a_g_dok", chars(21)},
-}};
+);
 
 constexpr noted_procedure alpha_noted[] = {
     //     name                      argument                       result

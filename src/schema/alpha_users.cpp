@@ -2,7 +2,7 @@
 // gateways (gwuser) and reply addresses (reply_addr).
 #include "schema/families.h"
 #include "schema/notes.h"
-#include "schema/shared_records.h"
+#include "schema/shared_users.h"
 
 namespace kvrpc::schema {
 
@@ -10,7 +10,7 @@ using namespace wire;
 
 // clang-format off
 
-constexpr structure user_rec{"user_rec", {
+KVRPC_RECORD(user_rec,
     {"userid",   chars(11)},
     {"printid",  chars(11)},
     {"lineid",   chars(11)},
@@ -24,95 +24,95 @@ constexpr structure user_rec{"user_rec", {
     {"passwor",  chars(21)},
     {"mailadr",  chars(81)},
     {"voicenst", chars(21)},
-}};
+);
 
-constexpr structure get_o_user_arg{"get_o_user_arg", {
+KVRPC_RECORD(get_o_user_arg,
     {"alphaid", chars(36)},
     {"userid",  chars(11)},
-}};
+);
 
-constexpr structure check_cycle_arg{"check_cycle_arg", {
+KVRPC_RECORD(check_cycle_arg,
     {"userid",   chars(11)},
     {"vertreth", chars(36)},
     {"vertretu", chars(11)},
-}};
+);
 
-constexpr structure usrconf_rec{"usrconf_rec", {
+KVRPC_RECORD(usrconf_rec,
     {"userid", chars(11)},
     {"name",   chars(11)},
-}};
+);
 
-constexpr structure put_usrconf_arg{"put_usrconf_arg", {
+KVRPC_RECORD(put_usrconf_arg,
     {"userid",  chars(11)},
     {"name",    chars(11)},
     {"content", chars(81)},
-}};
+);
 
-constexpr structure get_usrconf_ll_arg{"get_usrconf_ll_arg", {
+KVRPC_RECORD(get_usrconf_ll_arg,
     {"userid",    chars(11)},
     {"pos",       chars(11)},
     {"anz",       long_},
     {"user_only", bool_},
-}};
+);
 
-constexpr structure get_usrconf_ll_res_node{"get_usrconf_ll_res_node", {
+KVRPC_RECORD(get_usrconf_ll_res_node,
     {"next",    list_next},
     {"userid",  chars(11)},
     {"name",    chars(11)},
     {"content", chars(81)},
-}};
+);
 
-constexpr structure get_usrconf_ll_res{"get_usrconf_ll_res", {
+KVRPC_RECORD(get_usrconf_ll_res,
     {"first",   pointer_to(get_usrconf_ll_res_node)},
     {"anz",     long_},
     {"errcode", short_},
-}};
+);
 
-constexpr structure usrconf_new_rec_v1{"usrconf_new_rec_v1", {
+KVRPC_RECORD(usrconf_new_rec_v1,
     {"userid", chars(11)},
     {"name",   chars(31)},
-}};
+);
 
-constexpr choice usrconf_new_rec{"usrconf_new_rec", "selection", {
+KVRPC_UNION(usrconf_new_rec, "selection",
     {1, "v1", inline_(usrconf_new_rec_v1)},
-}};
+);
 
-constexpr structure get_usrconf_new_res{"get_usrconf_new_res", {
+KVRPC_RECORD(get_usrconf_new_res,
     {"errcode", short_},
     {"content", chars(81)},
-}};
+);
 
-constexpr structure put_usrconf_new_arg_v1{"put_usrconf_new_arg_v1", {
+KVRPC_RECORD(put_usrconf_new_arg_v1,
     {"userid",  chars(11)},
     {"name",    chars(31)},
     {"content", chars(81)},
-}};
+);
 
-constexpr choice put_usrconf_new_arg{"put_usrconf_new_arg", "selection", {
+KVRPC_UNION(put_usrconf_new_arg, "selection",
     {1, "v1", inline_(put_usrconf_new_arg_v1)},
-}};
+);
 
-constexpr structure get_usrconf_new_ll_arg_v1{"get_usrconf_new_ll_arg_v1", {
+KVRPC_RECORD(get_usrconf_new_ll_arg_v1,
     {"userid",    chars(11)},
     {"pos",       chars(31)},
     {"anz",       long_},
     {"user_only", bool_},
-}};
+);
 
-constexpr choice get_usrconf_new_ll_arg{"get_usrconf_new_ll_arg", "selection", {
+KVRPC_UNION(get_usrconf_new_ll_arg, "selection",
     {1, "v1", inline_(get_usrconf_new_ll_arg_v1)},
-}};
+);
 
-constexpr structure get_usrconf_new_ll_res_node{"get_usrconf_new_ll_res_node", {
+KVRPC_RECORD(get_usrconf_new_ll_res_node,
     {"next", list_next},
     {"data", inline_(put_usrconf_new_arg)},
-}};
+);
 
-constexpr structure get_usrconf_new_ll_res{"get_usrconf_new_ll_res", {
+KVRPC_RECORD(get_usrconf_new_ll_res,
     {"errcode", short_},
     {"anz",     long_},
     {"first",   pointer_to(get_usrconf_new_ll_res_node)},
-}};
+);
 
 constexpr noted_procedure alpha_noted[] = {
     //    name                        argument                           result

@@ -2,7 +2,9 @@
 // addresses with their members (tgroup, tgroupl).
 #include "schema/families.h"
 #include "schema/notes.h"
-#include "schema/shared_records.h"
+#include "schema/shared_address_books.h"
+#include "schema/shared_documents.h"
+#include "schema/shared_users.h"
 
 namespace kvrpc::schema {
 
@@ -13,22 +15,22 @@ using namespace wire;
 // The item of a vector.
 constexpr wire_type chars_81 = chars(81);
 
-constexpr structure get_group_res{"get_group_res", {
+KVRPC_RECORD(get_group_res,
     {"anz",   long_},
     {"first", pointer_to(get_group_res_node)},
-}};
+);
 
-constexpr structure fetch_result_res{"fetch_result_res", {
+KVRPC_RECORD(fetch_result_res,
     {"anz",  long_},
     {"hits", pointer_to(get_kzg_res_data)},
-}};
+);
 
-constexpr structure query_tebu_arg{"query_tebu_arg", {
+KVRPC_RECORD(query_tebu_arg,
     {"userh",   chars(36)},
     {"useru",   chars(11)},
     {"tbuchid", chars(11)},
     {"aktpar",  vector_of(chars_81, 10)},
-}};
+);
 
 constexpr noted_procedure alpha_noted[] = {
     //    name                   argument                      result

@@ -2,7 +2,7 @@
 // their pages, logs and signatures, whole or block by block (`pos`, `lng`), and the message board.
 #include "schema/families.h"
 #include "schema/notes.h"
-#include "schema/shared_records.h"
+#include "schema/shared_documents.h"
 
 namespace kvrpc::schema {
 
@@ -10,49 +10,49 @@ using namespace wire;
 
 // clang-format off
 
-constexpr structure put_page_arg{"put_page_arg", {
+KVRPC_RECORD(put_page_arg,
     {"userid",   chars(11)},
     {"faxid",    long_},
     {"seitennr", short_},
     {"typ",      short_},
     {"data",     text},
-}};
+);
 
-constexpr structure cp_dok_arg{"cp_dok_arg", {
+KVRPC_RECORD(cp_dok_arg,
     {"userid",      chars(11)},
     {"sourcetopf",  short_},
     {"sourcefaxid", long_},
     {"destfaxid",   long_},
-}};
+);
 
-constexpr structure del_dok_arg{"del_dok_arg", {
+KVRPC_RECORD(del_dok_arg,
     {"userid",   chars(11)},
     {"topf",     short_},
     {"faxid",    long_},
     {"delentry", bool_},
-}};
+);
 
-constexpr structure get_e_arg{"get_e_arg", {
+KVRPC_RECORD(get_e_arg,
     {"loginid",   long_},
     {"selection", short_},
-}};
+);
 
-constexpr structure get_e_res_node{"get_e_res_node", {
+KVRPC_RECORD(get_e_res_node,
     {"data", inline_(get_e_rec_res)},
     {"next", list_next},
-}};
+);
 
-constexpr structure get_e_res{"get_e_res", {
+KVRPC_RECORD(get_e_res,
     {"anz",   long_},
     {"first", pointer_to(get_e_res_node)},
-}};
+);
 
-constexpr structure get_p_arg{"get_p_arg", {
+KVRPC_RECORD(get_p_arg,
     {"loginid",   long_},
     {"selection", short_},
-}};
+);
 
-constexpr structure get_p_rec_res{"get_p_rec_res", {
+KVRPC_RECORD(get_p_rec_res,
     {"faxid",   long_},
     {"userid",  chars(11)},
     {"public_", bool_},
@@ -60,129 +60,129 @@ constexpr structure get_p_rec_res{"get_p_rec_res", {
     {"seiten",  short_},
     {"comment", chars(31)},
     {"crezeit", long_},
-}};
+);
 
-constexpr structure get_p_res_node{"get_p_res_node", {
+KVRPC_RECORD(get_p_res_node,
     {"data", inline_(get_p_rec_res)},
     {"next", list_next},
-}};
+);
 
-constexpr structure get_p_res{"get_p_res", {
+KVRPC_RECORD(get_p_res,
     {"anz",   long_},
     {"first", pointer_to(get_p_res_node)},
-}};
+);
 
-constexpr structure get_s_arg{"get_s_arg", {
+KVRPC_RECORD(get_s_arg,
     {"loginid",   long_},
     {"selection", short_},
-}};
+);
 
-constexpr structure get_s_res_node{"get_s_res_node", {
+KVRPC_RECORD(get_s_res_node,
     {"data", inline_(s_rec)},
     {"next", list_next},
-}};
+);
 
-constexpr structure get_s_res{"get_s_res", {
+KVRPC_RECORD(get_s_res,
     {"anz",   long_},
     {"first", pointer_to(get_s_res_node)},
-}};
+);
 
-constexpr structure bif_arg{"bif_arg", {
+KVRPC_RECORD(bif_arg,
     {"userid", chars(11)},
     {"topf",   short_},
-}};
+);
 
-constexpr structure get_page_arg{"get_page_arg", {
+KVRPC_RECORD(get_page_arg,
     {"userid", chars(11)},
     {"topf",   short_},
     {"faxid",  long_},
     {"page",   short_},
     {"code",   short_},
-}};
+);
 
-constexpr structure del_page_arg{"del_page_arg", {
+KVRPC_RECORD(del_page_arg,
     {"userid", chars(11)},
     {"faxid",  long_},
     {"page",   short_},
-}};
+);
 
-constexpr structure cp_page_arg{"cp_page_arg", {
+KVRPC_RECORD(cp_page_arg,
     {"userid",      chars(11)},
     {"sourcetopf",  short_},
     {"sourcefaxid", long_},
     {"sourcepage",  short_},
     {"destfaxid",   long_},
     {"destpage",    short_},
-}};
+);
 
-constexpr structure get_p_rec_arg{"get_p_rec_arg", {
+KVRPC_RECORD(get_p_rec_arg,
     {"userid", chars(11)},
     {"faxid",  long_},
-}};
+);
 
-constexpr structure get_inf_arg{"get_inf_arg", {
+KVRPC_RECORD(get_inf_arg,
     {"userid", chars(11)},
     {"topf",   short_},
     {"faxid",  long_},
-}};
+);
 
-constexpr structure get_inf_res{"get_inf_res", {
+KVRPC_RECORD(get_inf_res,
     {"laenge", long_},
     {"data",   vector_of(long_, 1000)},
-}};
+);
 
-constexpr structure get_log_arg{"get_log_arg", {
+KVRPC_RECORD(get_log_arg,
     {"userid", chars(11)},
     {"topf",   short_},
     {"faxid",  long_},
-}};
+);
 
-constexpr structure put_log_arg{"put_log_arg", {
+KVRPC_RECORD(put_log_arg,
     {"userid", chars(11)},
     {"topf",   short_},
     {"faxid",  long_},
     {"zeile",  text},
-}};
+);
 
-constexpr structure put_comment_arg{"put_comment_arg", {
+KVRPC_RECORD(put_comment_arg,
     {"userid",  chars(11)},
     {"topf",    short_},
     {"faxid",   long_},
     {"comment", chars(31)},
-}};
+);
 
-constexpr structure put_public_arg{"put_public_arg", {
+KVRPC_RECORD(put_public_arg,
     {"userid",  chars(11)},
     {"faxid",   long_},
     {"public_", bool_},
-}};
+);
 
-constexpr structure ins_page_arg{"ins_page_arg", {
+KVRPC_RECORD(ins_page_arg,
     {"userid", chars(11)},
     {"faxid",  long_},
     {"page",   short_},
-}};
+);
 
-constexpr structure put_sig_arg{"put_sig_arg", {
+KVRPC_RECORD(put_sig_arg,
     {"userid", chars(11)},
     {"data",   text},
-}};
+);
 
-constexpr structure put_bif_arg{"put_bif_arg", {
+KVRPC_RECORD(put_bif_arg,
     {"userid", chars(11)},
     {"topf",   short_},
     {"faxid",  long_},
     {"bif",    bool_},
-}};
+);
 
-constexpr structure put_scan_arg{"put_scan_arg", {
+KVRPC_RECORD(put_scan_arg,
     {"lineid",  chars(11)},
     {"userid",  chars(11)},
     {"res",     long_},
     {"comment", chars(31)},
-}};
+);
 
-constexpr structure forward_arg{"forward_arg", {
+KVRPC_RECORD(forward_arg,
     {"userid",     chars(11)},
     {"sourcetopf", short_},
     {"faxid",      long_},
@@ -190,9 +190,9 @@ constexpr structure forward_arg{"forward_arg", {
     {"destu",      chars(11)},
     {"groupid",    chars(11)},
     {"desttopf",   short_},
-}};
+);
 
-constexpr structure print_dok_arg{"print_dok_arg", {
+KVRPC_RECORD(print_dok_arg,
     {"userid",     chars(11)},
     {"sourcetopf", short_},
     {"faxid",      long_},
@@ -200,23 +200,23 @@ constexpr structure print_dok_arg{"print_dok_arg", {
     {"lastpage",   short_},
     {"printid",    chars(11)},
     {"copies",     short_},
-}};
+);
 
-constexpr structure get_logb_arg{"get_logb_arg", {
+KVRPC_RECORD(get_logb_arg,
     {"userid", chars(11)},
     {"topf",   short_},
     {"faxid",  long_},
     {"pos",    long_},
     {"lng",    long_},
-}};
+);
 
-constexpr structure get_logb_res{"get_logb_res", {
+KVRPC_RECORD(get_logb_res,
     {"ok",   bool_},
     {"lng",  long_},
     {"data", text},
-}};
+);
 
-constexpr structure get_pageb_arg{"get_pageb_arg", {
+KVRPC_RECORD(get_pageb_arg,
     {"userid", chars(11)},
     {"topf",   short_},
     {"faxid",  long_},
@@ -224,15 +224,15 @@ constexpr structure get_pageb_arg{"get_pageb_arg", {
     {"code",   short_},
     {"pos",    long_},
     {"lng",    long_},
-}};
+);
 
-constexpr structure get_pageb_res{"get_pageb_res", {
+KVRPC_RECORD(get_pageb_res,
     {"ok",   bool_},
     {"lng",  long_},
     {"data", text},
-}};
+);
 
-constexpr structure put_pageb_arg{"put_pageb_arg", {
+KVRPC_RECORD(put_pageb_arg,
     {"userid",   chars(11)},
     {"faxid",    long_},
     {"seitennr", short_},
@@ -240,123 +240,123 @@ constexpr structure put_pageb_arg{"put_pageb_arg", {
     {"pos",      long_},
     {"lng",      long_},
     {"data",     text},
-}};
+);
 
-constexpr structure get_sigb_arg{"get_sigb_arg", {
+KVRPC_RECORD(get_sigb_arg,
     {"userid", chars(11)},
     {"pos",    long_},
     {"lng",    long_},
-}};
+);
 
-constexpr structure get_sigb_res{"get_sigb_res", {
+KVRPC_RECORD(get_sigb_res,
     {"ok",   bool_},
     {"lng",  long_},
     {"data", text},
-}};
+);
 
-constexpr structure put_sigb_arg{"put_sigb_arg", {
+KVRPC_RECORD(put_sigb_arg,
     {"userid", chars(11)},
     {"pos",    long_},
     {"lng",    long_},
     {"data",   text},
-}};
+);
 
-constexpr structure get_logl_arg{"get_logl_arg", {
+KVRPC_RECORD(get_logl_arg,
     {"userid",              chars(11)},
     {"topf",                short_},
     {"faxid",               long_},
     {"pos",                 long_},
     {"lng",                 long_},
     {"language_identifier", chars(31)},
-}};
+);
 
-constexpr structure get_logl_res{"get_logl_res", {
+KVRPC_RECORD(get_logl_res,
     {"ok",   bool_},
     {"pos",  long_},
     {"data", pointer_to(get_kzg_res_data)},
-}};
+);
 
-constexpr structure exc_bif_arg{"exc_bif_arg", {
+KVRPC_RECORD(exc_bif_arg,
     {"userid",  chars(11)},
     {"topf",    short_},
     {"faxid",   long_},
     {"newflag", bool_},
-}};
+);
 
-constexpr structure exc_bif_res{"exc_bif_res", {
+KVRPC_RECORD(exc_bif_res,
     {"ok",      bool_},
     {"oldflag", bool_},
-}};
+);
 
-constexpr structure get_pb_arg{"get_pb_arg", {
+KVRPC_RECORD(get_pb_arg,
     {"loginid",   long_},
     {"selection", short_},
     {"pos",       long_},
     {"anz",       long_},
-}};
+);
 
-constexpr structure get_sb_arg{"get_sb_arg", {
+KVRPC_RECORD(get_sb_arg,
     {"loginid",   long_},
     {"selection", short_},
     {"pos",       long_},
     {"anz",       long_},
-}};
+);
 
-constexpr structure exc_status_arg{"exc_status_arg", {
+KVRPC_RECORD(exc_status_arg,
     {"userid",  chars(11)},
     {"topf",    short_},
     {"faxid",   long_},
     {"status",  short_},
     {"newflag", bool_},
-}};
+);
 
-constexpr structure exc_status_res{"exc_status_res", {
+KVRPC_RECORD(exc_status_res,
     {"errcode", short_},
     {"oldflag", bool_},
-}};
+);
 
-constexpr structure bif_new_arg_v0{"bif_new_arg_v0", {
+KVRPC_RECORD(bif_new_arg_v0,
     {"userid", chars(11)},
     {"typ",    short_},
     {"topf",   short_},
-}};
+);
 
-constexpr choice bif_new_arg{"bif_new_arg", "vers", {
+KVRPC_UNION(bif_new_arg, "vers",
     {0, "v0", inline_(bif_new_arg_v0)},
-}};
+);
 
-constexpr structure bif_new_res_v0{"bif_new_res_v0", {
+KVRPC_RECORD(bif_new_res_v0,
     {"err", long_},
     {"out", bool_},
-}};
+);
 
-constexpr choice bif_new_res{"bif_new_res", "vers", {
+KVRPC_UNION(bif_new_res, "vers",
     {0, "v0", inline_(bif_new_res_v0)},
-}};
+);
 
-constexpr structure put_board_arg{"put_board_arg", {
+KVRPC_RECORD(put_board_arg,
     {"color", short_},
     {"id",    chars(11)},
     {"msg",   chars(81)},
-}};
+);
 
-constexpr structure get_board_res_node{"get_board_res_node", {
+KVRPC_RECORD(get_board_res_node,
     {"next",   list_next},
     {"id",     chars(11)},
     {"msg",    chars(81)},
     {"change", long_},
-}};
+);
 
-constexpr structure get_board_res{"get_board_res", {
+KVRPC_RECORD(get_board_res,
     {"first",      pointer_to(get_board_res_node)},
     {"lastchange", long_},
-}};
+);
 
-constexpr structure get_boardl_arg{"get_boardl_arg", {
+KVRPC_RECORD(get_boardl_arg,
     {"color",               short_},
     {"oldchange",           long_},
     {"language_identifier", chars(31)},
-}};
+);
 
 constexpr noted_procedure alpha_noted[] = {
     //     name               argument                  result

@@ -2,7 +2,7 @@
 // The `_new` forms carry unions that select the short or the long form of a record.
 #include "schema/families.h"
 #include "schema/notes.h"
-#include "schema/shared_records.h"
+#include "schema/shared_documents.h"
 
 namespace kvrpc::schema {
 
@@ -10,33 +10,33 @@ using namespace wire;
 
 // clang-format off
 
-constexpr structure get_e_rec_arg{"get_e_rec_arg", {
+KVRPC_RECORD(get_e_rec_arg,
     {"userid", chars(11)},
     {"faxid",  long_},
-}};
+);
 
-constexpr structure get_s_rec_arg{"get_s_rec_arg", {
+KVRPC_RECORD(get_s_rec_arg,
     {"userid", chars(11)},
     {"faxid",  long_},
-}};
+);
 
-constexpr structure sende_arg{"sende_arg", {
+KVRPC_RECORD(sende_arg,
     {"userid",    chars(11)},
     {"poolfaxid", long_},
     {"s_record",  inline_(s_rec)},
-}};
+);
 
-constexpr structure cancel_s_arg{"cancel_s_arg", {
+KVRPC_RECORD(cancel_s_arg,
     {"userid", chars(11)},
     {"faxid",  long_},
-}};
+);
 
-constexpr structure restart_s_arg{"restart_s_arg", {
+KVRPC_RECORD(restart_s_arg,
     {"userid", chars(11)},
     {"faxid",  long_},
-}};
+);
 
-constexpr structure cha_s_rec_arg{"cha_s_rec_arg", {
+KVRPC_RECORD(cha_s_rec_arg,
     {"faxid",    long_},
     {"userid",   chars(11)},
     {"prio",     short_},
@@ -45,9 +45,9 @@ constexpr structure cha_s_rec_arg{"cha_s_rec_arg", {
     {"nachtkz",  bool_},
     {"sollrepc", short_},
     {"res",      long_},
-}};
+);
 
-constexpr structure send_new_arg_v0{"send_new_arg_v0", {
+KVRPC_RECORD(send_new_arg_v0,
     {"userid",    chars(11)},
     {"poolfaxid", long_},
     {"s_record",  inline_(s_rec)},
@@ -55,9 +55,9 @@ constexpr structure send_new_arg_v0{"send_new_arg_v0", {
     {"tsi",       chars(31)},
     {"cpi",       chars(21)},
     {"pincode",   chars(21)},
-}};
+);
 
-constexpr structure s_rec_v1{"s_rec_v1", {
+KVRPC_RECORD(s_rec_v1,
     {"faxid",        long_},
     {"userid",       chars(11)},
     {"prio",         short_},
@@ -91,9 +91,9 @@ constexpr structure s_rec_v1{"s_rec_v1", {
     {"costunit_src", chars(11)},
     {"alphaid_xmt",  chars(36)},
     {"costunit_xmt", chars(11)},
-}};
+);
 
-constexpr structure send_new_arg_v1{"send_new_arg_v1", {
+KVRPC_RECORD(send_new_arg_v1,
     {"userid",    chars(11)},
     {"poolfaxid", long_},
     {"s_rec_v1",  inline_(s_rec_v1)},
@@ -101,42 +101,42 @@ constexpr structure send_new_arg_v1{"send_new_arg_v1", {
     {"tsi",       chars(31)},
     {"cpi",       chars(21)},
     {"pincode",   chars(21)},
-}};
+);
 
-constexpr choice send_new_arg{"send_new_arg", "selection", {
+KVRPC_UNION(send_new_arg, "selection",
     {0, "v0", inline_(send_new_arg_v0)},
     {1, "v1", inline_(send_new_arg_v1)},
-}};
+);
 
-constexpr structure send_new_res_v0{"send_new_res_v0", {
+KVRPC_RECORD(send_new_res_v0,
     {"faxid",   long_},
     {"errcode", short_},
-}};
+);
 
-constexpr choice send_new_res{"send_new_res", "selection", {
+KVRPC_UNION(send_new_res, "selection",
     {0, "v0", inline_(send_new_res_v0)},
-}};
+);
 
-constexpr structure get_s_rec_new_arg_v1{"get_s_rec_new_arg_v1", {
+KVRPC_RECORD(get_s_rec_new_arg_v1,
     {"userid", chars(11)},
     {"faxid",  long_},
-}};
+);
 
-constexpr choice get_s_rec_new_arg{"get_s_rec_new_arg", "selection", {
+KVRPC_UNION(get_s_rec_new_arg, "selection",
     {1, "v1", inline_(get_s_rec_new_arg_v1)},
-}};
+);
 
-constexpr choice s_rec_new{"s_rec_new", "selection", {
+KVRPC_UNION(s_rec_new, "selection",
     {0, "v0", inline_(s_rec)},
     {1, "v1", inline_(s_rec_v1)},
-}};
+);
 
-constexpr structure get_s_rec_new_res{"get_s_rec_new_res", {
+KVRPC_RECORD(get_s_rec_new_res,
     {"errcode",   short_},
     {"s_rec_new", inline_(s_rec_new)},
-}};
+);
 
-constexpr structure cha_s_rec_new_arg_v1{"cha_s_rec_new_arg_v1", {
+KVRPC_RECORD(cha_s_rec_new_arg_v1,
     {"faxid",    long_},
     {"userid",   chars(11)},
     {"prio",     short_},
@@ -146,37 +146,37 @@ constexpr structure cha_s_rec_new_arg_v1{"cha_s_rec_new_arg_v1", {
     {"sollrepc", short_},
     {"res",      long_},
     {"timeout",  long_},
-}};
+);
 
-constexpr choice cha_s_rec_new_arg{"cha_s_rec_new_arg", "selection", {
+KVRPC_UNION(cha_s_rec_new_arg, "selection",
     {1, "v1", inline_(cha_s_rec_new_arg_v1)},
-}};
+);
 
-constexpr structure get_s_rec_new_ll_arg_v1{"get_s_rec_new_ll_arg_v1", {
+KVRPC_RECORD(get_s_rec_new_ll_arg_v1,
     {"loginid",   long_},
     {"selection", short_},
     {"gw_type",   chars(11)},
     {"mailaddr",  chars(81)},
     {"pos",       long_},
     {"anz",       long_},
-}};
+);
 
-constexpr choice get_s_rec_new_ll_arg{"get_s_rec_new_ll_arg", "selection", {
+KVRPC_UNION(get_s_rec_new_ll_arg, "selection",
     {1, "v1", inline_(get_s_rec_new_ll_arg_v1)},
-}};
+);
 
-constexpr structure get_s_rec_new_ll_res_node{"get_s_rec_new_ll_res_node", {
+KVRPC_RECORD(get_s_rec_new_ll_res_node,
     {"next", list_next},
     {"data", inline_(s_rec_new)},
-}};
+);
 
-constexpr structure get_s_rec_new_ll_res{"get_s_rec_new_ll_res", {
+KVRPC_RECORD(get_s_rec_new_ll_res,
     {"errcode", short_},
     {"anz",     long_},
     {"first",   pointer_to(get_s_rec_new_ll_res_node)},
-}};
+);
 
-constexpr structure e_rec_new_v1{"e_rec_new_v1", {
+KVRPC_RECORD(e_rec_new_v1,
     {"faxid",    long_},
     {"userid",   chars(11)},
     {"status",   long_},
@@ -188,29 +188,29 @@ constexpr structure e_rec_new_v1{"e_rec_new_v1", {
     {"dauer",    short_},
     {"lineid",   chars(21)},
     {"abscomm",  chars(31)},
-}};
+);
 
-constexpr choice e_rec_new{"e_rec_new", "selection", {
+KVRPC_UNION(e_rec_new, "selection",
     {1, "v1", inline_(e_rec_new_v1)},
-}};
+);
 
-constexpr structure get_e_rec_new_res{"get_e_rec_new_res", {
+KVRPC_RECORD(get_e_rec_new_res,
     {"errcode",   short_},
     {"e_rec_new", inline_(e_rec_new)},
-}};
+);
 
-constexpr structure get_e_rec_new_ll_res_node{"get_e_rec_new_ll_res_node", {
+KVRPC_RECORD(get_e_rec_new_ll_res_node,
     {"next", list_next},
     {"data", inline_(e_rec_new)},
-}};
+);
 
-constexpr structure get_e_rec_new_ll_res{"get_e_rec_new_ll_res", {
+KVRPC_RECORD(get_e_rec_new_ll_res,
     {"errcode", short_},
     {"anz",     long_},
     {"first",   pointer_to(get_e_rec_new_ll_res_node)},
-}};
+);
 
-constexpr structure put_s_stat_arg{"put_s_stat_arg", {
+KVRPC_RECORD(put_s_stat_arg,
     {"faxid",    long_},
     {"status",   long_},
     {"istzeit",  long_},
@@ -219,55 +219,55 @@ constexpr structure put_s_stat_arg{"put_s_stat_arg", {
     {"errstat",  short_},
     {"istrepc",  short_},
     {"empftsi",  chars(21)},
-}};
+);
 
-constexpr structure get_nue_nr_res{"get_nue_nr_res", {
+KVRPC_RECORD(get_nue_nr_res,
     {"nue_nr",  long_},
     {"errcode", short_},
-}};
+);
 
-constexpr structure get_sendjob_ll_arg_v0{"get_sendjob_ll_arg_v0", {
+KVRPC_RECORD(get_sendjob_ll_arg_v0,
     {"nettype", short_},
     {"anz",     long_},
     {"request", short_},
     {"action",  long_},
     {"lineid",  chars(11)},
-}};
+);
 
-constexpr choice get_sendjob_ll_arg{"get_sendjob_ll_arg", "selection", {
+KVRPC_UNION(get_sendjob_ll_arg, "selection",
     {0, "v0", inline_(get_sendjob_ll_arg_v0)},
-}};
+);
 
-constexpr structure get_sendjob_ll_res_node_data_v0{"get_sendjob_ll_res_node_data_v0", {
+KVRPC_RECORD(get_sendjob_ll_res_node_data_v0,
     {"s_rec",    inline_(s_rec)},
     {"alphaid",  chars(36)},
     {"tsi",      chars(31)},
     {"headline", chars(81)},
     {"cpi",      chars(21)},
     {"pincode",  chars(31)},
-}};
+);
 
-constexpr structure get_sendjob_ll_res_node_data_v1{"get_sendjob_ll_res_node_data_v1", {
+KVRPC_RECORD(get_sendjob_ll_res_node_data_v1,
     {"vorix_command", chars(81)},
-}};
+);
 
-constexpr choice get_sendjob_ll_res_node_data{"get_sendjob_ll_res_node_data", "selection", {
+KVRPC_UNION(get_sendjob_ll_res_node_data, "selection",
     {0, "v0", inline_(get_sendjob_ll_res_node_data_v0)},
     {1, "v1", inline_(get_sendjob_ll_res_node_data_v1)},
-}};
+);
 
-constexpr structure get_sendjob_ll_res_node{"get_sendjob_ll_res_node", {
+KVRPC_RECORD(get_sendjob_ll_res_node,
     {"next", list_next},
     {"data", inline_(get_sendjob_ll_res_node_data)},
-}};
+);
 
-constexpr structure get_sendjob_ll_res{"get_sendjob_ll_res", {
+KVRPC_RECORD(get_sendjob_ll_res,
     {"first",   pointer_to(get_sendjob_ll_res_node)},
     {"anz",     long_},
     {"errcode", short_},
-}};
+);
 
-constexpr structure put_s_stat_new_arg_v1{"put_s_stat_new_arg_v1", {
+KVRPC_RECORD(put_s_stat_new_arg_v1,
     {"faxid",        long_},
     {"status",       long_},
     {"istzeit",      long_},
@@ -280,11 +280,11 @@ constexpr structure put_s_stat_new_arg_v1{"put_s_stat_new_arg_v1", {
     {"charge_value", long_},
     {"error_string", chars(81)},
     {"job_alive",    bool_},
-}};
+);
 
-constexpr choice put_s_stat_new_arg{"put_s_stat_new_arg", "selection", {
+KVRPC_UNION(put_s_stat_new_arg, "selection",
     {1, "v1", inline_(put_s_stat_new_arg_v1)},
-}};
+);
 
 constexpr noted_procedure alpha_noted[] = {
     //     name                    argument                       result

@@ -9,7 +9,7 @@ using namespace wire;
 // clang-format off
 
 // `future_0` to `future_3` are reserved.
-constexpr structure log_arg{"log_arg", {
+KVRPC_RECORD(log_arg,
     {"origin_id",     schars(11)},
     {"origin_class",  long_},
     {"time_stamp",    long_},
@@ -20,54 +20,54 @@ constexpr structure log_arg{"log_arg", {
     {"future_1",      long_},
     {"future_2",      long_},
     {"future_3",      long_},
-}};
+);
 
-constexpr structure set_stat_arg{"set_stat_arg", {
+KVRPC_RECORD(set_stat_arg,
     {"slot",   int_},
     {"pid",    int_},
     {"status", int_},
-}};
+);
 
-constexpr structure ps_entry{"ps_entry", {
+KVRPC_RECORD(ps_entry,
     {"slot",   int_},
     {"pid",    int_},
     {"status", int_},
     {"cmd",    schars(64)},
     {"dir",    schars(64)},
-}};
+);
 
-constexpr structure regserver_arg{"regserver_arg", {
+KVRPC_RECORD(regserver_arg,
     {"id", schars(11)},
     {"ok", bool_},
-}};
+);
 
-constexpr structure statfile_arg{"statfile_arg", {
+KVRPC_RECORD(statfile_arg,
     {"filename", string},
-}};
+);
 
-constexpr structure statfile_res{"statfile_res", {
+KVRPC_RECORD(statfile_res,
     {"ok",   bool_},
     {"size", long_},
-}};
+);
 
-constexpr structure readfile_arg{"readfile_arg", {
+KVRPC_RECORD(readfile_arg,
     {"filename", string},
     {"offset",   long_},
     {"len",      int_},
-}};
+);
 
-constexpr structure readfile_res{"readfile_res", {
+KVRPC_RECORD(readfile_res,
     {"ok",   bool_},
     {"len",  int_},
     {"data", schars(512)},
-}};
+);
 
-constexpr structure get_status_res{"get_status_res", {
+KVRPC_RECORD(get_status_res,
     {"state_fax",      int_},
     {"state_gateways", int_},
     {"state_daemons",  int_},
     {"state_drivers",  int_},
-}};
+);
 
 constexpr noted_procedure lambda_noted[] = {
     //   name                 argument                result

@@ -8,46 +8,46 @@ using namespace wire;
 
 // clang-format off
 
-constexpr structure topf_change{"topf_change", {
+KVRPC_RECORD(topf_change,
     {"topf", short_},
-}};
+);
 
-constexpr structure doc_change{"doc_change", {
+KVRPC_RECORD(doc_change,
     {"topf",  short_},
     {"faxid", long_},
-}};
+);
 
-constexpr structure board_change{"board_change", {
+KVRPC_RECORD(board_change,
     {"color", short_},
-}};
+);
 
-constexpr structure logout_msg{"logout_msg", {
+KVRPC_RECORD(logout_msg,
     {"userid", chars(11)},
-}};
+);
 
-constexpr choice subscribe_arg_trigger{"subscribe_arg_trigger", "selection", {
+KVRPC_UNION(subscribe_arg_trigger, "selection",
     {0, "errcode",      short_},
     {1, "topf_change",  inline_(topf_change)},
     {2, "doc_change",   inline_(doc_change)},
     {3, "board_change", inline_(board_change)},
     {4, "logout_msg",   inline_(logout_msg)},
-}};
+);
 
-constexpr structure subscribe_arg{"subscribe_arg", {
+KVRPC_RECORD(subscribe_arg,
     {"loginid",      long_},
     {"ip_address",   long_},
     {"port",         short_},
     {"notification", short_},
     {"trigger",      inline_(subscribe_arg_trigger)},
-}};
+);
 
-constexpr structure unsubscribe_arg{"unsubscribe_arg", {
+KVRPC_RECORD(unsubscribe_arg,
     {"loginid",    long_},
     {"ip_address", long_},
     {"port",       short_},
     {"all",        bool_},
     {"trigger",    inline_(subscribe_arg_trigger)},
-}};
+);
 
 constexpr noted_procedure alpha_noted[] = {
     //    name               argument                  result

@@ -1,7 +1,7 @@
 // Administration of lines, routes, printers, servers and named configuration entries by omega.
 #include "schema/families.h"
 #include "schema/notes.h"
-#include "schema/shared_records.h"
+#include "schema/shared_lines.h"
 
 namespace kvrpc::schema {
 
@@ -9,71 +9,71 @@ using namespace wire;
 
 // clang-format off
 
-constexpr structure faxg_rec{"faxg_rec", {
+KVRPC_RECORD(faxg_rec,
     {"typid",    chars(11)},
     {"comment",  chars(31)},
     {"linesmin", short_},
     {"linesmax", short_},
     {"hwfeat",   long_},
     {"postfeat", long_},
-}};
+);
 
-constexpr structure get_faxg_ll_res_node{"get_faxg_ll_res_node", {
+KVRPC_RECORD(get_faxg_ll_res_node,
     {"next", list_next},
     {"data", inline_(faxg_rec)},
-}};
+);
 
-constexpr structure get_faxg_ll_res{"get_faxg_ll_res", {
+KVRPC_RECORD(get_faxg_ll_res,
     {"anz",   long_},
     {"first", pointer_to(get_faxg_ll_res_node)},
-}};
+);
 
-constexpr structure alpha_rec{"alpha_rec", {
+KVRPC_RECORD(alpha_rec,
     {"alphaid", chars(36)},
     {"net",     chars(11)},
     {"comment", chars(31)},
-}};
+);
 
-constexpr structure get_alpha_ll_res_node{"get_alpha_ll_res_node", {
+KVRPC_RECORD(get_alpha_ll_res_node,
     {"next", list_next},
     {"data", inline_(alpha_rec)},
-}};
+);
 
-constexpr structure get_alpha_ll_res{"get_alpha_ll_res", {
+KVRPC_RECORD(get_alpha_ll_res,
     {"anz",   long_},
     {"first", pointer_to(get_alpha_ll_res_node)},
-}};
+);
 
-constexpr structure theta_rec{"theta_rec", {
+KVRPC_RECORD(theta_rec,
     {"thetaid", chars(36)},
-}};
+);
 
-constexpr structure get_theta_ll_res_node{"get_theta_ll_res_node", {
+KVRPC_RECORD(get_theta_ll_res_node,
     {"next", list_next},
     {"data", inline_(theta_rec)},
-}};
+);
 
-constexpr structure get_theta_ll_res{"get_theta_ll_res", {
+KVRPC_RECORD(get_theta_ll_res,
     {"anz",   long_},
     {"first", pointer_to(get_theta_ll_res_node)},
-}};
+);
 
-constexpr structure pi_rec{"pi_rec", {
+KVRPC_RECORD(pi_rec,
     {"piid", chars(36)},
     {"net",  chars(11)},
-}};
+);
 
-constexpr structure get_pi_ll_res_node{"get_pi_ll_res_node", {
+KVRPC_RECORD(get_pi_ll_res_node,
     {"next", list_next},
     {"data", inline_(pi_rec)},
-}};
+);
 
-constexpr structure get_pi_ll_res{"get_pi_ll_res", {
+KVRPC_RECORD(get_pi_ll_res,
     {"anz",   long_},
     {"first", pointer_to(get_pi_ll_res_node)},
-}};
+);
 
-constexpr structure route_rec{"route_rec", {
+KVRPC_RECORD(route_rec,
     {"routeid",  chars(11)},
     {"comment",  chars(31)},
     {"lineid",   chars(11)},
@@ -81,112 +81,112 @@ constexpr structure route_rec{"route_rec", {
     {"alphaid",  chars(36)},
     {"userid",   chars(11)},
     {"groupid",  chars(11)},
-}};
+);
 
-constexpr structure get_route_ll_res_node{"get_route_ll_res_node", {
+KVRPC_RECORD(get_route_ll_res_node,
     {"next", list_next},
     {"data", inline_(route_rec)},
-}};
+);
 
-constexpr structure get_route_ll_res{"get_route_ll_res", {
+KVRPC_RECORD(get_route_ll_res,
     {"anz",   long_},
     {"first", pointer_to(get_route_ll_res_node)},
-}};
+);
 
-constexpr structure put_config_arg{"put_config_arg", {
+KVRPC_RECORD(put_config_arg,
     {"name",     chars(11)},
     {"contents", chars(81)},
     {"protect",  bool_},
-}};
+);
 
-constexpr structure get_route_new_arg_v0{"get_route_new_arg_v0", {
+KVRPC_RECORD(get_route_new_arg_v0,
     {"routeid", chars(11)},
-}};
+);
 
-constexpr structure get_route_new_arg_v1{"get_route_new_arg_v1", {
+KVRPC_RECORD(get_route_new_arg_v1,
     {"routeid",      chars(11)},
     {"outselection", int_},
-}};
+);
 
-constexpr choice get_route_new_arg{"get_route_new_arg", "selection", {
+KVRPC_UNION(get_route_new_arg, "selection",
     {0, "v0", inline_(get_route_new_arg_v0)},
     {1, "v1", inline_(get_route_new_arg_v1)},
-}};
+);
 
-constexpr structure get_route_new_res{"get_route_new_res", {
+KVRPC_RECORD(get_route_new_res,
     {"data",    inline_(put_route_new_arg)},
     {"errcode", short_},
-}};
+);
 
-constexpr structure get_faxl_new_ll_arg_v0{"get_faxl_new_ll_arg_v0", {
+KVRPC_RECORD(get_faxl_new_ll_arg_v0,
     {"hwfeat", long_},
-}};
+);
 
-constexpr structure get_faxl_new_ll_arg_v1{"get_faxl_new_ll_arg_v1", {
+KVRPC_RECORD(get_faxl_new_ll_arg_v1,
     {"hwfeat",       long_},
     {"outselection", int_},
-}};
+);
 
-constexpr choice get_faxl_new_ll_arg{"get_faxl_new_ll_arg", "selection", {
+KVRPC_UNION(get_faxl_new_ll_arg, "selection",
     {0, "v0", inline_(get_faxl_new_ll_arg_v0)},
     {1, "v1", inline_(get_faxl_new_ll_arg_v1)},
-}};
+);
 
-constexpr structure get_faxl_new_ll_res_node{"get_faxl_new_ll_res_node", {
+KVRPC_RECORD(get_faxl_new_ll_res_node,
     {"next", list_next},
     {"data", inline_(put_faxl_new_arg)},
-}};
+);
 
-constexpr structure get_faxl_new_ll_res{"get_faxl_new_ll_res", {
+KVRPC_RECORD(get_faxl_new_ll_res,
     {"anz",     long_},
     {"first",   pointer_to(get_faxl_new_ll_res_node)},
     {"errcode", short_},
-}};
+);
 
-constexpr structure del_faxl_new_arg_v0{"del_faxl_new_arg_v0", {
+KVRPC_RECORD(del_faxl_new_arg_v0,
     {"lineid", chars(11)},
-}};
+);
 
-constexpr choice del_faxl_new_arg{"del_faxl_new_arg", "selection", {
+KVRPC_UNION(del_faxl_new_arg, "selection",
     {0, "v0", inline_(del_faxl_new_arg_v0)},
-}};
+);
 
-constexpr structure get_config_ll_arg_v0{"get_config_ll_arg_v0", {
+KVRPC_RECORD(get_config_ll_arg_v0,
     {"basename",  chars(11)},
     {"pos",       short_},
     {"anz",       short_},
     {"skipempty", bool_},
-}};
+);
 
-constexpr structure get_config_ll_arg_v1{"get_config_ll_arg_v1", {
+KVRPC_RECORD(get_config_ll_arg_v1,
     {"pos",     chars(11)},
     {"anz",     short_},
     {"protect", bool_},
-}};
+);
 
-constexpr choice get_config_ll_arg{"get_config_ll_arg", "selection", {
+KVRPC_UNION(get_config_ll_arg, "selection",
     {0, "v0", inline_(get_config_ll_arg_v0)},
     {1, "v1", inline_(get_config_ll_arg_v1)},
-}};
+);
 
-constexpr structure get_config_ll_res_node{"get_config_ll_res_node", {
+KVRPC_RECORD(get_config_ll_res_node,
     {"next", list_next},
     {"data", inline_(put_config_arg)},
-}};
+);
 
-constexpr structure get_config_ll_res{"get_config_ll_res", {
+KVRPC_RECORD(get_config_ll_res,
     {"anz",     short_},
     {"first",   pointer_to(get_config_ll_res_node)},
     {"errcode", short_},
-}};
+);
 
-constexpr structure del_route_new_arg_v0{"del_route_new_arg_v0", {
+KVRPC_RECORD(del_route_new_arg_v0,
     {"routeid", chars(11)},
-}};
+);
 
-constexpr choice del_route_new_arg{"del_route_new_arg", "selection", {
+KVRPC_UNION(del_route_new_arg, "selection",
     {0, "v0", inline_(del_route_new_arg_v0)},
-}};
+);
 
 constexpr noted_procedure omega_noted[] = {
     //    name                      argument                       result

@@ -2,7 +2,9 @@
 // families mirror those of alpha under other numbers.
 #include "schema/families.h"
 #include "schema/notes.h"
-#include "schema/shared_records.h"
+#include "schema/shared_address_books.h"
+#include "schema/shared_documents.h"
+#include "schema/shared_users.h"
 
 namespace kvrpc::schema {
 
@@ -11,70 +13,70 @@ using namespace wire;
 // clang-format off
 
 // `first` and `next` are plain numbers: the list hangs on `data`.
-constexpr structure o_get_kzg_res{"o_get_kzg_res", {
+KVRPC_RECORD(o_get_kzg_res,
     {"first", long_},
     {"next",  long_},
     {"data",  pointer_to(get_kzg_res_data)},
-}};
+);
 
-constexpr structure get_user_arg{"get_user_arg", {
+KVRPC_RECORD(get_user_arg,
     {"alphaid", chars(36)},
     {"userid",  chars(11)},
-}};
+);
 
-constexpr structure del_user_arg{"del_user_arg", {
+KVRPC_RECORD(del_user_arg,
     {"alphaid", chars(36)},
     {"userid",  chars(11)},
-}};
+);
 
-constexpr structure get_groupl_ll_res_node{"get_groupl_ll_res_node", {
+KVRPC_RECORD(get_groupl_ll_res_node,
     {"next", list_next},
     {"data", inline_(groupl_rec)},
-}};
+);
 
-constexpr structure get_groupl_ll_res{"get_groupl_ll_res", {
+KVRPC_RECORD(get_groupl_ll_res,
     {"anz",   long_},
     {"first", pointer_to(get_groupl_ll_res_node)},
-}};
+);
 
-constexpr structure get_group_member_ll_res{"get_group_member_ll_res", {
+KVRPC_RECORD(get_group_member_ll_res,
     {"anz",   long_},
     {"first", pointer_to(get_group_res_node)},
-}};
+);
 
-constexpr structure check_v_cycle_arg{"check_v_cycle_arg", {
+KVRPC_RECORD(check_v_cycle_arg,
     {"x_host", chars(36)},
     {"x_user", chars(11)},
     {"v_host", chars(36)},
     {"v_user", chars(11)},
-}};
+);
 
-constexpr structure make_verteiler_arg{"make_verteiler_arg", {
+KVRPC_RECORD(make_verteiler_arg,
     {"alphaid", chars(36)},
     {"userid",  chars(11)},
     {"groupid", chars(11)},
-}};
+);
 
-constexpr structure make_verteiler_res_node{"make_verteiler_res_node", {
+KVRPC_RECORD(make_verteiler_res_node,
     {"next",    list_next},
     {"alphaid", chars(36)},
     {"user_ll", pointer_to(user_ll)},
-}};
+);
 
-constexpr structure make_verteiler_res{"make_verteiler_res", {
+KVRPC_RECORD(make_verteiler_res,
     {"first", pointer_to(make_verteiler_res_node)},
     {"ok",    bool_},
-}};
+);
 
-constexpr structure put_logins_arg{"put_logins_arg", {
+KVRPC_RECORD(put_logins_arg,
     {"alphaid", chars(36)},
     {"logins",  short_},
-}};
+);
 
-constexpr structure cha_admpw_arg{"cha_admpw_arg", {
+KVRPC_RECORD(cha_admpw_arg,
     {"oldpw", chars(21)},
     {"newpw", chars(21)},
-}};
+);
 
 constexpr noted_procedure omega_noted[] = {
     //    name                       argument                           result

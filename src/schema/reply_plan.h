@@ -39,19 +39,22 @@ struct reply_plan {
   std::uint32_t run_wire = 0;  // wire bytes from this field up to it, its opening unit included
   std::uint32_t run_room = 0;  // most bytes of text from this field up to it, its label included
   char label[reply_room::label + 1] = {};  // `,"key":` and a NUL
-
-  constexpr void set_label(const char* key) {
-    std::uint16_t n = 0;
-    label[n++] = ',';
-    label[n++] = '"';
-    for (; *key != '\0'; ++key) {
-      if (n + 2 == reply_room::label) bad_table("the key is too long");
-      label[n++] = *key;
-    }
-    label[n++] = '"';
-    label[n++] = ':';
-    label_size = n;
-  }
 };
+
+// Returns a plan with the label of a key, for example `,"anz":` for "anz", and nothing else.
+constexpr reply_plan labelled_plan(const char* key) {
+  reply_plan plan;
+  std::uint16_t n = 0;
+  plan.label[n++] = ',';
+  plan.label[n++] = '"';
+  for (; *key != '\0'; ++key) {
+    if (n + 2 == reply_room::label) bad_table("the key is too long");
+    plan.label[n++] = *key;
+  }
+  plan.label[n++] = '"';
+  plan.label[n++] = ':';
+  plan.label_size = n;
+  return plan;
+}
 
 }  // namespace kvrpc

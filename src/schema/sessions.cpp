@@ -2,7 +2,8 @@
 // a user. Later calls that work on a session carry the `loginid` that a login returns.
 #include "schema/families.h"
 #include "schema/notes.h"
-#include "schema/shared_records.h"
+#include "schema/shared_address_books.h"
+#include "schema/shared_lines.h"
 
 namespace kvrpc::schema {
 
@@ -10,64 +11,64 @@ using namespace wire;
 
 // clang-format off
 
-constexpr structure login_arg{"login_arg", {
+KVRPC_RECORD(login_arg,
     {"userid",  chars(11)},
     {"passwor", chars(21)},
-}};
+);
 
-constexpr structure login_res{"login_res", {
+KVRPC_RECORD(login_res,
     {"loginid", long_},
     {"err",     long_},
-}};
+);
 
-constexpr structure logout_arg{"logout_arg", {
+KVRPC_RECORD(logout_arg,
     {"userid",  chars(11)},
     {"loginid", long_},
-}};
+);
 
-constexpr structure cha_pw_arg{"cha_pw_arg", {
+KVRPC_RECORD(cha_pw_arg,
     {"userid", chars(11)},
     {"adm",    bool_},
     {"oldpw",  chars(21)},
     {"newpw",  chars(21)},
-}};
+);
 
-constexpr structure put_u_perm_arg{"put_u_perm_arg", {
+KVRPC_RECORD(put_u_perm_arg,
     {"userid", chars(11)},
     {"admpw",  chars(21)},
     {"allow",  long_},
     {"deny",   long_},
-}};
+);
 
-constexpr structure mult_login_arg{"mult_login_arg", {
+KVRPC_RECORD(mult_login_arg,
     {"userid",   chars(11)},
     {"passwor",  chars(21)},
     {"useold",   bool_},
     {"forceold", bool_},
-}};
+);
 
-constexpr structure mult_login_res{"mult_login_res", {
+KVRPC_RECORD(mult_login_res,
     {"loginid", long_},
     {"err",     long_},
-}};
+);
 
-constexpr structure cha_userid_arg_v0{"cha_userid_arg_v0", {
+KVRPC_RECORD(cha_userid_arg_v0,
     {"loginid", long_},
     {"userid",  chars(11)},
-}};
+);
 
-constexpr choice cha_userid_arg{"cha_userid_arg", "selection", {
+KVRPC_UNION(cha_userid_arg, "selection",
     {0, "v0", inline_(cha_userid_arg_v0)},
-}};
+);
 
-constexpr structure init_arg_v0{"init_arg_v0", {
+KVRPC_RECORD(init_arg_v0,
     {"runlevel",    short_},
     {"graceperiod", long_},
-}};
+);
 
-constexpr choice init_arg{"init_arg", "selection", {
+KVRPC_UNION(init_arg, "selection",
     {0, "v0", inline_(init_arg_v0)},
-}};
+);
 
 constexpr noted_procedure alpha_noted[] = {
     //     name               argument                 result

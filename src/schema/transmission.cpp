@@ -2,7 +2,8 @@
 // requests and flags.
 #include "schema/families.h"
 #include "schema/notes.h"
-#include "schema/shared_records.h"
+#include "schema/shared_documents.h"
+#include "schema/shared_users.h"
 
 namespace kvrpc::schema {
 
@@ -10,144 +11,144 @@ using namespace wire;
 
 // clang-format off
 
-constexpr structure s_get_kzg_res_data{"s_get_kzg_res_data", {
+KVRPC_RECORD(s_get_kzg_res_data,
     {"next", list_next},
     {"dat",  schars(101)},
-}};
+);
 
 // `first` and `next` are plain numbers: the list hangs on `data`.
-constexpr structure s_get_kzg_res{"s_get_kzg_res", {
+KVRPC_RECORD(s_get_kzg_res,
     {"errcode", short_},
     {"first",   long_},
     {"next",    long_},
     {"data",    pointer_to(s_get_kzg_res_data)},
-}};
+);
 
-constexpr structure openpage_old_arg{"openpage_old_arg", {
+KVRPC_RECORD(openpage_old_arg,
     {"faxid",     long_},
     {"topf",      short_},
     {"page",      short_},
     {"pct",       short_},
     {"mixed_pct", short_},
-}};
+);
 
-constexpr structure openpage_old_res{"openpage_old_res", {
+KVRPC_RECORD(openpage_old_res,
     {"errcode", short_},
     {"handle",  long_},
     {"pages",   short_},
     {"pct",     short_},
-}};
+);
 
-constexpr structure getblock_old_arg{"getblock_old_arg", {
+KVRPC_RECORD(getblock_old_arg,
     {"handle", long_},
     {"offset", long_},
     {"len",    int_},
     {"faxid",  long_},
-}};
+);
 
-constexpr structure getblock_old_res{"getblock_old_res", {
+KVRPC_RECORD(getblock_old_res,
     {"errcode", short_},
     {"data",    blob},
-}};
+);
 
-constexpr structure s_get_inf_arg{"s_get_inf_arg", {
+KVRPC_RECORD(s_get_inf_arg,
     {"topf",  short_},
     {"faxid", long_},
-}};
+);
 
-constexpr structure s_get_inf_res{"s_get_inf_res", {
+KVRPC_RECORD(s_get_inf_res,
     {"err",    short_},
     {"laenge", long_},
     {"data",   vector_of(long_, 1000)},
-}};
+);
 
-constexpr structure open_page_arg{"open_page_arg", {
+KVRPC_RECORD(open_page_arg,
     {"faxid", long_},
     {"topf",  short_},
     {"page",  short_},
     {"code",  short_},
-}};
+);
 
 // A client keeps it and returns it untouched.
-constexpr structure handle{"handle", {
+KVRPC_RECORD(handle,
     {"long1", long_},
     {"long2", long_},
     {"long3", long_},
-}};
+);
 
-constexpr structure open_page_res{"open_page_res", {
+KVRPC_RECORD(open_page_res,
     {"err",    short_},
     {"handle", inline_(handle)},
-}};
+);
 
-constexpr structure get_block_arg{"get_block_arg", {
+KVRPC_RECORD(get_block_arg,
     {"handle", inline_(handle)},
     {"len",    long_},
-}};
+);
 
-constexpr structure get_block_res{"get_block_res", {
+KVRPC_RECORD(get_block_res,
     {"err",  short_},
     {"data", blob},
-}};
+);
 
 // `first` and `next` are plain numbers: the list hangs on `data`.
-constexpr structure t_get_kzg_res{"t_get_kzg_res", {
+KVRPC_RECORD(t_get_kzg_res,
     {"first", long_},
     {"next",  long_},
     {"data",  pointer_to(get_kzg_res_data)},
-}};
+);
 
-constexpr structure get_frei_res{"get_frei_res", {
+KVRPC_RECORD(get_frei_res,
     {"anz",   long_},
     {"first", pointer_to(user_ll)},
-}};
+);
 
-constexpr structure reserve_arg{"reserve_arg", {
+KVRPC_RECORD(reserve_arg,
     {"lineid", chars(11)},
     {"hwfeat", long_},
-}};
+);
 
-constexpr structure put_trstat_arg{"put_trstat_arg", {
+KVRPC_RECORD(put_trstat_arg,
     {"lineid", chars(11)},
     {"hwfeat", u_long_},
-}};
+);
 
-constexpr structure get_scan_res{"get_scan_res", {
+KVRPC_RECORD(get_scan_res,
     {"alphaid", chars(36)},
     {"userid",  chars(11)},
     {"res",     long_},
     {"comment", chars(31)},
-}};
+);
 
-constexpr structure t_put_scan_arg{"t_put_scan_arg", {
+KVRPC_RECORD(t_put_scan_arg,
     {"lineid",  chars(11)},
     {"alphaid", chars(36)},
     {"userid",  chars(11)},
     {"res",     long_},
     {"comment", chars(31)},
-}};
+);
 
-constexpr structure flag_rec{"flag_rec", {
+KVRPC_RECORD(flag_rec,
     {"group",  chars(11)},
     {"id",     long_},
     {"termin", long_},
     {"msg",    chars(81)},
-}};
+);
 
-constexpr structure get_flag_ll_res_node{"get_flag_ll_res_node", {
+KVRPC_RECORD(get_flag_ll_res_node,
     {"next", list_next},
     {"data", inline_(flag_rec)},
-}};
+);
 
-constexpr structure get_flag_ll_res{"get_flag_ll_res", {
+KVRPC_RECORD(get_flag_ll_res,
     {"first", pointer_to(get_flag_ll_res_node)},
     {"anz",   long_},
-}};
+);
 
-constexpr structure get_flag_arg{"get_flag_arg", {
+KVRPC_RECORD(get_flag_arg,
     {"group", chars(11)},
     {"id",    long_},
-}};
+);
 
 constexpr noted_procedure nue_noted[] = {
     //  name          argument result

@@ -223,7 +223,7 @@ constexpr std::uint32_t align_up(std::uint32_t offset, std::uint32_t align) {
   return (offset + align - 1) / align * align;
 }
 
-// A record with its fields: constexpr structure name{"name", {{"key", type}, ...}};
+// A record with its fields.
 template <std::size_t N>
 struct structure : record_type {
   record_field table[N]{};
@@ -241,7 +241,7 @@ struct structure : record_type {
  private:
   constexpr void add(std::size_t i, const record_field& row) {
     table[i] = row;
-    table[i].reply.set_label(row.key);
+    table[i].reply = labelled_plan(row.key);
     table[i].offset = align_up(size, row.type.align);
     size = table[i].offset + row.type.size;
     if (row.type.align > align) align = row.type.align;
@@ -278,7 +278,7 @@ struct arm {
   wire_type type;
 };
 
-// A union: constexpr choice name{"name", "selection", {{0, "v0", inline_(name_v0)}, ...}};
+// A union with its arms.
 template <std::size_t N>
 struct choice : record_type {
   record_field table[N]{};
@@ -291,14 +291,14 @@ struct choice : record_type {
       table[i].type = rows[i].type;
       table[i].value = rows[i].value;
       table[i].offset = 4;
-      table[i].reply.set_label(rows[i].key);
+      table[i].reply = labelled_plan(rows[i].key);
       if (4 + rows[i].type.size > size) size = 4 + rows[i].type.size;
     }
     size = align_up(size, 4);
     fields = table;
     discriminant_field.key = key;
     discriminant_field.type = wire::int_;
-    discriminant_field.reply.set_label(key);
+    discriminant_field.reply = labelled_plan(key);
     selector = &discriminant_field;
   }
   choice(const choice&) = delete;
@@ -306,6 +306,22 @@ struct choice : record_type {
 };
 template <std::size_t N>
 choice(const char*, const char*, const arm (&)[N]) -> choice<N>;
+
+// Define the constant record or union `name`, for example:
+//
+//   KVRPC_RECORD(get_e_res,
+//       {"anz",   long_},
+//       {"first", pointer_to(get_e_res_node)},
+//   );
+//   KVRPC_UNION(del_gwuser_arg, "selection",
+//       {0, "v0", inline_(del_gwuser_arg_v0)},
+//   );
+//
+// They are macros so that a record's name is written once. In a header, `inline` comes before them.
+// clang-format off
+#define KVRPC_RECORD(name, ...) constexpr structure name{#name, {__VA_ARGS__}}
+#define KVRPC_UNION(name, selector, ...) constexpr choice name{#name, selector, {__VA_ARGS__}}
+// clang-format on
 
 // ---- procedures
 
