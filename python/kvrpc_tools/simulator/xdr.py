@@ -6,8 +6,11 @@ Every item takes a multiple of four bytes, most significant byte first.
 from __future__ import annotations
 
 import struct
+from typing import Tuple
 
 _U_LONG = struct.Struct(">I")
+_LONG = struct.Struct(">i")
+_FALSE, _TRUE = bytes(4), b"\0\0\0\1"
 
 # The upper three bytes of a character's unit: characters go out with their sign.
 _SIGN = bytes(0xFF if byte >= 0x80 else 0 for byte in range(256))
@@ -34,13 +37,20 @@ class Writer:
         self._parts: list[bytes] = []
 
     def written(self) -> bytes:
+        """Returns all that was written."""
         return b"".join(self._parts)
 
     def long(self, value: int) -> None:
+        """The low 32 bits of a number."""
         self._parts.append(_U_LONG.pack(value & 0xFFFFFFFF))
 
+    def raw(self, data: bytes) -> None:
+        """Bytes that are XDR already."""
+        self._parts.append(data)
+
     def flag(self, value: object) -> None:
-        self.long(1 if value else 0)
+        """A boolean."""
+        self._parts.append(_TRUE if value else _FALSE)
 
     def fixed(self, data: bytes) -> None:
         """The bytes, filled up with zeroes to a multiple of four."""
@@ -54,10 +64,8 @@ class Writer:
     def characters(self, data: bytes) -> None:
         """One unit of four bytes a character, sign-extended."""
         units = bytearray(4 * len(data))
-        sign = data.translate(_SIGN)
-        units[0::4] = sign
-        units[1::4] = sign
-        units[2::4] = sign
+        if not data.isascii():
+            units[0::4] = units[1::4] = units[2::4] = data.translate(_SIGN)
         units[3::4] = data
         self._parts.append(bytes(units))
 
@@ -73,6 +81,20 @@ class Reader:
         """What has not been read yet."""
         return self._data[self._at:]
 
+    def must_be_at_end(self) -> None:
+        """Raises XdrError if something is left to read."""
+        if self._at != len(self._data):
+            raise XdrError(f"{len(self._data) - self._at} bytes too many")
+
+    def unpack(self, layout: struct.Struct) -> Tuple[int, ...]:
+        """The next items, which `layout` describes."""
+        at = self._at
+        self._at += layout.size
+        try:
+            return layout.unpack_from(self._data, at)
+        except struct.error:
+            raise XdrError(f"{layout.size} bytes wanted, {len(self._data) - at} left") from None
+
     def _take(self, size: int) -> bytes:
         end = self._at + size
         if end > len(self._data):
@@ -82,22 +104,28 @@ class Reader:
         return taken
 
     def long(self) -> int:
-        return int.from_bytes(self._take(4), "big", signed=True)
+        """A signed number of 32 bits."""
+        return self.unpack(_LONG)[0]
 
     def u_long(self) -> int:
-        return int.from_bytes(self._take(4), "big")
+        """An unsigned number of 32 bits."""
+        return self.unpack(_U_LONG)[0]
 
     def flag(self) -> bool:
-        return self.u_long() != 0
+        """A boolean; any number but 0 is true."""
+        return self.unpack(_U_LONG)[0] != 0
 
     def fixed(self, size: int) -> bytes:
+        """So many bytes, and the zeroes after them."""
         return self._take(size + -size % 4)[:size]
 
     def counted(self, limit: int = 0xFFFFFFFF) -> bytes:
+        """The number of bytes, then the bytes."""
         size = self.u_long()
         if size > limit:
             raise XdrError(f"{size} bytes where {limit} are allowed")
         return self.fixed(size)
 
     def characters(self, count: int) -> bytes:
+        """The bytes of characters that have a unit of four bytes each."""
         return self._take(4 * count)[3::4]
