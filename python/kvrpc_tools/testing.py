@@ -180,7 +180,7 @@ def start(*arguments: str) -> Iterator[Simulator]:
     `arguments` are options of `python -m kvrpc_tools.simulator`.
     """
     token = secrets.token_hex(16)
-    with running("--control", token, *arguments) as process:
+    with running("--control", token, *arguments, log_calls=False) as process:
         simulator = Simulator(process.port, process.control, token)
         try:
             yield simulator

@@ -26,7 +26,7 @@ def main(count, slow):
         unused = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
         chosen = [faults.parse(f"delay={slow}")] if number == 3 else []
         dispatcher = Dispatcher(interface, Simulation(interface, chosen))
-        loop.serve(listener, unused, dispatcher.handler(server))
+        loop.serve(listener, unused, dispatcher.server(server))
     print("port", port - server.slot, flush=True)
     loop.run()
 

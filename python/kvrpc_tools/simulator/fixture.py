@@ -70,13 +70,17 @@ class Simulator:
 
 
 @contextlib.contextmanager
-def running(*arguments: str) -> Iterator[Simulator]:
-    """Starts a simulator with these further arguments, waits until it is ready, stops it."""
+def running(*arguments: str, log_calls: bool = True) -> Iterator[Simulator]:
+    """Starts a simulator with these further arguments, waits until it is ready, stops it.
+
+    With `log_calls`, `Simulator.log` has a line for each call. Without, calls are twice as fast.
+    """
+    options = ["--log"] if log_calls else []
     with tempfile.TemporaryDirectory() as directory:
         log = Path(directory) / "log"
         with open(log, "w", encoding="utf-8") as errors:
             process = subprocess.Popen(
-                [sys.executable, "-u", "-m", "kvrpc_tools.simulator", "--log", *arguments],
+                [sys.executable, "-u", "-m", "kvrpc_tools.simulator", *options, *arguments],
                 env=_plain_environment(), stdout=subprocess.PIPE, stderr=errors,
                 encoding="utf-8")
         try:

@@ -4,8 +4,10 @@ from __future__ import annotations
 
 from typing import Dict
 
-from kvrpc_tools.simulator import rpc
-from kvrpc_tools.simulator.transport import Answer
+from kvrpc_tools.simulator import rpc, spoiling, transport
+from kvrpc_tools.simulator.faults import PORTMAPPER, is_refusing
+from kvrpc_tools.simulator.simulation import Simulation
+from kvrpc_tools.simulator.transport import CLOSE, Answer
 from kvrpc_tools.simulator.xdr import Reader, Writer, XdrError
 
 PORT = 111
@@ -17,15 +19,27 @@ PROTOCOLS = (6, 17)
 class Portmapper:
     """Knows the ports of the programs that are served here, under version 1 each."""
 
-    def __init__(self, ports: Dict[int, int]) -> None:
+    def __init__(self, ports: Dict[int, int], simulation: Simulation) -> None:
         self._ports = ports
+        self._simulation = simulation
 
-    def answer(self, message: bytes, transport: str) -> Answer:
+    def server(self) -> transport.Server:
+        """Returns what answers at the portmapper's port."""
+        return transport.Server(self._answer)
+
+    def _answer(self, message: bytes, protocol: str) -> Answer:
         try:
             call = rpc.parse_call(message)
         except XdrError:
-            return Answer(close=True)
-        return Answer(self._reply(call))
+            return Answer(end=CLOSE)
+        fault = self._simulation.faults.next_for(PORTMAPPER)
+        if fault is None:
+            return Answer(self._reply(call))
+        if is_refusing(fault):
+            return spoiling.refusal(fault, call.xid)
+        if fault.kind in ("unregistered", "port"):
+            return Answer(rpc.success(call.xid, fault.number.to_bytes(4, "big")))
+        return spoiling.spoiled(fault, self._reply(call))
 
     def _reply(self, call: rpc.Call) -> bytes:
         if call.rpc_version != rpc.RPC_VERSION:

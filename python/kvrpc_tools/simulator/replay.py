@@ -13,10 +13,10 @@ from typing import Any, Callable, Dict, List, Optional
 from kvrpc_tools import masking
 from kvrpc_tools.recording import NULL_PROCEDURE, OK, as_json, read
 from kvrpc_tools.schema import Procedure, Schema, Server
-from kvrpc_tools.simulator import rpc
+from kvrpc_tools.simulator import rpc, transport
 from kvrpc_tools.simulator.codec import Codec
 from kvrpc_tools.simulator.simulation import as_decoded
-from kvrpc_tools.simulator.transport import Answer, Handler
+from kvrpc_tools.simulator.transport import CLOSE, Answer
 from kvrpc_tools.simulator.xdr import XdrError
 
 Told = Dict[str, Any]
@@ -36,15 +36,15 @@ class Replay:
             self._unused.setdefault(str(told["procedure"]), []).append(told)
             self._last[str(told["procedure"])] = told
 
-    def handler(self, server: Server) -> Handler:
-        """Returns what a transport calls with the messages that reach the port of `server`."""
-        return lambda message, transport: self._answer(server, message)
+    def server(self, server: Server) -> transport.Server:
+        """Returns what answers at the port of `server`."""
+        return transport.Server(lambda message, protocol: self._answer(server, message))
 
     def _answer(self, server: Server, message: bytes) -> Answer:
         try:
             call = rpc.parse_call(message)
         except XdrError:
-            return Answer(close=True)
+            return Answer(end=CLOSE)
         if call.procedure == NULL_PROCEDURE:
             return Answer(rpc.success(call.xid, b""))
         procedure = server.procedures.get(call.procedure)
@@ -55,9 +55,9 @@ class Replay:
         if told["status"] == OK:
             result = as_decoded(self._schema, procedure.result, told["result"])
             return Answer(rpc.success(call.xid, self._codec.encode(procedure.result, result)),
-                          close=procedure.name.endswith("_exit_1"))
+                          CLOSE if procedure.name.endswith("_exit_1") else "")
         if told.get("reply") is None:
-            return Answer(close=True)
+            return Answer(end=CLOSE)
         return Answer(rpc.with_xid(bytes(4) + bytes.fromhex(told["reply"]), call.xid))
 
     def _next(self, procedure: Procedure, data: bytes) -> Optional[Told]:

@@ -9,9 +9,10 @@ Each word has four bytes; credential and verifier are a flavour and counted byte
 
 from __future__ import annotations
 
-from dataclasses import dataclass
+import struct
+from typing import NamedTuple
 
-from kvrpc_tools.simulator.xdr import Reader, Writer, XdrError
+from kvrpc_tools.simulator.xdr import XdrError
 
 CALL, REPLY = 0, 1
 ACCEPTED, DENIED = 0, 1
@@ -21,9 +22,13 @@ AUTH_TOO_WEAK = 5
 RPC_VERSION = 2
 MAX_AUTH_BYTES = 400
 
+_HEAD = struct.Struct(">6I")
+_AUTH = struct.Struct(">II")
+_NO_AUTHENTICATION = bytes(16)  # credential and verifier, as this system's clients send them
+_SUCCESS = struct.Struct(">6I")
 
-@dataclass(frozen=True)
-class Call:
+
+class Call(NamedTuple):
     """A call; `argument` is what follows the header."""
 
     xid: int
@@ -35,52 +40,68 @@ class Call:
 
 
 def parse_call(message: bytes) -> Call:
-    """The call in `message`; `XdrError` when it is none."""
-    reader = Reader(message)
-    xid, direction = reader.u_long(), reader.long()
+    """Returns the call in `message`. Raises XdrError if it is none."""
+    if len(message) < _HEAD.size:
+        raise XdrError(f"{len(message)} bytes are no call")
+    xid, direction, rpc_version, program, version, procedure = _HEAD.unpack_from(message)
     if direction != CALL:
         raise XdrError(f"message direction {direction}")
-    head = [reader.u_long() for _ in range(4)]
-    for _ in ("credential", "verifier"):
-        reader.long()
-        reader.counted(MAX_AUTH_BYTES)
-    return Call(xid, head[0], head[1], head[2], head[3], reader.rest())
+    at = _HEAD.size
+    if message[at:at + 16] == _NO_AUTHENTICATION:
+        at += 16
+    else:
+        for _ in ("credential", "verifier"):
+            at = _after_authentication(message, at)
+    return Call(xid, rpc_version, program, version, procedure, message[at:])
+
+
+def _after_authentication(message: bytes, at: int) -> int:
+    """Returns the position after a credential or verifier."""
+    size = _AUTH.unpack_from(message, at)[1] if len(message) >= at + _AUTH.size else MAX_AUTH_BYTES
+    end = at + _AUTH.size + size + -size % 4
+    if size > MAX_AUTH_BYTES or end > len(message):
+        raise XdrError("no credential and verifier of 400 bytes at most")
+    return end
 
 
 def build_call(call: Call) -> bytes:
-    """The bytes of a call with null authentication, for clients in tests."""
-    writer = Writer()
-    for word in (call.xid, CALL, call.rpc_version, call.program, call.version, call.procedure,
-                 0, 0, 0, 0):
-        writer.long(word)
-    return writer.written() + call.argument
+    """Returns the bytes of a call with null authentication, for clients in tests."""
+    return _HEAD.pack(call.xid, CALL, call.rpc_version, call.program, call.version,
+                      call.procedure) + _NO_AUTHENTICATION + call.argument
 
 
 def success(xid: int, result: bytes) -> bytes:
-    return _accepted(xid, SUCCESS) + result
+    """The call was carried out."""
+    return _SUCCESS.pack(xid, REPLY, ACCEPTED, 0, 0, SUCCESS) + result
 
 
 def program_unavailable(xid: int) -> bytes:
-    return _accepted(xid, PROG_UNAVAIL)
+    """The server has no such program."""
+    return accepted(xid, PROG_UNAVAIL)
 
 
 def version_mismatch(xid: int, low: int, high: int) -> bytes:
-    return _accepted(xid, PROG_MISMATCH, low, high)
+    """The program has the versions `low` to `high`."""
+    return accepted(xid, PROG_MISMATCH) + _words(low, high)
 
 
 def procedure_unavailable(xid: int) -> bytes:
-    return _accepted(xid, PROC_UNAVAIL)
+    """The program has no such procedure."""
+    return accepted(xid, PROC_UNAVAIL)
 
 
 def garbage_arguments(xid: int) -> bytes:
-    return _accepted(xid, GARBAGE_ARGS)
+    """The argument does not decode."""
+    return accepted(xid, GARBAGE_ARGS)
 
 
 def system_error(xid: int) -> bytes:
-    return _accepted(xid, SYSTEM_ERR)
+    """The server could not carry the call out."""
+    return accepted(xid, SYSTEM_ERR)
 
 
 def rpc_mismatch(xid: int) -> bytes:
+    """The call has another version of the protocol."""
     return _words(xid, REPLY, DENIED, RPC_MISMATCH, RPC_VERSION, RPC_VERSION)
 
 
@@ -94,12 +115,15 @@ def with_xid(reply: bytes, xid: int) -> bytes:
     return _words(xid) + reply[4:]
 
 
-def _accepted(xid: int, status: int, *words: int) -> bytes:
-    return _words(xid, REPLY, ACCEPTED, 0, 0, status, *words)
+def accepted(xid: int, status: int) -> bytes:
+    """An accepted call with any status, also one that RFC 5531 does not have."""
+    return _words(xid, REPLY, ACCEPTED, 0, 0, status)
+
+
+def xid_of(message: bytes) -> int:
+    """The transaction id of a message."""
+    return int.from_bytes(message[:4], "big")
 
 
 def _words(*words: int) -> bytes:
-    writer = Writer()
-    for word in words:
-        writer.long(word)
-    return writer.written()
+    return struct.pack(f">{len(words)}I", *(word & 0xFFFFFFFF for word in words))

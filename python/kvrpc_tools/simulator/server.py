@@ -9,14 +9,15 @@ from __future__ import annotations
 import sys
 import time
 import traceback
-from typing import Any, Callable, List, Optional
+from functools import partial
+from typing import Any, Callable, Dict, List, Optional
 
 from kvrpc_tools.schema import Procedure, Schema, Server
-from kvrpc_tools.simulator import rpc
+from kvrpc_tools.simulator import rpc, spoiling, transport
 from kvrpc_tools.simulator.codec import Codec
-from kvrpc_tools.simulator.faults import Fault
-from kvrpc_tools.simulator.simulation import CallRecord, Simulation
-from kvrpc_tools.simulator.transport import Answer, Handler
+from kvrpc_tools.simulator.faults import Fault, is_refusing
+from kvrpc_tools.simulator.simulation import Simulation
+from kvrpc_tools.simulator.transport import CLOSE, Answer
 from kvrpc_tools.simulator.xdr import XdrError
 
 VERSION = 1
@@ -26,82 +27,115 @@ LOG_WIDTH = 160
 Log = Callable[[str], None]
 
 
+class _Compiled(Dict[str, Any]):
+    """What the codec makes of each procedure, by its name, made when it is first needed."""
+
+    def __init__(self, make: Callable[[Procedure], Any]) -> None:
+        self._make = make
+
+    def of(self, procedure: Procedure) -> Any:
+        if procedure.name not in self:
+            self[procedure.name] = self._make(procedure)
+        return self[procedure.name]
+
+
 class Dispatcher:
     """Answers for all servers of one installation."""
 
     def __init__(self, schema: Schema, simulation: Simulation, log: Optional[Log] = None) -> None:
-        self._codec = Codec(schema)
+        codec = Codec(schema)
+        self._decoders = _Compiled(lambda procedure: codec.decoder(procedure.argument))
+        self._encoders = _Compiled(lambda procedure: codec.encoder(procedure.result))
+        self._null_texts = Codec(schema, null_texts=True)
         self._simulation = simulation
         self._log = log
+        self._earlier = b""  # the reply to the call before
 
-    def handler(self, server: Server) -> Handler:
-        """What a transport calls with the messages that reach `server`'s port."""
-        return lambda message, transport: self._answer(server, message, transport)
+    def server(self, server: Server) -> transport.Server:
+        """Returns what answers at the port of `server`."""
+        return transport.Server(partial(self._answer, server), partial(self._hangs_up, server))
 
-    def _answer(self, server: Server, message: bytes, transport: str) -> Answer:
+    def _answer(self, server: Server, message: bytes, protocol: str) -> Answer:
         if not self._simulation.installation.is_running(server.name):
-            self._note(transport, server, "is stopped and does not answer")
-            return Answer(close=True)
+            self._note(protocol, server, "is stopped and does not answer")
+            return Answer(end=CLOSE)
         try:
             call = rpc.parse_call(message)
         except XdrError as error:
-            self._note(transport, server, f"got a message that is no call: {error}")
-            return Answer(close=True)
+            self._note(protocol, server, f"got a message that is no call: {error}")
+            return Answer(end=CLOSE)
         refusal = _refusal(server, call)
         if refusal is not None:
-            self._note(transport, server, f"refuses program {call.program} version {call.version} "
-                                          f"procedure {call.procedure}")
+            self._note(protocol, server, f"refuses program {call.program} version {call.version} "
+                                         f"procedure {call.procedure}")
             return Answer(refusal)
         if call.procedure == NULL_PROCEDURE:
             return Answer(rpc.success(call.xid, b""))
-        return self._run(server, server.procedures[call.procedure], call, transport)
+        return self._run(server, server.procedures[call.procedure], call, protocol)
 
-    def _run(self, server: Server, procedure: Procedure, call: rpc.Call, transport: str) -> Answer:
+    def _run(self, server: Server, procedure: Procedure, call: rpc.Call, protocol: str) -> Answer:
         try:
-            argument = self._codec.decode(procedure.argument, call.argument)
+            argument = self._decoders.of(procedure)(call.argument)
         except XdrError as error:
-            self._note(transport, server, f"{procedure.name}: bad argument: {error}")
+            self._note(protocol, server, f"{procedure.name}: bad argument: {error}")
             return Answer(rpc.garbage_arguments(call.xid))
-        told = "" if argument is None else _short(argument)
         expected = self._simulation.expects(procedure.name)
         fault = self._simulation.faults.next_for(procedure.name) if expected else None
         outcome = "answered" if fault is None else fault.kind
-        self._simulation.calls.append(CallRecord(
-            server.name, procedure.name, argument, transport, self._simulation.clock(),
-            outcome if expected else "unexpected"))
+        self._simulation.record(server.name, procedure.name, argument, protocol,
+                                outcome if expected else "unexpected")
         if not expected:
-            self._note(transport, server, f"{procedure.name}({told}): unexpected")
+            self._tell(protocol, server, procedure, argument, "unexpected")
             return Answer(rpc.procedure_unavailable(call.xid))
-        if fault is not None and fault.kind == "refuse":
-            self._note(transport, server, f"{procedure.name}: refused on request")
-            return Answer(rpc.refused(call.xid))
-        reply, line = self._reply(procedure, call, argument)
-        line = f"{procedure.name}({told}) {line}"
-        if fault is None:
-            self._note(transport, server, line)
-            return Answer(reply, close=procedure.name.endswith("_exit_1"))
-        self._note(transport, server, f"{line}  [{fault.kind}]")
-        return spoiled(reply, call, fault)
+        if fault is not None and is_refusing(fault):
+            self._tell(protocol, server, procedure, argument, f"refused on request  [{fault.kind}]")
+            return spoiling.refusal(fault, call.xid)
+        return self._carry_out(server, procedure, call, argument, protocol, fault)
 
-    def _reply(self, procedure: Procedure, call: rpc.Call, argument: Any) -> "tuple[bytes, str]":
-        """Carries the call out. Returns the reply, and the end of the line that tells of it."""
+    def _carry_out(self, server: Server, procedure: Procedure, call: rpc.Call, argument: Any,
+                   protocol: str, fault: Optional[Fault]) -> Answer:
+        null_texts = fault is not None and fault.kind == "null-text"
         try:
             result = self._simulation.run(procedure.name, argument)
             if procedure.result.kind == "nothing":
                 result = None
-            reply = rpc.success(call.xid, self._codec.encode(procedure.result, result))
+            encode = (self._null_texts.encoder(procedure.result) if null_texts
+                      else self._encoders.of(procedure))
+            reply = rpc.success(call.xid, encode(result))
         except Exception:
             traceback.print_exc(file=sys.stderr)
-            return rpc.system_error(call.xid), "failed"
-        return reply, f"-> {_short(result)}"
-
-    def _note(self, transport: str, server: Server, line: str) -> None:
+            self._tell(protocol, server, procedure, argument, "failed")
+            return Answer(rpc.system_error(call.xid))
+        earlier, self._earlier = self._earlier, reply
         if self._log is not None:
-            self._log(f"{time.strftime('%H:%M:%S')} {transport} {server.name:6} {line}")
+            mark = "" if fault is None else f"  [{fault.kind}]"
+            self._tell(protocol, server, procedure, argument, f"-> {_short(result)}{mark}")
+        if fault is not None:
+            return spoiling.spoiled(fault, reply, earlier)
+        return Answer(reply, CLOSE if procedure.name.endswith("_exit_1") else "")
+
+    def _hangs_up(self, server: Server, begun: bytes) -> bool:
+        """Returns whether the fault `hang-up` strikes a call whose first bytes have come."""
+        procedure = server.procedures.get(int.from_bytes(begun[20:24], "big"))
+        if procedure is None or not self._simulation.faults.next_for(procedure.name, "hang-up"):
+            return False
+        self._simulation.record(server.name, procedure.name, None, "tcp", "hang-up")
+        self._note("tcp", server, f"{procedure.name}: refused on request  [hang-up]")
+        return True
+
+    def _tell(self, protocol: str, server: Server, procedure: Procedure, argument: Any,
+              outcome: str) -> None:
+        if self._log is not None:
+            told = "" if argument is None else _short(argument)
+            self._note(protocol, server, f"{procedure.name}({told}) {outcome}")
+
+    def _note(self, protocol: str, server: Server, line: str) -> None:
+        if self._log is not None:
+            self._log(f"{time.strftime('%H:%M:%S')} {protocol} {server.name:6} {line}")
 
 
 def _refusal(server: Server, call: rpc.Call) -> Optional[bytes]:
-    """The reply to a call that this server does not take, None when it does."""
+    """Returns the reply to a call that this server does not take, or None if it takes it."""
     if call.rpc_version != rpc.RPC_VERSION:
         return rpc.rpc_mismatch(call.xid)
     if call.program != server.program:
@@ -114,19 +148,6 @@ def _refusal(server: Server, call: rpc.Call) -> Optional[bytes]:
     if procedure is None or procedure.argument.kind == "unspecified":
         return rpc.procedure_unavailable(call.xid)
     return None
-
-
-def spoiled(reply: bytes, call: rpc.Call, fault: Fault) -> Answer:
-    """The answer that `fault` makes of a reply."""
-    if fault.kind == "drop":
-        return Answer()
-    if fault.kind == "delay":
-        return Answer(reply, delay=fault.seconds)
-    if fault.kind == "cut":
-        return Answer(reply, cut=True)
-    if fault.kind == "wrong-id":
-        return Answer(rpc.with_xid(reply, call.xid ^ 0xFFFFFFFF))
-    return Answer(rpc.success(call.xid, b"\xde\xad"))
 
 
 def _short(value: Any) -> str:

@@ -9,7 +9,8 @@ from __future__ import annotations
 
 import base64
 import time
-from typing import Any, Callable, Dict, FrozenSet, List, NamedTuple, Optional
+from dataclasses import replace
+from typing import Any, Callable, Dict, FrozenSet, Iterable, List, NamedTuple, Optional
 
 from kvrpc_tools.schema import Schema, WireType
 from kvrpc_tools.simulator.faults import Fault, Faults
@@ -29,7 +30,7 @@ class Clock:
 
 
 class CallRecord(NamedTuple):
-    """A call that reached a server. `outcome` is "answered", "unexpected" or the fault's text."""
+    """A call that reached a server. `outcome` is "answered", "unexpected" or the fault's kind."""
 
     server: str
     procedure: str
@@ -81,9 +82,11 @@ def as_decoded(schema: Schema, wire: WireType, value: Any) -> Any:
 class Simulation:
     """What all servers of one installation share."""
 
-    def __init__(self, schema: Schema, faults: Optional[List[Fault]] = None) -> None:
+    def __init__(self, schema: Schema, faults: Iterable[Fault] = (),
+                 keeps_calls: bool = False) -> None:
         self._schema = schema
-        self._first_faults = list(faults or [])
+        self._first_faults = list(faults)
+        self.keeps_calls = keeps_calls
         self.reset()
 
     def reset(self) -> None:
@@ -91,9 +94,16 @@ class Simulation:
         self.clock = Clock()
         self.installation = Installation(self._schema, self.clock)
         self.answers = Answers()
-        self.faults = Faults(self._first_faults)
+        self.faults = Faults(replace(fault) for fault in self._first_faults)
         self.calls: List[CallRecord] = []
         self.allowed: Optional[FrozenSet[str]] = None
+
+    def record(self, server: str, procedure: str, argument: Any, protocol: str,
+               outcome: str) -> None:
+        """Notes a call for the process that steers this one. Without such a process, does not."""
+        if self.keeps_calls:
+            self.calls.append(CallRecord(server, procedure, argument, protocol, self.clock(),
+                                         outcome))
 
     def expects(self, procedure: str) -> bool:
         """Returns whether calls of this procedure are allowed."""

@@ -1,78 +1,77 @@
 """Sockets: TCP with record marking and UDP, in one loop and one thread.
 
-Over TCP a message is a chain of fragments, each behind a word whose top bit says that it is the
-last and whose other bits give its length. Over UDP a datagram is a message.
-
-One thread means that the installation's state needs no locks. Answers that come late wait in a
-queue of timers and hold nobody else up.
+Over UDP a datagram is a message; `records` has how a stream is divided. One thread means that the
+installation's state needs no locks. Answers that come late wait in a queue of timers and delay no
+other answer.
 """
 
 from __future__ import annotations
 
 import heapq
 import itertools
+import os
 import selectors
 import socket
 import struct
 import time
-from dataclasses import dataclass
-from typing import Callable, List, Optional, Tuple
+from typing import Callable, List, NamedTuple, Optional, Tuple
+
+from kvrpc_tools.simulator.records import RecordReader, framed
 
 LOOPBACK = "127.0.0.1"
-LAST_FRAGMENT = 0x80000000
-MAX_MESSAGE = 64 * 1024 * 1024
 RECEIVE = 256 * 1024
 
-_HEADER = struct.Struct(">I")
+# How a connection ends after an answer. After STALL it stays open, and nothing is sent any more.
+CLOSE, RESET, STALL = "close", "reset", "stall"
+
+# struct linger: on, for no seconds. Windows has two shorts there.
+_NO_LINGERING = struct.pack("hh" if os.name == "nt" else "ii", 1, 0)
 
 
-@dataclass(frozen=True)
-class Answer:
-    """What is to be done about a message: bytes to send after `delay` seconds, None for nothing.
+class Answer(NamedTuple):
+    """What is to be done about a message: bytes to send, None for nothing.
 
-    `cut` sends only the first half and closes, `close` closes behind the whole. Over UDP there is
-    nothing to close.
+    The last five fields spoil the answer. Over UDP nothing ends, and there are no fragments and
+    no pauses.
     """
 
     message: Optional[bytes] = None
-    delay: float = 0.0
-    cut: bool = False
-    close: bool = False
+    end: str = ""
+    delay: float = 0.0  # seconds
+    cut: Optional[int] = None  # how many bytes to send of it
+    fragment: int = 0  # bytes in each fragment; one fragment for 0
+    pause: float = 0.0  # seconds between two bytes
+    times: int = 1
+    before: bytes = b""  # a message to send first
+
+    def messages(self) -> List[bytes]:
+        """Returns the messages to send, in their order."""
+        own = [] if self.message is None or self.cut == 0 else [self.message[:self.cut]]
+        return ([self.before] if self.before else []) + own * self.times
+
+    def stream(self) -> bytes:
+        """Returns the bytes to send on a connection."""
+        if self.message is not None and self[2:] == _PLAIN:
+            return framed(self.message)
+        before = framed(self.before) if self.before else b""
+        if self.message is None or self.cut == 0:
+            return before
+        data = framed(self.message, self.fragment)
+        return before + data[:None if self.cut is None else 4 + self.cut] * self.times
 
 
-# Takes a message and the transport's name, "tcp" or "udp".
-Handler = Callable[[bytes, str], Answer]
+_PLAIN = Answer()[2:]
 
 
-def framed(message: bytes) -> bytes:
-    """The message as one record of one fragment."""
-    return _HEADER.pack(LAST_FRAGMENT | len(message)) + message
+class Server(NamedTuple):
+    """What answers at a port.
 
+    `answer` takes a message and the transport's name, "tcp" or "udp". `hangs_up` takes the first
+    bytes of a call that is still arriving, and says whether to reset the connection at once.
+    """
 
-class RecordReader:
-    """Puts records together from the bytes of a stream."""
-
-    def __init__(self) -> None:
-        self._input = bytearray()
-        self._record = bytearray()
-
-    def feed(self, data: bytes) -> List[bytes]:
-        """The records that end in `data`; ValueError when one grows beyond all reason."""
-        self._input += data
-        records: List[bytes] = []
-        while len(self._input) >= _HEADER.size:
-            word = _HEADER.unpack_from(self._input)[0]
-            end = _HEADER.size + (word & ~LAST_FRAGMENT)
-            if end + len(self._record) > MAX_MESSAGE:
-                raise ValueError("record too long")
-            if len(self._input) < end:
-                break
-            self._record += self._input[_HEADER.size:end]
-            del self._input[:end]
-            if word & LAST_FRAGMENT:
-                records.append(bytes(self._record))
-                self._record.clear()
-        return records
+    answer: Callable[[bytes, str], Answer]
+    hangs_up: Callable[[bytes], bool] = lambda begun: False
 
 
 class Loop:
@@ -84,12 +83,12 @@ class Loop:
         self._order = itertools.count()
         self._stopped = False
 
-    def serve(self, tcp: socket.socket, udp: socket.socket, handler: Handler) -> None:
+    def serve(self, tcp: socket.socket, udp: socket.socket, server: Server) -> None:
         """Takes over a listening and a datagram socket and answers what comes there."""
         for sock in (tcp, udp):
             sock.setblocking(False)
-        self.watch(tcp, selectors.EVENT_READ, lambda events: self._accept(tcp, handler))
-        self.watch(udp, selectors.EVENT_READ, lambda events: self._datagrams(udp, handler))
+        self.watch(tcp, selectors.EVENT_READ, lambda events: self._accept(tcp, server))
+        self.watch(udp, selectors.EVENT_READ, lambda events: self._datagrams(udp, server))
 
     def watch(self, sock: socket.socket, events: int, action: Callable[[int], None]) -> None:
         self._selector.register(sock, events, action)
@@ -130,44 +129,46 @@ class Loop:
         while self._timers and self._timers[0][0] <= time.monotonic():
             heapq.heappop(self._timers)[2]()
 
-    def _accept(self, listener: socket.socket, handler: Handler) -> None:
+    def _accept(self, listener: socket.socket, server: Server) -> None:
         try:
             sock, _ = listener.accept()
         except OSError:
             return
-        _Connection(self, sock, handler)
+        _Connection(self, sock, server)
 
-    def _datagrams(self, sock: socket.socket, handler: Handler) -> None:
+    def _datagrams(self, sock: socket.socket, server: Server) -> None:
         try:
             message, peer = sock.recvfrom(65536)
         except OSError:
             return
-        answer = handler(message, "udp")
-        if answer.message is not None:
-            size = len(answer.message) // 2 if answer.cut else len(answer.message)
-            data = answer.message[:size]
-            self.later(answer.delay, lambda: _send_datagram(sock, data, peer))
+        answer = server.answer(message, "udp")
+        if answer.delay > 0:
+            self.later(answer.delay, lambda: _send_datagrams(sock, answer, peer))
+        else:
+            _send_datagrams(sock, answer, peer)
 
 
-def _send_datagram(sock: socket.socket, data: bytes, peer: Tuple[str, int]) -> None:
+def _send_datagrams(sock: socket.socket, answer: Answer, peer: Tuple[str, int]) -> None:
     try:
-        sock.sendto(data, peer)
+        for message in answer.messages():
+            sock.sendto(message, peer)
     except OSError:
         pass  # Too long for a datagram, or the peer has gone: it sees no answer, as ever with UDP.
 
 
 class _Connection:
-    """One client's stream. It closes when the client does, or behind an answer that says so."""
+    """One client's stream. It closes when the client closes, or after an answer that says so."""
 
-    def __init__(self, loop: Loop, sock: socket.socket, handler: Handler) -> None:
+    def __init__(self, loop: Loop, sock: socket.socket, server: Server) -> None:
         sock.setblocking(False)
         sock.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
         self._loop = loop
         self._sock = sock
-        self._handler = handler
+        self._server = server
         self._records = RecordReader()
         self._output = bytearray()
-        self._closing = False
+        self._waits_to_write = False
+        self._end = ""
         self._open = True
         loop.watch(sock, selectors.EVENT_READ, self._ready)
 
@@ -186,25 +187,52 @@ class _Connection:
         except (OSError, ValueError):
             self._close()
             return
+        for record in records:
+            if self._open and not self._end:
+                self._act(self._server.answer(record, "tcp"))
         if not data:
             self._close()
-        for record in records:
-            if self._open and not self._closing:
-                self._act(self._handler(record, "tcp"))
+        elif not records:
+            self._look_at_begun()
+
+    def _look_at_begun(self) -> None:
+        begun = self._records.begun
+        if len(begun) == 24 and self._open and self._server.hangs_up(begun):
+            self._close(reset=True)
 
     def _act(self, answer: Answer) -> None:
         if answer.delay > 0:
-            self._loop.later(answer.delay, lambda: self._send(answer))
+            self._loop.later(answer.delay, lambda: self._answer(answer))
         else:
-            self._send(answer)
+            self._answer(answer)
 
-    def _send(self, answer: Answer) -> None:
+    def _answer(self, answer: Answer) -> None:
         if not self._open:
             return
-        if answer.message is not None:
-            data = framed(answer.message)
-            self._output += data[:len(data) // 2] if answer.cut else data
-        self._closing = self._closing or answer.cut or answer.close
+        self._end = self._end or answer.end
+        if answer.pause > 0:
+            self._trickle(answer.stream(), answer.pause)
+        else:
+            self._send(answer.stream())
+
+    def _trickle(self, data: bytes, pause: float) -> None:
+        self._send(data[:1])
+        if len(data) > 1 and self._open:
+            self._loop.later(pause, lambda: self._trickle(data[1:], pause))
+
+    def _send(self, data: bytes) -> None:
+        if not self._output and data:
+            try:
+                sent = self._sock.send(data)
+            except BlockingIOError:
+                sent = 0
+            except OSError:
+                self._close()
+                return
+            if sent == len(data) and not self._end:
+                return
+            data = data[sent:]
+        self._output += data
         self._flush()
 
     def _flush(self) -> None:
@@ -212,17 +240,24 @@ class _Connection:
             while self._output:
                 del self._output[:self._sock.send(self._output)]
         except BlockingIOError:
-            self._loop.watch_again(self._sock, selectors.EVENT_READ | selectors.EVENT_WRITE)
+            self._watch_writing(True)
             return
         except OSError:
             self._close()
             return
-        if self._closing:
-            self._close()
-        else:
-            self._loop.watch_again(self._sock, selectors.EVENT_READ)
+        self._watch_writing(False)
+        if self._end in (CLOSE, RESET):
+            self._close(reset=self._end == RESET)
 
-    def _close(self) -> None:
+    def _watch_writing(self, wanted: bool) -> None:
+        if wanted != self._waits_to_write:
+            self._waits_to_write = wanted
+            self._loop.watch_again(
+                self._sock, selectors.EVENT_READ | (selectors.EVENT_WRITE if wanted else 0))
+
+    def _close(self, reset: bool = False) -> None:
         if self._open:
             self._open = False
+            if reset:  # what close() does to a socket that lingers for no time
+                self._sock.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, _NO_LINGERING)
             self._loop.forget(self._sock)

@@ -10,7 +10,8 @@ from typing import Any, Optional, Tuple
 from kvrpc_tools.schema import Schema
 from kvrpc_tools.simulator import rpc
 from kvrpc_tools.simulator.codec import Codec
-from kvrpc_tools.simulator.transport import LOOPBACK, RecordReader, framed
+from kvrpc_tools.simulator.records import RecordReader, framed
+from kvrpc_tools.simulator.transport import LOOPBACK
 from kvrpc_tools.simulator.xdr import Reader
 
 _xids = itertools.count(1)

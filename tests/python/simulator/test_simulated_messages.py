@@ -5,7 +5,8 @@ import socket
 import pytest
 
 from kvrpc_tools.simulator import rpc
-from kvrpc_tools.simulator.transport import LOOPBACK, RecordReader, framed
+from kvrpc_tools.simulator.records import RecordReader, framed
+from kvrpc_tools.simulator.transport import LOOPBACK
 from tests.python.simulator.client import Client, Unanswered, fragments, words
 
 LAMBDA = 26011932

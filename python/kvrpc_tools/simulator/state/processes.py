@@ -96,8 +96,11 @@ class Processes:
         return offered
 
     def is_running(self, server: str) -> bool:
-        process = self._find(SERVER, server)
-        return process is not None and process.running
+        """Returns whether this server runs."""
+        for process in self._table:
+            if process.name == server and process.kind == SERVER:
+                return process.pid != 0
+        return False
 
     # ---- one process
 
@@ -170,12 +173,16 @@ class Processes:
         return True
 
     def _states(self) -> Dict[str, int]:
-        return {"state_fax": self._state(SERVER), "state_gateways": self._state(GATEWAY),
-                "state_daemons": self._state(DAEMON), "state_drivers": self._state(DRIVER)}
-
-    def _state(self, kind: str) -> int:
         """Of `lambda` itself nothing is said: it runs, or nobody answers."""
-        running = [process.running for process in self._of(kind) if process.name != SELF]
-        if all(running):
-            return ALL_RUN
-        return SOME_RUN if any(running) else NONE_RUN
+        running: Dict[str, List[bool]] = {kind: [] for kind in _DIRECTORIES}
+        for process in self._table:
+            if process.name != SELF:
+                running[process.kind].append(process.pid != 0)
+        return {"state_fax": _state(running[SERVER]), "state_gateways": _state(running[GATEWAY]),
+                "state_daemons": _state(running[DAEMON]), "state_drivers": _state(running[DRIVER])}
+
+
+def _state(running: List[bool]) -> int:
+    if all(running):
+        return ALL_RUN
+    return SOME_RUN if any(running) else NONE_RUN

@@ -46,11 +46,11 @@ class Shaper:
 
     def shape(self, procedure: str, argument: Any, value: Any) -> Any:
         kind = self._schema.procedures[procedure].result
-        selection = opened(argument).get("outselection")
         if kind.kind in ("short", "long") and isinstance(value, bool):
             return 0 if value else NOT_DONE
         if kind.kind != "record":
             return value
+        selection = opened(argument).get("outselection")
         if isinstance(value, list):
             return self._list(kind, value, selection)
         return self._single(kind, value, selection)
