@@ -21,7 +21,8 @@ from typing import Callable, Dict, List, Optional, Tuple
 from .recording import Message
 from .schema import Server
 from .simulator import ports
-from .simulator.transport import LOOPBACK, RECEIVE, RecordReader
+from .simulator.records import RecordReader
+from .simulator.transport import LOOPBACK, RECEIVE
 
 Address = Tuple[str, int]
 # Returns where a server listens. Raises OSError if that cannot be found out.
