@@ -3,7 +3,7 @@ SHELL := bash
 .SHELLFLAGS := -euo pipefail -c
 .DEFAULT_GOAL := build
 MAKEFLAGS += --no-print-directory
-.PHONY: build win32 test-win32 test test-slow test-clang test-newest test-wheel test-docs check docs demo bench fuzz clean help setup
+.PHONY: build examples win32 test-win32 test test-slow test-clang test-newest test-wheel test-docs check docs demo bench fuzz clean help setup
 
 PYTHON := .venv/bin/python
 FUZZ_SECONDS ?= 60
@@ -58,6 +58,9 @@ check: ## formatting, lint, include direction, file lengths, mentions, the type 
 
 docs: build ## the documents in build/docs: the guide, the reference of the interface
 	@tools/docs
+
+examples: build ## the calls and replies that the reference shows, anew; to be committed
+	@PYTHONPATH=build/lib:python $(PYTHON) tools/make_examples.py tools/reference/examples.json
 
 demo: build ## examples against the simulator, over real sockets; ends by itself
 	@for example in $(DEMO); do \

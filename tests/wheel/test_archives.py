@@ -52,13 +52,15 @@ def test_the_wheel_holds_the_module_its_stubs_and_the_tools(wheel, version):
                if path.suffix in (".py", ".pyi", ".html", ".css", ".js") or path.name == "py.typed"}
     assert sources <= set(names)
     assert "kvrpc_tools/schema.json" in names
+    assert "kvrpc_tools/reference.html" in names
 
 
 def test_the_source_distribution_holds_no_generated_file(builds, version):
     with tarfile.open(only(builds / "dist", "*.tar.gz")) as archive:
         names = archive.getnames()
     assert f"kvrpc-{version}/src/module/kvrpc.cpp" in names
-    assert not [name for name in names if name.endswith((".so", "schema.json", ".pyc", ".pyd"))]
+    generated = (".so", "schema.json", "reference.html", ".pyc", ".pyd")
+    assert not [name for name in names if name.endswith(generated)]
 
 
 def test_the_requirements_belong_to_the_extra_alone(wheel, version):

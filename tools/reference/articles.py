@@ -7,10 +7,11 @@ from kvrpc_tools.templates import template
 from .markup import as_json, as_python, listed, markup, tag
 from .tables import Tables, link, note_text
 
+WIDTH = 50  # of an example's lines, which are beside the tables
 FEW = 8  # names that are shown without folding
 # Fields of an inner record that are shown in place. A larger one in a result is a link only, which
 # keeps the page below its limit; an argument has to be filled in, so it has all of its fields.
-MOST_IN_ARGUMENT, MOST_IN_RESULT = 1000, 15
+MOST_IN_ARGUMENT, MOST_IN_RESULT = 1000, 8
 
 
 def slug(name):
@@ -21,7 +22,7 @@ def slug(name):
 def article(kind, name, above, *children, **attributes):
     """Returns a section of its own, with its heading and the line above that."""
     return tag("article", tag("p", above, class_="above"),
-               tag("h2", name, tabindex="-1"), *children,
+               tag("h2", name), *children,
                id=attributes.pop("id_", name), class_=kind, **attributes)
 
 
@@ -60,8 +61,7 @@ class Articles:
                    class_="told")
         return article("procedure", name, above, tag("p", note_text(notes.procedure(name)),
                                                      class_="note"),
-                       tag("div", told, self._calls(procedure), class_="columns"),
-                       data_number=str(procedure.number), data_server=procedure.server)
+                       tag("div", told, self._calls(procedure), class_="columns"))
 
     def _forms(self, name):
         later = self._notes.later_form(name)
@@ -80,7 +80,7 @@ class Articles:
         wire = procedure.argument
         yield self._tables.of_type(wire, MOST_IN_ARGUMENT)
         if wire.kind not in ("nothing", "unspecified"):
-            text = as_json(template(self._schema, wire))
+            text = as_json(template(self._schema, wire), 64)
             yield tag("details", tag("summary", "Template"), tag("pre", text))
 
     def _calls(self, procedure):
@@ -94,7 +94,7 @@ class Articles:
                    code("Command", command(procedure, argument)),
                    code("Python", python(procedure, argument)),
                    code("Text for kvrpc.RpcClient.call", example["call"]),
-                   code("Reply of the simulator", as_json(example["reply"], 60)),
+                   code("Reply of the simulator", as_json(example["reply"], WIDTH)),
                    class_="calls")
 
     def record(self, record):
@@ -127,22 +127,21 @@ class Articles:
         rows = []
         for name in names:
             later = self._notes.later_form(name)
-            rows.append(tag("dt", link(name), later and tag("span", "older form", class_="when")))
+            rows.append(tag("dt", link(name), later and tag("b", "older form")))
             rows.append(tag("dd", note_text(self._notes.procedure(name))))
         return tag("dl", *rows, class_="directory")
 
     def fields(self):
-        """Returns the list of all field keys, with the records that have them."""
-        places = {}
+        """Returns the list of all field keys. The script adds the records that have each."""
+        keys = set()
         for record in self._schema.records.values():
-            keys = [field.key for field in record.fields if field is not record.link]
-            for key in ([record.discriminant] if record.is_union else []) + keys:
-                places.setdefault(key, []).append(record.name)
-        rows = [tag("section", tag("h3", tag("code", key)),
-                    tag("p", note_text(self._notes.key(key))),
-                    folded([link(name) for name in places[key]], "records"), id=f"field-{key}")
-                for key in sorted(places, key=str.lower)]
-        return article("fields", "Fields", f"{len(places)} keys", *rows)
+            keys |= {field.key for field in record.fields if field is not record.link}
+            keys |= {record.discriminant} if record.is_union else set()
+        rows = (markup(tag("dt", key, id=f"field-{key}"),
+                       tag("dd", note_text(self._notes.key(key))))
+                for key in sorted(keys, key=str.lower))
+        return article("fields", "Fields", f"{len(keys)} keys of all records",
+                       tag("dl", *rows, class_="directory"), id_="fields")
 
 
 def command(procedure, argument):
@@ -150,12 +149,14 @@ def command(procedure, argument):
     line = f"kvrpc call {procedure.name}"
     if procedure.argument.kind == "nothing":
         return line
-    return f"{line} {shlex.quote(as_json(argument))}"
+    return f"{line} {shlex.quote(as_json(argument, WIDTH, len(line) + 3))}"
 
 
 def python(procedure, argument):
     """Returns the lines for a script."""
     name = procedure.server.title()
     call = f"    result = client.{procedure.name}("
-    text = "" if procedure.argument.kind == "nothing" else as_python(argument, 76, 4)
+    text = ""
+    if procedure.argument.kind != "nothing":
+        text = as_python(argument, WIDTH, 4, len(call) + 1)
     return f"from kvrpc_tools import {name}\n\nwith {name}() as client:\n{call}{text})"

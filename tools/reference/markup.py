@@ -40,7 +40,7 @@ def _attribute(key, value):
     key = key.rstrip("_").replace("_", "-")
     if value is True:
         return f" {key}"
-    text = html.escape(str(value))
+    text = html.escape(str(value), quote=False).replace('"', "&quot;")
     return f" {key}={text}" if BARE.fullmatch(text) else f' {key}="{text}"'
 
 
@@ -49,31 +49,40 @@ def listed(links):
     return Html(", ".join(links))
 
 
-def as_json(value, width=76):
-    """Returns a value as JSON, in one line if it fits and else a member a line."""
-    return _laid_out(value, width, 0, {None: "null", True: "true", False: "false"})
+def as_json(value, width, taken=0):
+    """Returns a value as JSON, in one line if it fits where `taken` characters precede it."""
+    return _laid_out(value, width, 0, {None: "null", True: "true", False: "false"}, taken)
 
 
-def as_python(value, width=76, indent=0):
+def as_python(value, width, indent, taken):
     """Returns a value as a Python literal, laid out like `as_json`."""
-    return _laid_out(value, width, indent, {None: "None", True: "True", False: "False"})
+    return _laid_out(value, width, indent, {None: "None", True: "True", False: "False"}, taken)
 
 
-def _laid_out(value, width, indent, names):
-    if not isinstance(value, (dict, list)) or not value:
-        return _scalar(value, names)
+def _laid_out(value, width, indent, names, taken=0):
     flat = _flat(value, names)
-    if len(flat) + indent <= width:
+    if not isinstance(value, (dict, list)) or len(flat) + max(indent, taken) <= width:
         return flat
-    inner = " " * (indent + 2)
     if isinstance(value, dict):
         opening, closing = "{", "}"
-        rows = [f"{_text(key)}: {_laid_out(item, width, indent + 2, names)}"
+        rows = [f"{_text(key)}: {_laid_out(item, width, indent + 2, names, len(key) + indent + 6)}"
                 for key, item in value.items()]
     else:
         opening, closing = "[", "]"
         rows = [_laid_out(item, width, indent + 2, names) for item in value]
-    return f"{opening}\n{inner}" + f",\n{inner}".join(rows) + f"\n{' ' * indent}{closing}"
+    return f"{opening}\n{_filled(rows, width, ' ' * (indent + 2))}\n{' ' * indent}{closing}"
+
+
+def _filled(rows, width, inner):
+    """Returns members in lines: as many short ones in each as fit, others alone."""
+    lines, alone = [], True
+    for row in rows:
+        if alone or "\n" in row or len(lines[-1]) + len(row) + 2 > width:
+            lines.append(inner + row)
+        else:
+            lines[-1] += ", " + row
+        alone = "\n" in row
+    return ",\n".join(lines)
 
 
 def _flat(value, names):

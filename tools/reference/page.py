@@ -29,7 +29,7 @@ def page(schema, notes, examples):
     articles = Articles(schema, notes, examples)
     servers = [server for server in schema.servers.values() if server.procedures]
     body = tag("body", tag("a", "Skip to the content", href="#content", class_="skip"),
-               _header(), _navigation(schema, notes, servers),
+               _header(), _navigation(notes, servers),
                tag("main", _start(schema, notes, servers),
                    *map(articles.group, notes.groups), *map(articles.server, servers),
                    *(articles.procedure(schema.procedures[name])
@@ -78,17 +78,13 @@ def _header():
                search, tag("div", class_="tools"))
 
 
-def _navigation(schema, notes, servers):
-    groups = (tag("details", tag("summary", group.name),
-                  tag("ul", tag("li", link(f"group-{slug(group.name)}", "Overview")),
-                      *(tag("li", link(name)) for name in group.procedures)))
-              for group in notes.groups)
-    records = tag("details", tag("summary", f"All {len(schema.records)}"),
-                  tag("ul", *(tag("li", link(name)) for name in sorted(schema.records))))
-    return tag("nav", tag("h2", "Tasks"), *groups, tag("h2", "Servers"),
+def _navigation(notes, servers):
+    # The script puts the procedures below their group, and adds a list of all records.
+    groups = (tag("li", link(f"group-{slug(group.name)}", group.name)) for group in notes.groups)
+    return tag("nav", tag("h2", "Tasks"), tag("ul", *groups), tag("h2", "Servers"),
                tag("ul", *(tag("li", link(f"server-{each.name}", each.name)) for each in servers)),
-               tag("h2", "Records"), records, tag("h2", "Fields"),
-               tag("ul", tag("li", link("Fields", "All keys"))), id="menu", aria_label="Contents")
+               tag("h2", "More"), tag("ul", tag("li", link("fields", "All fields"))),
+               id="menu", aria_label="Contents")
 
 
 def _start(schema, notes, servers):
@@ -97,7 +93,7 @@ def _start(schema, notes, servers):
                  tag("p", listed([link(name) for name in group.start or group.procedures[:3]])))
              for group in notes.groups]
     rules = [markup(tag("dt", tag("code", form)), tag("dd", reading)) for form, reading in NAMES]
-    return tag("article", tag("h2", "What do you want to do?", tabindex="-1"),
+    return tag("article", tag("h2", "What do you want to do?"),
                tag("p", f"{len(schema.procedures)} procedures of {len(servers)} servers, each with "
                    "its argument and limits, its result, and a call with the reply that the "
                    "simulator gave.", class_="note"),

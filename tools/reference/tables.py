@@ -56,15 +56,14 @@ class Tables:
 
     def _rows(self, record, depth, most):
         if record.is_union:
-            yield self._row(record.discriminant, tag("span", _choices(record)),
+            yield self._row(record.discriminant, _choices(record),
                             self._notes.field(record.name, record.discriminant), depth)
         for field in record.fields:
             if field is record.link:
                 continue
             kind = type_cell(self._schema, field.type)
             if record.is_union:
-                kind = markup(tag("span", f"{record.discriminant} {field.value}", class_="when"),
-                              " ", kind)
+                kind = markup(tag("b", f"{record.discriminant} {field.value}"), " ", kind)
             yield self._row(field.key, kind, self._notes.field(record.name, field.key), depth)
             inner = self._schema.records.get(field.type.record)
             if inner is not None and len(inner.fields) <= most:

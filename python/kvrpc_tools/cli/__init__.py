@@ -4,8 +4,8 @@
     names       procedures, records and servers by the names that people type
     options     the options that several commands share
     values      arguments from text, and results to text
-    listing, describing, calling, pinging, decoding, exporting, tracing, simulating
-                the commands, one each
+    listing, describing, calling, pinging, decoding, exporting, tracing, simulating,
+    documents   the commands, one each
 """
 
 from __future__ import annotations

@@ -35,6 +35,7 @@ COMMANDS = {
     "export": ("exporting", "export"),
     "trace": ("tracing", "trace"),
     "simulate": ("simulating", "simulate"),
+    "docs": ("documents", "docs"),
 }
 
 
