@@ -56,3 +56,9 @@ class Office:
 @pytest.fixture
 def call(schema, codec):
     return Office(schema, codec)
+
+
+@pytest.fixture
+def fresh_call(schema, codec):
+    """Makes a new installation each time it is called."""
+    return lambda: Office(schema, codec)

@@ -15,12 +15,30 @@ from kvrpc_tools.simulator.state.table import Handler, Table, behind, window
 ALPHA_HOST = "zentrale"
 MOST_USERS, MOST_LOGINS, MOST_LINES = 50, 20, 4
 
+# That these fields are the same is read from their names.
+_LATER_NAMES = {name: f"scan_{name}" for name in (
+    "reserveh", "reserveu", "timeout", "pagewait", "res")}
+
 
 def _line(name: str, number: int) -> Row:
     return {"lineid": name, "thetaid": ALPHA_HOST, "alphaid": ALPHA_HOST, "typid": "g3",
             "linenr": number, "boxid": "box1", "localtsi": f"+49 30 555010{number}",
             "comment": f"Leitung {number}", "device": f"/dev/{name}",
             "headline": "Faxsystem Beispielstadt"}
+
+
+class FaxLines(Table):
+    """Lines. The later form calls five fields by other names; a row holds both names of each."""
+
+    def put(self, argument: Any) -> bool:
+        """Keeps the row, over what is there."""
+        row = dict(opened(argument))
+        for old, new in _LATER_NAMES.items():
+            if new in row:
+                row[old] = row[new]
+            elif old in row:
+                row[new] = row[old]
+        return super().put(row)
 
 
 class Structure:
@@ -34,7 +52,7 @@ class Structure:
         self.count_logins: Callable[[], int] = lambda: 0
         self.line_types = Table(["typid"], [
             {"typid": "g3", "comment": "Gruppe 3", "linesmin": 1, "linesmax": MOST_LINES}])
-        self.lines = Table(["lineid"], [_line("fax0", 0), _line("fax1", 1)])
+        self.lines = FaxLines(["lineid"], [_line("fax0", 0), _line("fax1", 1)])
         self.printers = Table(["printid"], [
             {"printid": "laser1", "comment": "Drucker im Sekretariat", "piid": ALPHA_HOST,
              "lpfilter": "lp -d laser1", "paper": 4}])
