@@ -4,7 +4,7 @@
     names       procedures, records and servers by the names that people type
     options     the options that several commands share
     values      arguments from text, and results to text
-    listing, describing, calling, pinging, decoding, exporting, tracing, simulating,
+    listing, describing, calling, pinging, decoding, exporting, watching, tracing, simulating,
     documents   the commands, one each
 """
 

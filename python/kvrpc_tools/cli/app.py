@@ -33,6 +33,7 @@ COMMANDS = {
     "ping": ("pinging", "ping"),
     "decode": ("decoding", "decode"),
     "export": ("exporting", "export"),
+    "watch": ("watching", "watch"),
     "trace": ("tracing", "trace"),
     "simulate": ("simulating", "simulate"),
     "docs": ("documents", "docs"),

@@ -88,6 +88,9 @@ ALONE = [
          r'{"procedure":"l_version_1","result":7}\n'),
     line("decode l_version -", 0, r'{"procedure":"l_version_1","result":7}\n',
          stdin="8000001c 00:00:00:01 00000001 00000000 0000 0000 00000000 00000000\n00000007"),
+    line("watch alpha", 2, err=r"kvrpc: .*'alpha' is not .*\n"),
+    line("trace", 2, err=r"kvrpc: either SCRIPT or --listen is needed\n"),
+    line("export a_logn", 2, err=r"kvrpc: .*did you mean a_login_1\?\n"),
     line("completion bash", 0, r".*_KVRPC_COMPLETE=bash_complete.*"),
     line("completion zsh", 0, r"#compdef kvrpc.*"),
     line("completion fish", 0, r".*_KVRPC_COMPLETE=fish_complete.*"),
@@ -123,6 +126,11 @@ SERVED = [
                             for each in ALL_SERVERS)),
     line("ping lambda --transport udp", 0, r"lambda on localhost, port \d+, udp: [\d.]+ ms\n"),
     line("ping --count 3 sigma", 0, r"(sigma on .* ms\n){3}3 of 3 answered; .*\n"),
+    line("watch --count 2 --interval 0.1", 0,
+         r"\S+ lambda on localhost, port \d+, tcp\n\S+ fax system 1, gateways 1, daemons 1, "
+         r"drivers 1\n\S+ slot 0: lambda, pid \d+, status 1\n.*"
+         r"daemon archive-collector started, pid \d+\n"),
+    line("watch lambda --count 1 --json", 0, r'{"states":{.*"records":\[{.*}\],"error":""}\n'),
     line("ping nue --json", 0, r'\[{"server":"nue",.*"transport":"tcp","milliseconds":[\d.]+}\]\n'),
 ]
 
@@ -170,10 +178,18 @@ def test_with_a_peer_that_misbehaves(kvrpc, fault_peer, action, words, code, err
      r"kvrpc: no connection to lambda on 127\.0\.0\.1 \(port \d+, tcp\): .*\n"),
     ("call l_get_status --json", r'{"error": "ConnectError", .*"server": "lambda", "host": .*}\n'),
     ("ping lambda", r"kvrpc: lambda on .*refused.*\n"),
+    ("export l_ps", r"kvrpc: no connection to lambda on 127\.0\.0\.1 .*\n"),
 ])
 def test_with_no_peer_at_all(kvrpc, fault_peer, words, err):
     fault_peer().stop()
     check(kvrpc(*words.split()), 3, "", err)
+
+
+def test_watch_tells_that_nobody_answers(kvrpc, fault_peer):
+    fault_peer().stop()
+    done = kvrpc("watch", "--count", "2", "--interval", "0.1")
+    assert (done.code, done.err) == (3, "")
+    assert re.fullmatch(r"\S+ no answer: no connection to lambda on 127\.0\.0\.1 .*\n", done.out)
 
 
 def test_the_table_is_long_enough():
