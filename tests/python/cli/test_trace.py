@@ -48,7 +48,7 @@ for number, sock in enumerate(sockets):
 
 def trace(*words, **variables):
     return subprocess.run([*TRACE, *map(str, words)], env={**os.environ, **variables},
-                          capture_output=True, encoding="utf-8", timeout=60)
+                          capture_output=True, encoding="utf-8")
 
 
 def calls_of(file):
@@ -64,7 +64,7 @@ def test_an_example_is_recorded_and_replayed_without_the_server(example, tmp_pat
     assert len(traced.stderr.splitlines()) == len(calls_of(file)) > 0
     with running("--replay", str(file)) as replaying:
         replayed = subprocess.run([sys.executable, str(example)], env=replaying.environment(),
-                                  capture_output=True, encoding="utf-8", timeout=60)
+                                  capture_output=True, encoding="utf-8")
     assert (replayed.returncode, replayed.stderr) == (0, "")
     assert replayed.stdout == traced.stdout
 
@@ -124,7 +124,7 @@ def test_a_failure_is_told_and_replayed(fault, message, tmp_path):
     assert [each["message"] for each in told] == [message] * 2  # the module tries it twice
     with running("--replay", str(file)) as replaying:
         replayed = subprocess.run([sys.executable, str(script)], env=replaying.environment(),
-                                  capture_output=True, encoding="utf-8", timeout=60)
+                                  capture_output=True, encoding="utf-8")
     assert replayed.stdout == traced.stdout
     assert json.loads(replayed.stdout)["status"] == 3
 
@@ -154,7 +154,7 @@ def test_a_relay_that_listens_ends_with_ctrl_c(simulator, tmp_path):
         subprocess.run([sys.executable, str(script)], env={**os.environ, **told}, check=True,
                        stdout=subprocess.DEVNULL)
         relay.send_signal(signal.SIGINT)
-        _, errors = relay.communicate(timeout=20)
+        _, errors = relay.communicate()
     assert relay.returncode == 130
     assert re.fullmatch(r" +[\d.]+ lambda l_get_status_1 null -> {.*} \(tcp, [\d.]+ ms\)\n", errors)
 
