@@ -35,12 +35,23 @@ class source_text {
   const char* bytes() const { return bytes_; }
   std::size_t length() const { return length_; }
 
+  // Returns a block of the first `size` bytes and a zero byte, or null if memory is out. The block
+  // is the caller's. `size` must be at most length() + 1; call this once, last.
+  char* take(std::uint32_t size) {
+    char* const block = block_ != nullptr ? block_ : new_block(size);
+    if (block != nullptr && block != block_) std::memcpy(block, bytes_, size);
+    if (block != nullptr) block[size] = '\0';
+    block_ = nullptr;
+    return block;
+  }
+
  private:
   const char* json_text_in(const char* text) {
     char replacement[] = "?";
     const std::size_t size = std::strlen(text) + 1;  // no character has more bytes in the ISO code
     if (size <= sizeof short_) return utf8string_to_iso(text, short_, size, replacement);
-    return block_ = utf8string_to_iso_alloc(text, replacement);
+    block_ = static_cast<char*>(std::malloc(size + 1));  // the zero byte of take()
+    return utf8string_to_iso(text, block_, size, replacement);
   }
 
   char short_[256];
@@ -53,12 +64,6 @@ class source_text {
 std::uint32_t capped_size(const source_text& source, std::uint32_t cap) {
   const std::uint64_t size = std::uint64_t{source.length()} + 1;
   return size > cap ? cap : static_cast<std::uint32_t>(size);
-}
-
-char* copy_of(const source_text& source, std::uint32_t size) {
-  char* copy = new_block(size);
-  if (copy != nullptr) std::memcpy(copy, source.bytes(), size);
-  return copy;
 }
 
 }  // namespace
@@ -117,10 +122,10 @@ int json_encode_u_char(const json_node* node, int raw_text, void* field) {
 void warn_of_char_array() { std::fputs("jsonxdr warning: char array\n", stderr); }
 
 int json_encode_string(const json_node* node, int raw_text, void* field, std::uint32_t cap) {
-  const source_text source(node, raw_text);
+  source_text source(node, raw_text);
   if (source.bytes() == nullptr) return 0;
   const std::uint32_t size = capped_size(source, cap);
-  char* copy = copy_of(source, size);
+  char* copy = source.take(size);
   if (copy == nullptr) return 0;
   if (size > 0) copy[size - 1] = '\0';  // the cap counts the terminator
   std::free(load<char*>(field));
@@ -129,10 +134,10 @@ int json_encode_string(const json_node* node, int raw_text, void* field, std::ui
 }
 
 int json_encode_counted_text(const json_node* node, int raw_text, void* block, std::uint32_t cap) {
-  const source_text source(node, raw_text);
+  source_text source(node, raw_text);
   if (source.bytes() == nullptr) return 0;
   const std::uint32_t size = capped_size(source, cap);
-  char* copy = copy_of(source, size);
+  char* copy = source.take(size);
   if (copy == nullptr) return 0;
   std::free(load_block_pointer(block));
   store_block(block, size, copy);

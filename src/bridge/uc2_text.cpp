@@ -1,7 +1,13 @@
-// The conversions of whole texts: loops over the steps of one character, with output that is cut
-// at the buffer's end. ASCII on the way in, which is most of all text, is copied by words.
+// The conversions of whole texts: loops over the conversions of one character, with output that is
+// truncated at the buffer's end. ASCII on the way in, which is most of all text, is copied in
+// blocks.
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 #include "bridge/uc2_code.h"
 
@@ -21,19 +27,43 @@ void cut_to_one_byte(char* text) {
   if (length_or_zero(text) > 1) text[1] = '\0';
 }
 
-constexpr std::size_t word_size = sizeof(std::uint64_t);
+// copy_same_bytes() copies block_size bytes from `text` and returns how many of them, from the
+// first on, are characters whose ISO byte is the same: ASCII from the space on, except the
+// apostrophe and the grave accent. It may return 0 instead, even if the first ones are.
 
-// Returns true if each byte of the word is a character whose ISO byte is the same: ASCII from the
-// space on, except the apostrophe and the grave accent. The subtractions set the top bit of the
-// lowest byte that is too small or has become zero; a borrow can only make later bytes wrong, which
-// does not matter for the answer.
-bool is_same_in_iso(std::uint64_t word) {
+#ifdef __SSE2__
+
+constexpr std::size_t block_size = 16;
+
+std::size_t copy_same_bytes(char* place, const char* text) {
+  const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(place), bytes);
+  const __m128i others = _mm_or_si128(
+      _mm_cmplt_epi8(bytes, _mm_set1_epi8(0x20)),  // bytes above 0x7F compare as negative
+      _mm_or_si128(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('\'')),
+                   _mm_cmpeq_epi8(bytes, _mm_set1_epi8('`'))));
+  const auto mask = static_cast<std::uint32_t>(_mm_movemask_epi8(others));
+  return static_cast<std::size_t>(__builtin_ctz(mask | 1u << block_size));
+}
+
+#else
+
+constexpr std::size_t block_size = sizeof(std::uint64_t);
+
+// The subtractions set the top bit of the lowest byte that is too small or has become zero. A
+// borrow can only make later bytes wrong, which does not matter because one wrong byte is enough.
+std::size_t copy_same_bytes(char* place, const char* text) {
   constexpr std::uint64_t each = 0x0101010101010101u;
+  std::uint64_t word;
+  std::memcpy(&word, text, block_size);
+  std::memcpy(place, &word, block_size);
   const std::uint64_t apostrophe = word ^ (each * '\'');
   const std::uint64_t grave = word ^ (each * '`');
   const std::uint64_t others = (word - each * 0x20) | (apostrophe - each) | (grave - each) | word;
-  return (others & (each * 0x80)) == 0;
+  return (others & (each * 0x80)) == 0 ? block_size : 0;
 }
+
+#endif
 
 // Collects ISO text, with the replacement wherever a character has no byte.
 class iso_writer {
@@ -61,14 +91,22 @@ class iso_writer {
     count_ += replacement_size_;
   }
 
-  // Copies the 8 bytes at `text` if each stands for itself and all have room. Returns false if not.
-  bool put_word(const char* text) {
-    std::uint64_t word;
-    std::memcpy(&word, text, word_size);
-    if (size_ - count_ < word_size || !is_same_in_iso(word)) return false;
-    std::memcpy(buffer_ + count_, &word, word_size);
-    count_ += word_size;
-    return true;
+  // Copies bytes that stay the same in the ISO code, as long as whole blocks can be read before
+  // `end` and have room. Returns the position after them.
+  const char* put_same(const char* text, const char* end) {
+    const std::size_t most = std::min(static_cast<std::size_t>(end - text), size_ - count_);
+    char* const place = buffer_ + count_;
+    std::size_t copied = 0;
+    while (most - copied >= block_size) {
+      const std::size_t same = copy_same_bytes(place + copied, text + copied);
+      if (same < block_size) {
+        copied += same;
+        break;
+      }
+      copied += block_size;  // a constant, so that the next block does not wait for this result
+    }
+    count_ += copied;
+    return text + copied;
   }
 
   char* finish() { return terminate(buffer_, count_, size_); }
@@ -105,8 +143,8 @@ char* utf8string_to_iso(const char* utf8string, char* buffer, std::size_t size,
   const char* const end = at + std::strlen(at);
   iso_writer out(buffer, size, replacement);
   while (at < end && out.has_room()) {
-    const bool word = static_cast<std::size_t>(end - at) >= word_size && out.put_word(at);
-    at += word ? word_size : put_utf8(out, at);
+    at = out.put_same(at, end);
+    if (at < end && out.has_room()) at += put_utf8(out, at);
   }
   return out.finish();
 }
