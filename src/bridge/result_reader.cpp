@@ -41,7 +41,8 @@ class result_reader {
   bool open(const wire_type& type, const trail& after);
 
  private:
-  cursor value(cursor at, const wire_type& type, trail after);
+  template <class Trail>
+  cursor value(cursor at, const wire_type& type, Trail after);
   cursor fixed_fields(cursor at, const record_type& record, const record_field* field,
                       const record_field* end, const trail* outer);
   cursor structure(cursor at, const record_type& record, trail after);
@@ -84,7 +85,10 @@ std::uint32_t unit_at(cursor at) { return xdr_load_unit(at.wire); }
 
 // ---- every kind
 
-always_inline cursor result_reader::value(cursor at, const wire_type& type, trail after) {
+// `after` is a function that returns the trail, because the trail is rarely needed: built for each
+// field, it would take a tenth of a long reply's instructions.
+template <class Trail>
+always_inline cursor result_reader::value(cursor at, const wire_type& type, Trail after) {
   switch (type.kind) {
     case wire_kind::nothing:
       return {write_null(at.place), at.wire};
@@ -101,11 +105,11 @@ always_inline cursor result_reader::value(cursor at, const wire_type& type, trai
     case wire_kind::chars:
     case wire_kind::schars: {
       char* const next = write_chars(at.place, at.wire, type.count, taken_end_);
-      return next != nullptr ? cursor{next, at.wire + type.wire_size} : run_on(at, type, after);
+      return next != nullptr ? cursor{next, at.wire + type.wire_size} : run_on(at, type, after());
     }
     case wire_kind::fixed_text: {
       char* const next = write_fixed_text(at.place, at.wire, type.count);
-      return next != nullptr ? cursor{next, at.wire + type.wire_size} : run_on(at, type, after);
+      return next != nullptr ? cursor{next, at.wire + type.wire_size} : run_on(at, type, after());
     }
     case wire_kind::opaque:
       return {write_base64(at.place, at.wire, type.count), at.wire + type.wire_size};
@@ -124,12 +128,12 @@ always_inline cursor result_reader::value(cursor at, const wire_type& type, trai
     case wire_kind::array:
       return appended(elements(*type.target, unit_at(at)), at);
     case wire_kind::vector:
-      return type.wire_size != variable_size ? fixed_items(at, type, after)
-                                             : appended(items(type, after), at);
+      return type.wire_size != variable_size ? fixed_items(at, type, after())
+                                             : appended(items(type, after()), at);
     case wire_kind::record:
-      if (type.wire_size != variable_size) return structure(at, *type.target, after);
-      return appended(type.target->is_union ? arm(*type.target, unit_at(at), after)
-                                            : record(*type.target, after),
+      if (type.wire_size != variable_size) return structure(at, *type.target, after());
+      return appended(type.target->is_union ? arm(*type.target, unit_at(at), after())
+                                            : record(*type.target, after()),
                       at);
     case wire_kind::list_next:    // record() follows it
     case wire_kind::unspecified:  // no reply has one
@@ -148,7 +152,7 @@ cursor result_reader::fixed_fields(cursor at, const record_type& record, const r
   if (field == record.fields) *at.place = '{';
   for (;;) {
     at.place += field->reply.label_size;
-    at = value(at, field->type, {&record, field, nullptr, 0, outer});
+    at = value(at, field->type, [&] { return trail{&record, field, nullptr, 0, outer}; });
     if (++field == end || at.place == nullptr) return at;
     std::memcpy(at.place, field->reply.label, reply_room::label);
   }
@@ -167,7 +171,9 @@ cursor result_reader::fixed_items(cursor at, const wire_type& type, trail after)
       std::memcpy(at.place, ", ", reply_room::separator);
       at.place += reply_room::separator;
     }
-    at = value(at, *type.item, {nullptr, nullptr, type.item, left - 1, &after});
+    at = value(at, *type.item, [&] {
+      return trail{nullptr, nullptr, type.item, left - 1, &after};
+    });
   }
   if (at.place != nullptr) *at.place++ = ']';
   return at;
@@ -217,8 +223,8 @@ always_inline bool result_reader::fields(const record_type& record, const record
     if (!run(record, field, after)) return false;
     if (field == end || field->type.kind == wire_kind::list_next) return true;
     const cursor opened{nullptr, taken_end_ - field->type.opening};
-    if (value(opened, field->type, {&record, field, nullptr, 0, &after}).wire == nullptr)
-      return false;
+    const auto outer = [&] { return trail{&record, field, nullptr, 0, &after}; };
+    if (value(opened, field->type, outer).wire == nullptr) return false;
     ++field;
   }
   return literal("}", 1);
@@ -325,7 +331,7 @@ bool result_reader::open(const wire_type& type, const trail& after) {
   if (wire == nullptr) return false;
   char* const place = begin(wire, size, type.reply_room);
   if (fixed && place == nullptr) return true;
-  return end(value({place, wire}, type, after));
+  return end(value({place, wire}, type, [&] { return after; }));
 }
 
 }  // namespace
