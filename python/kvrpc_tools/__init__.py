@@ -41,6 +41,8 @@ if TYPE_CHECKING:
     from .fleet import ProcessDied as ProcessDied
     from .tracing import CallEvent as CallEvent
     from .tracing import on_call as on_call
+    from .transport import Transport as Transport
+    from .transport import Verifier as Verifier
 
 _PUBLIC = {
     "_worker": "WorkerError",
@@ -51,6 +53,7 @@ _PUBLIC = {
               "RpcError UnknownProcedure",
     "fleet": "Outcome ProcessDied",
     "tracing": "CallEvent on_call",
+    "transport": "Transport Verifier",
 }
 _MODULES = {name: module for module, names in _PUBLIC.items() for name in names.split()}
 
