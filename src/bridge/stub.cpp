@@ -1,4 +1,9 @@
+// One call of a procedure of the tables. The argument record is on the stack, so that no allocation
+// can fail between the vetting and the call.
 #include "bridge/stub.h"
+
+#include <cstddef>
+#include <cstring>
 
 #include "bridge/encode.h"
 #include "bridge/record_xdr.h"
@@ -9,27 +14,25 @@ namespace kvrpc {
 
 namespace {
 
-// Text crosses from UTF-8 to the records' code in every call.
+// The `raw_text` of every call: text is converted from UTF-8 to the records' code.
 constexpr int converted_text = 0;
 
-// An argument or result while its call runs: zeroed at first, released at the end.
+// An argument while its call runs. Zeroed at first, because an absent member is zero; released at
+// the end.
 class call_record {
  public:
   explicit call_record(const wire_type& type) : value_{&type, bytes_} {
-    if (fits()) std::memset(bytes_, 0, std::size_t{type.size} + 1);
+    std::memset(bytes_, 0, std::size_t{type.size} + 1);
   }
-  ~call_record() {
-    if (fits()) record_free(*value_.type, bytes_);
-  }
+  ~call_record() { record_free(*value_.type, bytes_); }
   call_record(const call_record&) = delete;
   call_record& operator=(const call_record&) = delete;
 
-  bool fits() const { return value_.type->size < record_room; }
   typed_value& value() { return value_; }
   char* data() { return bytes_; }
 
  private:
-  alignas(8) char bytes_[record_room];
+  alignas(8) char bytes_[argument_room];
   typed_value value_;
 };
 
@@ -37,7 +40,7 @@ class call_record {
 
 int run_stub(CLIENT* clnt, const procedure& target, const json_node* node, text_buffer& result) {
   call_record argument(target.argument);
-  if (!argument.fits() || !json_encode(node, converted_text, argument.data(), target.argument)) {
+  if (!json_encode(node, converted_text, argument.data(), target.argument)) {
     return CALL_CANNOT_ENCODE;
   }
   result_text text{target.result, result, result.size()};

@@ -1,8 +1,7 @@
-// What a dispatcher runs once it has found a procedure: JSON argument to record, the remote call,
-// result record to JSON.
+// What a dispatcher runs once it has found a procedure: JSON argument to record, then the remote
+// call, whose result is converted from the wire to JSON.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 
 #include "json/json.h"
@@ -15,12 +14,12 @@ namespace kvrpc {
 // The time limit of every call, in seconds.
 constexpr std::int32_t call_timeout_seconds = 25;
 
-// No argument or result record of the interface is larger than this, a NUL behind it included.
-constexpr std::size_t record_room = 4096;
-
 // Calls `target` with the argument `node` and appends the result's JSON text to `result`. Returns
-// CALL_OK, CALL_CANNOT_ENCODE, CALL_RPC_FAILED or CALL_CANNOT_DECODE; the text counts with CALL_OK
-// alone. An argument that does not convert causes no traffic.
+// CALL_OK, CALL_CANNOT_ENCODE, CALL_RPC_FAILED or CALL_CANNOT_DECODE. What was appended is valid
+// only after CALL_OK. An argument that does not convert causes no traffic.
+//
+// `target` must be a row of a list that list_of made, because only their arguments are
+// known to fit in argument_room.
 int run_stub(CLIENT* clnt, const procedure& target, const json_node* node, text_buffer& result);
 
 }  // namespace kvrpc

@@ -5,12 +5,15 @@
 // or call the client that is calling, switch to another thread or greenlet, or fork. So the handle
 // has a state, and each change of it asks the state first:
 //
-//   state     handle  meaning                              | begin_call      end_call   close
-//   --------  ------  -------------------------------------+----------------------------------
-//   idle      open    connected; calls may be vetting      | busy, true      -          closed
-//   busy      open    one call has the stream              | false           idle       closing
-//   closing   open    busy, and the client has let it go   | false           closed     closing
-//   closed    none    destroyed, or not yet open           | false           -          closed
+//   state     handle  meaning                              | open   begin_call    end_call  close
+//   --------  ------  -------------------------------------+---------------------------------------
+//   closed    none    not yet open, or destroyed           | idle   false         -         closed
+//   idle      open    connected; calls may be vetting      | -      busy, true    -         closed
+//   busy      open    one call has the stream              | -      false         idle      closing
+//   closing   open    busy, and the client has let it go   | -      false         closed    closing
+//
+// A dash is a transition that must not be asked for. The handle is destroyed on the way to
+// `closed`.
 //
 // In a child process every state but `closed` counts as closed for begin_call and is_open, because
 // the connection is the parent's (see clnt_is_inherited). The handle's memory must stay there until

@@ -37,17 +37,17 @@ std::int32_t clnt_close_socket(const CLIENT* clnt, rpc_socket sock) {
   return clnt_is_inherited(clnt) ? 0 : rpc_socket_close(sock);
 }
 
-bool_t clnt_find_port(rpc_address* address, std::uint32_t program, std::uint32_t version,
-                      rpc_protocol protocol) {
-  if (address->port != 0) return TRUE;
+bool clnt_find_port(rpc_address* address, std::uint32_t program, std::uint32_t version,
+                    rpc_protocol protocol) {
+  if (address->port != 0) return true;
   const std::uint16_t port =
       pmap_getport(address, program, version, static_cast<std::uint32_t>(protocol));
   address->port = rpc_network_order(port);
-  return port != 0 ? TRUE : FALSE;
+  return port != 0;
 }
 
-bool_t clnt_write_header(char* buffer, std::uint32_t size, std::uint32_t program,
-                         std::uint32_t version, std::uint32_t seconds) {
+bool clnt_write_header(char* buffer, std::uint32_t size, std::uint32_t program,
+                       std::uint32_t version, std::uint32_t seconds) {
   rpc_msg message = {};
   message.rm_xid = rpc_process_id() ^ seconds;
   message.rm_call.cb_prog = program;

@@ -23,14 +23,15 @@ void clnt_release(CLIENT* clnt);
 // the number may be another file's by now. Returns 0 or -1.
 std::int32_t clnt_close_socket(const CLIENT* clnt, rpc_socket sock);
 
-// Asks the portmapper when the address has no port yet. FALSE leaves the reason in rpc_createerr.
-bool_t clnt_find_port(rpc_address* address, std::uint32_t program, std::uint32_t version,
-                      rpc_protocol protocol);
+// Asks the portmapper when the address has no port yet. Returns false with the reason in
+// rpc_createerr.
+bool clnt_find_port(rpc_address* address, std::uint32_t program, std::uint32_t version,
+                    rpc_protocol protocol);
 
 // Writes the header of every call of a handle, CALL_HEADER_SIZE bytes, into `buffer`. The first
 // transaction id is made of the process id and of `seconds`, the time of the creation.
-bool_t clnt_write_header(char* buffer, std::uint32_t size, std::uint32_t program,
-                         std::uint32_t version, std::uint32_t seconds);
+bool clnt_write_header(char* buffer, std::uint32_t size, std::uint32_t program,
+                       std::uint32_t version, std::uint32_t seconds);
 
 // Prepares a message for xdr_replymsg, which will run `results` on `result_record` for a success.
 void clnt_expect_reply(rpc_msg* reply, xdrproc_t results, void* result_record);

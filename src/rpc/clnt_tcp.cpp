@@ -18,9 +18,9 @@ constexpr std::uint32_t fast_receive_size = 256 * 1024;
 
 struct ct_data {
   rpc_socket ct_sock;
-  bool_t ct_closeit;    // the socket is the handle's own
+  bool ct_closeit;      // the socket is the handle's own
   rpc_timeval ct_wait;  // for one read
-  bool_t ct_waitset;    // set by control, so the timeout of a call does not replace it
+  bool ct_waitset;      // set by control, so the timeout of a call does not replace it
   rpc_address ct_addr;
   rpc_err ct_error;  // outcome of the last call
   char ct_mcall[MCALL_MSG_SIZE];
@@ -85,8 +85,8 @@ std::uint32_t next_id(char* header) {
 
 // Writes the call and ends its record; an incomplete one goes out as well, so that the next call
 // starts with a record of its own.
-bool_t send_call(CLIENT* clnt, std::uint32_t procedure, xdrproc_t arguments, void* argument_record,
-                 bool_t send_now) {
+bool send_call(CLIENT* clnt, std::uint32_t procedure, xdrproc_t arguments, void* argument_record,
+               bool send_now) {
   ct_data* ct = data_of(clnt);
   XDR* xdrs = &ct->ct_xdrs;
   const auto number = static_cast<std::int32_t>(procedure);
@@ -94,23 +94,23 @@ bool_t send_call(CLIENT* clnt, std::uint32_t procedure, xdrproc_t arguments, voi
       !AUTH_MARSHALL(clnt->cl_auth, xdrs) || !arguments(xdrs, argument_record, LASTUNSIGNED)) {
     if (ct->ct_error.re_status == RPC_SUCCESS) ct->ct_error.re_status = RPC_CANTENCODEARGS;
     xdrrec_endofrecord(xdrs, TRUE);
-    return FALSE;
+    return false;
   }
-  if (xdrrec_endofrecord(xdrs, send_now)) return TRUE;
+  if (xdrrec_endofrecord(xdrs, send_now)) return true;
   ct->ct_error.re_status = RPC_CANTSEND;
-  return FALSE;
+  return false;
 }
 
 // Reads replies until the one with this id stands in `reply`, up to its results. Others, and those
 // that do not decode, are dropped.
-bool_t await_reply(ct_data* ct, std::uint32_t id, rpc_msg* reply) {
+bool await_reply(ct_data* ct, std::uint32_t id, rpc_msg* reply) {
   for (;;) {
     clnt_expect_reply(reply, xdr_void, nullptr);
-    if (!xdrrec_skiprecord(&ct->ct_xdrs)) return FALSE;
-    const bool_t decoded = xdr_replymsg(&ct->ct_xdrs, reply);
-    if (decoded && reply->rm_xid == id) return TRUE;
+    if (!xdrrec_skiprecord(&ct->ct_xdrs)) return false;
+    const bool decoded = xdr_replymsg(&ct->ct_xdrs, reply);
+    if (decoded && reply->rm_xid == id) return true;
     clnt_release_verifier(reply);
-    if (!decoded && ct->ct_error.re_status != RPC_SUCCESS) return FALSE;
+    if (!decoded && ct->ct_error.re_status != RPC_SUCCESS) return false;
   }
 }
 
@@ -125,16 +125,16 @@ void take_results(CLIENT* clnt, const rpc_msg* reply, xdrproc_t results, void* r
   }
 }
 
-// Waits for the reply and records its outcome. FALSE when none came.
-bool_t receive_reply(CLIENT* clnt, std::uint32_t id, xdrproc_t results, void* result_record) {
+// Waits for the reply and records its outcome. Returns false if none came.
+bool receive_reply(CLIENT* clnt, std::uint32_t id, xdrproc_t results, void* result_record) {
   ct_data* ct = data_of(clnt);
   ct->ct_xdrs.x_op = XDR_DECODE;
   rpc_msg reply;
-  if (!await_reply(ct, id, &reply)) return FALSE;
+  if (!await_reply(ct, id, &reply)) return false;
   _seterr_reply(&reply, &ct->ct_error);
   if (ct->ct_error.re_status == RPC_SUCCESS) take_results(clnt, &reply, results, result_record);
   clnt_release_verifier(&reply);
-  return TRUE;
+  return true;
 }
 
 std::int32_t clnttcp_call(CLIENT* clnt, std::uint32_t procedure, xdrproc_t arguments,
@@ -142,7 +142,7 @@ std::int32_t clnttcp_call(CLIENT* clnt, std::uint32_t procedure, xdrproc_t argum
                           rpc_timeval timeout) {
   ct_data* ct = data_of(clnt);
   const bool no_wait = timeout.tv_sec == 0 && timeout.tv_usec == 0;
-  const bool_t send_now = results == nullptr && no_wait ? FALSE : TRUE;
+  const bool send_now = results != nullptr || !no_wait;
   if (!ct->ct_waitset) ct->ct_wait = timeout;
   for (std::int32_t refreshes = 2;; --refreshes) {
     ct->ct_xdrs.x_op = XDR_ENCODE;
@@ -185,7 +185,7 @@ bool_t clnttcp_control(CLIENT* clnt, std::uint32_t request, void* value) {
   switch (request) {
     case CLSET_TIMEOUT:
       std::memcpy(&ct->ct_wait, value, sizeof ct->ct_wait);
-      ct->ct_waitset = TRUE;
+      ct->ct_waitset = true;
       return TRUE;
     case CLGET_TIMEOUT:
       std::memcpy(value, &ct->ct_wait, sizeof ct->ct_wait);
@@ -204,17 +204,17 @@ constexpr clnt_ops tcp_ops = {clnttcp_call,    clnttcp_abort,   clnttcp_geterr,
 // ---- creation
 
 // Connects a new socket where the caller gave none.
-bool_t open_connection(CLIENT* clnt, const rpc_address* address, rpc_socket* sock) {
-  if (*sock >= 0) return TRUE;
+bool open_connection(CLIENT* clnt, const rpc_address* address, rpc_socket* sock) {
+  if (*sock >= 0) return true;
   *sock = rpc_socket_open(RPC_STREAM, RPC_TCP);
   if (*sock >= 0 && rpc_socket_connect(*sock, address) == 0) {
-    data_of(clnt)->ct_closeit = TRUE;
+    data_of(clnt)->ct_closeit = true;
     data_of(clnt)->ct_waits_in_receive = rpc_socket_wait_in_receive(*sock);
-    return TRUE;
+    return true;
   }
   clnt_create_failed(RPC_SYSTEMERROR, rpc_socket_errno());
   if (*sock >= 0) clnt_close_socket(clnt, *sock);
-  return FALSE;
+  return false;
 }
 
 }  // namespace

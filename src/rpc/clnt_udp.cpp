@@ -15,7 +15,7 @@ constexpr std::int32_t id_size = 4;
 // In one block with both buffers: the input buffer behind the record, the output buffer behind it.
 struct cu_data {
   rpc_socket cu_sock;
-  bool_t cu_closeit;  // the socket is the handle's own
+  bool cu_closeit;  // the socket is the handle's own
   rpc_address cu_raddr;
   std::int32_t cu_rlen;
   rpc_timeval cu_wait;   // interval between two transmissions
@@ -195,18 +195,18 @@ constexpr clnt_ops udp_ops = {clntudp_call,    clntudp_abort,   clntudp_geterr,
 std::uint32_t rounded_up(std::uint32_t size) { return (size + 3) & ~std::uint32_t{3}; }
 
 // Makes a socket where the caller gave none.
-bool_t open_socket(cu_data* cu, rpc_socket* sock) {
+bool open_socket(cu_data* cu, rpc_socket* sock) {
   if (*sock < 0) {
     *sock = rpc_socket_open(RPC_DATAGRAM, RPC_UDP);
     if (*sock < 0) {
       clnt_create_failed(RPC_SYSTEMERROR, rpc_socket_errno());
-      return FALSE;
+      return false;
     }
     rpc_socket_set_nonblocking(*sock);
-    cu->cu_closeit = TRUE;
+    cu->cu_closeit = true;
   }
   cu->cu_sock = *sock;
-  return TRUE;
+  return true;
 }
 
 }  // namespace

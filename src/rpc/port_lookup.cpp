@@ -79,7 +79,7 @@ void walk_map(char* map, const char* host, std::uint16_t* base) {
 
 }  // namespace
 
-int port_slot(std::uint32_t program) {
+std::int32_t port_slot(std::uint32_t program) {
   for (const server_entry& server : server_directory) {
     if (server.program == program) return server.slot;
   }
@@ -97,7 +97,7 @@ std::int32_t rpc_port_lookup(const char* host, std::uint32_t program, std::uint3
   }
   std::int32_t offset = 0;
   if (!read_number(variable::program_offset, &offset)) return -1;
-  const int slot = port_slot(program - static_cast<std::uint32_t>(offset));
+  const std::int32_t slot = port_slot(program - static_cast<std::uint32_t>(offset));
   if (slot >= 0 && map.get() != nullptr) {
     remove_blanks(map.get());
     walk_map(map.get(), host, &base);

@@ -19,7 +19,7 @@
 namespace kvrpc {
 
 // Returns the place of a program's port among the ports of an installation, or -1 if it has none.
-int port_slot(std::uint32_t program);
+std::int32_t port_slot(std::uint32_t program);
 
 // Returns the port in the host's order, or 0 if the environment gives none. Reports a malformed map
 // on stderr and returns the port found so far, and so for a map for which there is no memory. If

@@ -36,56 +36,56 @@ bool grow(char** place, std::uint64_t kept, std::uint64_t bytes, const char* rou
 
 // Decodes `size` bytes and their fill into a block of their own. Every piece but the last is a
 // whole number of units, so only the last has a fill.
-bool_t decode_block(XDR* xdrs, char** data, std::uint32_t size, const char* routine) {
+bool decode_block(XDR* xdrs, char** data, std::uint32_t size, const char* routine) {
   std::uint32_t arrived = 0;
   do {
     const std::uint32_t room = next_room(arrived, first_block_bytes, size);
-    if (!grow(data, arrived, room, routine)) return FALSE;
-    if (!xdr_opaque(xdrs, load_pointer(data) + arrived, room - arrived)) return FALSE;
+    if (!grow(data, arrived, room, routine)) return false;
+    if (!xdr_opaque(xdrs, load_pointer(data) + arrived, room - arrived)) return false;
     arrived = room;
   } while (arrived < size);
-  return TRUE;
+  return true;
 }
 
 // Elements `from` to `to` of the array; a null array has null elements.
-bool_t walk_elements(XDR* xdrs, char* array, std::uint32_t from, std::uint32_t to,
-                     std::size_t element_size, xdrproc_t element) {
+bool walk_elements(XDR* xdrs, char* array, std::uint32_t from, std::uint32_t to,
+                   std::size_t element_size, xdrproc_t element) {
   for (std::uint32_t i = from; i < to; ++i) {
     char* at = array == nullptr ? nullptr : array + i * element_size;
-    if (!element(xdrs, at, LASTUNSIGNED)) return FALSE;
+    if (!element(xdrs, at, LASTUNSIGNED)) return false;
   }
-  return TRUE;
+  return true;
 }
 
 // Decodes `*count` elements into a block of their own, and lowers `*count` to what the block holds
 // where it could not be made whole: whoever releases the record walks that many.
-bool_t decode_elements(XDR* xdrs, char** array, std::uint32_t* count, std::uint32_t element_size,
-                       xdrproc_t element) {
+bool decode_elements(XDR* xdrs, char** array, std::uint32_t* count, std::uint32_t element_size,
+                     xdrproc_t element) {
   const std::uint32_t wanted = *count;
   const std::uint32_t first = first_block_elements(element_size);
   std::uint32_t arrived = 0;
   while (arrived < wanted) {
     const std::uint32_t room = next_room(arrived, first, wanted);
     const std::uint64_t size = element_size;
-    if (!grow(array, arrived * size, room * size, "xdr_array")) return FALSE;
+    if (!grow(array, arrived * size, room * size, "xdr_array")) return false;
     *count = room;
     if (!walk_elements(xdrs, load_pointer(array), arrived, room, element_size, element)) {
-      return FALSE;
+      return false;
     }
     arrived = room;
   }
-  return TRUE;
+  return true;
 }
 
-bool_t get_opaque(XDR* xdrs, char* data, std::uint32_t count, std::uint32_t fill) {
+bool get_opaque(XDR* xdrs, char* data, std::uint32_t count, std::uint32_t fill) {
   char scratch[unit_bytes];
-  if (!XDR_GETBYTES(xdrs, data, count)) return FALSE;
+  if (!XDR_GETBYTES(xdrs, data, count)) return false;
   return fill == 0 ? TRUE : XDR_GETBYTES(xdrs, scratch, fill);
 }
 
-bool_t put_opaque(XDR* xdrs, const char* data, std::uint32_t count, std::uint32_t fill) {
+bool put_opaque(XDR* xdrs, const char* data, std::uint32_t count, std::uint32_t fill) {
   constexpr char zeros[unit_bytes] = {};
-  if (!XDR_PUTBYTES(xdrs, data, count)) return FALSE;
+  if (!XDR_PUTBYTES(xdrs, data, count)) return false;
   return fill == 0 ? TRUE : XDR_PUTBYTES(xdrs, zeros, fill);
 }
 
@@ -131,8 +131,8 @@ bool_t xdr_netobj(XDR* xdrs, void* object, std::uint32_t) {
 
 namespace {
 
-bool_t decode_string(XDR* xdrs, char** text, std::uint32_t size) {
-  if (size == LASTUNSIGNED) return TRUE;  // with its terminator, its length would be 0
+bool decode_string(XDR* xdrs, char** text, std::uint32_t size) {
+  if (size == LASTUNSIGNED) return true;  // with its terminator, its length would be 0
   char* block = load_pointer(text);
   if (block == nullptr) return decode_block(xdrs, text, size, "xdr_string");
   block[size] = '\0';
@@ -187,7 +187,7 @@ bool_t xdr_array(XDR* xdrs, char** array, std::uint32_t* count, std::uint32_t ma
       return decode_elements(xdrs, array, count, element_size, element);
     }
   }
-  const bool_t status = walk_elements(xdrs, block, 0, *count, element_size, element);
+  const bool status = walk_elements(xdrs, block, 0, *count, element_size, element);
   if (xdrs->x_op == XDR_FREE) release(array);
   return status;
 }

@@ -16,15 +16,15 @@ std::uint32_t buffered(const RECSTREAM* stream) {
 }
 
 // Starts at the alignment at which the last piece ended, so that units stay aligned.
-bool_t fill_input_buf(RECSTREAM* stream) {
+bool fill_input_buf(RECSTREAM* stream) {
   const auto ended = static_cast<std::uint32_t>(stream->in_boundry - stream->in_base) % 4;
   char* start = stream->in_base + ended;
   const auto room = static_cast<std::int32_t>(stream->in_size - ended);
   const std::int32_t length = stream->readit(stream->tcp_handle, start, room);
-  if (length <= 0) return FALSE;
+  if (length <= 0) return false;
   stream->in_finger = start;
   stream->in_boundry = start + length;
-  return TRUE;
+  return true;
 }
 
 // Takes `length` bytes of the connection, fragment headers included; a null destination skips.
@@ -45,30 +45,30 @@ std::uint32_t take_input_bytes(RECSTREAM* stream, char* destination, std::uint32
 }
 
 // Takes `length` bytes of the current fragment. Returns whether all of them arrived.
-bool_t take_of_fragment(RECSTREAM* stream, char* destination, std::uint32_t length) {
+bool take_of_fragment(RECSTREAM* stream, char* destination, std::uint32_t length) {
   const std::uint32_t taken = take_input_bytes(stream, destination, length);
   stream->fbtbc -= static_cast<std::int32_t>(taken);
-  return taken == length ? TRUE : FALSE;
+  return taken == length;
 }
 
-bool_t set_input_fragment(RECSTREAM* stream) {
+bool set_input_fragment(RECSTREAM* stream) {
   stream->in_header_size += take_input_bytes(stream, stream->in_header + stream->in_header_size,
                                              fragment_header_size - stream->in_header_size);
-  if (stream->in_header_size < fragment_header_size) return FALSE;
+  if (stream->in_header_size < fragment_header_size) return false;
   stream->in_header_size = 0;
   const std::uint32_t header = xdr_load_unit(stream->in_header);
   stream->last_frag = (header & LAST_FRAG) != 0 ? TRUE : FALSE;
   stream->fbtbc = static_cast<std::int32_t>(header & ~LAST_FRAG);
-  return TRUE;
+  return true;
 }
 
 // Skips the rest of the record, up to the end of its last fragment.
-bool_t skip_to_end(RECSTREAM* stream) {
+bool skip_to_end(RECSTREAM* stream) {
   while (stream->fbtbc > 0 || !stream->last_frag) {
-    if (!take_of_fragment(stream, nullptr, static_cast<std::uint32_t>(stream->fbtbc))) return FALSE;
-    if (!stream->last_frag && !set_input_fragment(stream)) return FALSE;
+    if (!take_of_fragment(stream, nullptr, static_cast<std::uint32_t>(stream->fbtbc))) return false;
+    if (!stream->last_frag && !set_input_fragment(stream)) return false;
   }
-  return TRUE;
+  return true;
 }
 
 }  // namespace
@@ -80,7 +80,7 @@ void start_input(RECSTREAM* stream) {
   stream->in_boundry = stream->in_base + stream->recvsize;
   stream->in_finger = stream->in_boundry;
   stream->fbtbc = 0;
-  stream->last_frag = TRUE;
+  stream->last_frag = true;
 }
 
 bool_t xdrrec_getbytes(XDR* xdrs, char* destination, std::uint32_t length) {
@@ -123,7 +123,7 @@ char* inline_input(RECSTREAM* stream, std::int32_t length) {
 bool_t xdrrec_skiprecord(XDR* xdrs) {
   RECSTREAM* stream = stream_of(xdrs);
   if (stream == nullptr || !skip_to_end(stream)) return FALSE;
-  stream->last_frag = FALSE;
+  stream->last_frag = false;
   return TRUE;
 }
 

@@ -80,7 +80,7 @@ char* last_header(char* at, const char* end) {
 void keep_unsent(RECSTREAM* stream, std::size_t sent) {
   const auto waiting = static_cast<std::size_t>(stream->out_base - stream->out_start);
   const std::size_t from = std::min(sent / stream->sendsize * stream->sendsize, waiting);
-  if (from < waiting) stream->frag_sent = TRUE;
+  if (from < waiting) stream->frag_sent = true;
   const char* const end =
       from < waiting ? stream->out_start + from + stream->sendsize : stream->out_finger;
   const auto kept = static_cast<std::size_t>(end - (stream->out_start + from));
@@ -90,30 +90,30 @@ void keep_unsent(RECSTREAM* stream, std::size_t sent) {
   stream->frag_header = last_header(stream->out_start, stream->out_finger);
 }
 
-bool_t flush_out(RECSTREAM* stream, bool_t end_of_record) {
+bool flush_out(RECSTREAM* stream, bool end_of_record) {
   put_header(stream, end_of_record ? LAST_FRAG : 0);
-  if (!end_of_record && hold_buffer(stream)) return TRUE;
+  if (!end_of_record && hold_buffer(stream)) return true;
   const auto length = static_cast<std::int32_t>(stream->out_finger - stream->out_start);
   const std::int32_t sent = stream->writeit(stream->tcp_handle, stream->out_start, length);
   if (sent == length) {
     restart(stream);
-    return TRUE;
+    return true;
   }
   keep_unsent(stream, static_cast<std::size_t>(std::max(sent, 0)));
-  return FALSE;
+  return false;
 }
 
 // Ends a fragment because the buffer is full.
-bool_t flush_fragment(RECSTREAM* stream) {
-  stream->frag_sent = TRUE;
-  return flush_out(stream, FALSE);
+bool flush_fragment(RECSTREAM* stream) {
+  stream->frag_sent = true;
+  return flush_out(stream, false);
 }
 
 }  // namespace
 
 void start_output(RECSTREAM* stream) {
   restart(stream);
-  stream->frag_sent = FALSE;
+  stream->frag_sent = false;
 }
 
 void release_output(RECSTREAM* stream) {
@@ -153,20 +153,20 @@ char* inline_output(RECSTREAM* stream, std::int32_t length) {
 
 void xdrrec_hold_output(XDR* xdrs) {
   RECSTREAM* stream = stream_of(xdrs);
-  if (stream != nullptr) stream->holding = TRUE;
+  if (stream != nullptr) stream->holding = true;
 }
 
 bool_t xdrrec_endofrecord(XDR* xdrs, bool_t send_now) {
   RECSTREAM* stream = stream_of(xdrs);
   if (stream == nullptr) return FALSE;
   if (send_now || stream->frag_sent || stream->out_boundry - stream->out_finger <= 4) {
-    stream->frag_sent = FALSE;
-    if (flush_out(stream, TRUE)) return TRUE;
+    stream->frag_sent = false;
+    if (flush_out(stream, true)) return TRUE;
     // A buffer that had waited did not leave. Without holding, its writer would have failed and
     // would have ended the record there, so the record ends there now.
     if (stream->frag_sent) {
-      stream->frag_sent = FALSE;
-      flush_out(stream, TRUE);
+      stream->frag_sent = false;
+      flush_out(stream, true);
     }
     return FALSE;
   }

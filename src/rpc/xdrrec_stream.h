@@ -34,8 +34,8 @@ struct RECSTREAM {
   char* out_finger;   // next free byte
   char* out_boundry;  // end of the buffer
   char* frag_header;  // where the header of the open fragment goes
-  bool_t frag_sent;   // a buffer became full in the current record
-  bool_t holding;     // full buffers wait for the end of the record
+  bool frag_sent;     // a buffer became full in the current record
+  bool holding;       // full buffers wait for the end of the record
   char* out_start;    // the first byte that has not left
   char* held_block;   // the output block once output was held, or null
   std::size_t held_room;
@@ -46,7 +46,7 @@ struct RECSTREAM {
   char* in_finger;     // next unread byte
   char* in_boundry;    // end of what was read
   std::int32_t fbtbc;  // bytes of the fragment that are still to be consumed
-  bool_t last_frag;    // the current fragment is the last of its record
+  bool last_frag;      // the current fragment is the last of its record
   char in_header[fragment_header_size];
   std::uint32_t in_header_size;  // bytes of the next fragment's header that have arrived
 

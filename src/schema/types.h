@@ -340,10 +340,23 @@ struct procedure_list {
   const name_slot* slots;
 };
 
+// Every argument of a list fits in this many bytes, with one byte to spare, so that a call can keep
+// its argument on the stack.
+constexpr std::size_t argument_room = 4096;
+
+template <std::size_t N>
+constexpr bool arguments_fit(const procedure (&rows)[N]) {
+  for (const procedure& row : rows) {
+    if (row.argument.size >= argument_room) return false;
+  }
+  return true;
+}
+
 // Makes a list of the constant `table`, which has `rows` and their `index`, for example
 // `constexpr procedure_list sessions = list_of<alpha_rows>();`.
 template <const auto& table>
 constexpr procedure_list list_of() {
+  static_assert(arguments_fit(table.rows), "an argument is larger than argument_room");
   constexpr std::size_t count = sizeof table.rows / sizeof table.rows[0];
   return {table.rows, static_cast<std::uint32_t>(count), table.index.mask, table.index.slots};
 }

@@ -100,30 +100,5 @@ TEST(stub, a_result_outside_its_unions_table_is_a_failed_rpc) {
   EXPECT_EQ(client.calls, 2);
 }
 
-TEST(stub, no_argument_or_result_is_larger_than_its_room) {
-  for (const program_table& program : programs) {
-    for (std::uint32_t i = 0; i < program.family_count; ++i) {
-      const procedure_list& list = *program.families[i];
-      for (std::uint32_t row = 0; row < list.count; ++row) {
-        EXPECT_LT(list.rows[row].argument.size, record_room) << list.rows[row].name;
-        EXPECT_LT(list.rows[row].result.size, record_room) << list.rows[row].name;
-      }
-    }
-  }
-}
-
-TEST(stub, a_record_larger_than_the_room_is_refused) {
-  const wire_type large = wire::opaque(record_room);
-  const procedure target = {1, "p", large, large};
-  fake_client client;
-  json_node text{};
-  text.type = JSON_STRING;
-  char empty[] = "";
-  text.text = empty;
-  text_buffer result;
-  EXPECT_EQ(run_stub(client.handle(), target, &text, result), CALL_CANNOT_ENCODE);
-  EXPECT_EQ(client.calls, 0);
-}
-
 }  // namespace
 }  // namespace kvrpc::test

@@ -158,6 +158,15 @@ TEST(labels, are_the_key_as_json_writes_it) {
   EXPECT_LE(longest, reply_room::label);
 }
 
+// list_of asserts it of each list at compile time.
+TEST(layout, tells_a_list_whose_argument_is_larger_than_its_room) {
+  constexpr procedure largest[] = {{1, "a", wire::opaque(argument_room - 1), wire::nothing}};
+  constexpr procedure larger[] = {{1, "a", wire::nothing, wire::opaque(argument_room)},
+                                  {2, "b", wire::opaque(argument_room), wire::nothing}};
+  EXPECT_TRUE(arguments_fit(largest));
+  EXPECT_FALSE(arguments_fit(larger));
+}
+
 std::uint32_t end_of(const record_field& field) { return field.offset + field.type.size; }
 
 TEST(layout, never_lets_two_fields_of_a_record_meet) {
