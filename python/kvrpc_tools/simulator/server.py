@@ -28,24 +28,23 @@ Log = Callable[[str], None]
 
 
 class _Compiled(Dict[str, Any]):
-    """What the codec makes of each procedure, by its name, made when it is first needed."""
+    """What the codec makes of each procedure, by its name, made when it is first asked for."""
 
-    def __init__(self, make: Callable[[Procedure], Any]) -> None:
+    def __init__(self, make: Callable[[str], Any]) -> None:
         self._make = make
 
-    def of(self, procedure: Procedure) -> Any:
-        if procedure.name not in self:
-            self[procedure.name] = self._make(procedure)
-        return self[procedure.name]
+    def __missing__(self, procedure: str) -> Any:
+        self[procedure] = made = self._make(procedure)
+        return made
 
 
 class Dispatcher:
     """Answers for all servers of one installation."""
 
     def __init__(self, schema: Schema, simulation: Simulation, log: Optional[Log] = None) -> None:
-        codec = Codec(schema)
-        self._decoders = _Compiled(lambda procedure: codec.decoder(procedure.argument))
-        self._encoders = _Compiled(lambda procedure: codec.encoder(procedure.result))
+        codec, procedures = Codec(schema), schema.procedures
+        self._decoders = _Compiled(lambda name: codec.decoder(procedures[name].argument))
+        self._encoders = _Compiled(lambda name: codec.encoder(procedures[name].result))
         self._null_texts = Codec(schema, null_texts=True)
         self._simulation = simulation
         self._log = log
@@ -64,26 +63,34 @@ class Dispatcher:
         except XdrError as error:
             self._note(protocol, server, f"got a message that is no call: {error}")
             return Answer(end=CLOSE)
-        refusal = _refusal(server, call)
-        if refusal is not None:
-            self._note(protocol, server, f"refuses program {call.program} version {call.version} "
-                                         f"procedure {call.procedure}")
-            return Answer(refusal)
-        if call.procedure == NULL_PROCEDURE:
-            return Answer(rpc.success(call.xid, b""))
-        return self._run(server, server.procedures[call.procedure], call, protocol)
-
-    def _run(self, server: Server, procedure: Procedure, call: rpc.Call, protocol: str) -> Answer:
+        procedure = server.procedures.get(call.procedure)
+        if (procedure is None or procedure.argument.kind == "unspecified"
+                or call[1:4] != (rpc.RPC_VERSION, server.program, VERSION)):
+            return self._answer_unknown(server, call, protocol)
         try:
-            argument = self._decoders.of(procedure)(call.argument)
+            argument = self._decoders[procedure.name](call.argument)
         except XdrError as error:
             self._note(protocol, server, f"{procedure.name}: bad argument: {error}")
             return Answer(rpc.garbage_arguments(call.xid))
-        expected = self._simulation.expects(procedure.name)
-        fault = self._simulation.faults.next_for(procedure.name) if expected else None
+        return self._run(server, procedure, call, argument, protocol)
+
+    def _answer_unknown(self, server: Server, call: rpc.Call, protocol: str) -> Answer:
+        """Answers a call of no procedure of this server, which may be the null procedure."""
+        refusal = _refusal(server, call)
+        if refusal is None:
+            return Answer(rpc.success(call.xid, b""))
+        self._note(protocol, server, f"refuses program {call.program} version {call.version} "
+                                     f"procedure {call.procedure}")
+        return Answer(refusal)
+
+    def _run(self, server: Server, procedure: Procedure, call: rpc.Call, argument: Any,
+             protocol: str) -> Answer:
+        simulation = self._simulation
+        expected = simulation.expects(procedure.name)
+        fault = simulation.faults.next_for(procedure.name) if expected else None
         outcome = "answered" if fault is None else fault.kind
-        self._simulation.record(server.name, procedure.name, argument, protocol,
-                                outcome if expected else "unexpected")
+        simulation.record(server.name, procedure.name, argument, protocol,
+                          outcome if expected else "unexpected")
         if not expected:
             self._tell(protocol, server, procedure, argument, "unexpected")
             return Answer(rpc.procedure_unavailable(call.xid))
@@ -100,7 +107,7 @@ class Dispatcher:
             if procedure.result.kind == "nothing":
                 result = None
             encode = (self._null_texts.encoder(procedure.result) if null_texts
-                      else self._encoders.of(procedure))
+                      else self._encoders[procedure.name])
             reply = rpc.success(call.xid, encode(result))
         except Exception:
             traceback.print_exc(file=sys.stderr)
@@ -135,19 +142,14 @@ class Dispatcher:
 
 
 def _refusal(server: Server, call: rpc.Call) -> Optional[bytes]:
-    """Returns the reply to a call that this server does not take, or None if it takes it."""
+    """Returns the reply to a call of no procedure, or None for the null procedure."""
     if call.rpc_version != rpc.RPC_VERSION:
         return rpc.rpc_mismatch(call.xid)
     if call.program != server.program:
         return rpc.program_unavailable(call.xid)
     if call.version != VERSION:
         return rpc.version_mismatch(call.xid, VERSION, VERSION)
-    if call.procedure == NULL_PROCEDURE:
-        return None
-    procedure = server.procedures.get(call.procedure)
-    if procedure is None or procedure.argument.kind == "unspecified":
-        return rpc.procedure_unavailable(call.xid)
-    return None
+    return None if call.procedure == NULL_PROCEDURE else rpc.procedure_unavailable(call.xid)
 
 
 def _short(value: Any) -> str:

@@ -10,7 +10,7 @@ from __future__ import annotations
 import base64
 import time
 from dataclasses import replace
-from typing import Any, Callable, Dict, FrozenSet, Iterable, List, NamedTuple, Optional
+from typing import Any, Callable, Dict, FrozenSet, Iterable, List, NamedTuple, Optional, Tuple
 
 from kvrpc_tools.schema import Schema, WireType
 from kvrpc_tools.simulator.faults import Fault, Faults
@@ -95,15 +95,14 @@ class Simulation:
         self.installation = Installation(self._schema, self.clock)
         self.answers = Answers()
         self.faults = Faults(replace(fault) for fault in self._first_faults)
-        self.calls: List[CallRecord] = []
+        self.calls: List[Tuple[Any, ...]] = []  # as CallRecord has them
         self.allowed: Optional[FrozenSet[str]] = None
 
     def record(self, server: str, procedure: str, argument: Any, protocol: str,
                outcome: str) -> None:
         """Notes a call for the process that steers this one. Without such a process, does not."""
         if self.keeps_calls:
-            self.calls.append(CallRecord(server, procedure, argument, protocol, self.clock(),
-                                         outcome))
+            self.calls.append((server, procedure, argument, protocol, self.clock(), outcome))
 
     def expects(self, procedure: str) -> bool:
         """Returns whether calls of this procedure are allowed."""

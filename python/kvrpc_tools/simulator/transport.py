@@ -20,6 +20,7 @@ from kvrpc_tools.simulator.records import RecordReader, framed
 
 LOOPBACK = "127.0.0.1"
 RECEIVE = 256 * 1024
+_PATIENCE = 0.5  # seconds to wait at most: Windows wakes for Ctrl-C only between two waits
 
 # How a connection ends after an answer. After STALL it stays open, and nothing is sent any more.
 CLOSE, RESET, STALL = "close", "reset", "stall"
@@ -51,8 +52,6 @@ class Answer(NamedTuple):
 
     def stream(self) -> bytes:
         """Returns the bytes to send on a connection."""
-        if self.message is not None and self[2:] == _PLAIN:
-            return framed(self.message)
         before = framed(self.before) if self.before else b""
         if self.message is None or self.cut == 0:
             return before
@@ -60,7 +59,7 @@ class Answer(NamedTuple):
         return before + data[:None if self.cut is None else 4 + self.cut] * self.times
 
 
-_PLAIN = Answer()[2:]
+_PLAIN = Answer()[1:]  # what follows the message of an answer that nothing spoils
 
 
 class Server(NamedTuple):
@@ -108,10 +107,12 @@ class Loop:
 
     def run(self) -> None:
         """Serves until `stop`; an interrupt from the keyboard passes through."""
+        select, timers = self._selector.select, self._timers
         while not self._stopped:
-            for key, events in self._selector.select(self._patience()):
+            for key, events in select(self._patience() if timers else _PATIENCE):
                 key.data(events)
-            self._run_timers()
+            if timers:
+                self._run_timers()
 
     def close(self) -> None:
         """Closes every socket."""
@@ -120,10 +121,8 @@ class Loop:
         self._selector.close()
 
     def _patience(self) -> float:
-        """Seconds to wait; Windows wakes for Ctrl-C only between two waits."""
-        if not self._timers:
-            return 0.5
-        return min(0.5, max(0.0, self._timers[0][0] - time.monotonic()))
+        """Seconds until the first timer is due."""
+        return min(_PATIENCE, max(0.0, self._timers[0][0] - time.monotonic()))
 
     def _run_timers(self) -> None:
         while self._timers and self._timers[0][0] <= time.monotonic():
@@ -189,7 +188,11 @@ class _Connection:
             return
         for record in records:
             if self._open and not self._end:
-                self._act(self._server.answer(record, "tcp"))
+                answer = self._server.answer(record, "tcp")
+                if answer.message is not None and answer[1:] == _PLAIN:
+                    self._send(framed(answer.message))
+                else:
+                    self._act(answer)
         if not data:
             self._close()
         elif not records:

@@ -34,6 +34,10 @@ _TABLE = (
 _DIRECTORIES = {SERVER: "/usr/fax/server", DRIVER: "/usr/fax/driver",
                 GATEWAY: "/usr/fax/gateway", DAEMON: "/usr/fax/daemon"}
 
+# The fields of the answer to l_get_status_1.
+_STATES = {"state_fax": SERVER, "state_gateways": GATEWAY, "state_daemons": DAEMON,
+           "state_drivers": DRIVER}
+
 _EXITS = {"a_exit_1": "alpha", "o_exit_1": "omega", "l_exit_1": "lambda", "t_exit_1": "theta",
           "t_shutdown_1": "theta", "s_exit_1": "sigma", "n_exit_1": "nue"}
 
@@ -174,15 +178,17 @@ class Processes:
 
     def _states(self) -> Dict[str, int]:
         """Of `lambda` itself nothing is said: it runs, or nobody answers."""
-        running: Dict[str, List[bool]] = {kind: [] for kind in _DIRECTORIES}
+        running, known = dict.fromkeys(_DIRECTORIES, 0), dict.fromkeys(_DIRECTORIES, 0)
         for process in self._table:
-            if process.name != SELF:
-                running[process.kind].append(process.pid != 0)
-        return {"state_fax": _state(running[SERVER]), "state_gateways": _state(running[GATEWAY]),
-                "state_daemons": _state(running[DAEMON]), "state_drivers": _state(running[DRIVER])}
+            known[process.kind] += 1
+            if process.pid:
+                running[process.kind] += 1
+        running[SERVER] -= 1
+        known[SERVER] -= 1
+        return {name: _state(running[kind], known[kind]) for name, kind in _STATES.items()}
 
 
-def _state(running: List[bool]) -> int:
-    if all(running):
+def _state(running: int, known: int) -> int:
+    if running == known:
         return ALL_RUN
-    return SOME_RUN if any(running) else NONE_RUN
+    return SOME_RUN if running else NONE_RUN

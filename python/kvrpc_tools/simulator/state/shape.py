@@ -43,8 +43,12 @@ class Shaper:
 
     def __init__(self, schema: Schema) -> None:
         self._schema = schema
+        self._envelopes = {name: _enveloped(record) for name, record in schema.records.items()}
+        self._arms = {name: {field.value: field.key for field in record.fields}
+                      for name, record in schema.records.items() if record.is_union}
 
     def shape(self, procedure: str, argument: Any, value: Any) -> Any:
+        """Returns the result of a procedure from what its family says of it."""
         kind = self._schema.procedures[procedure].result
         if kind.kind in ("short", "long") and isinstance(value, bool):
             return 0 if value else NOT_DONE
@@ -71,22 +75,22 @@ class Shaper:
             return row
         record = self._schema.records[kind.record]
         if record.is_union:
-            return _arm(record, row or {}, selection)
-        inner = self._enveloped(record)
+            return self._arm(record, row or {}, selection)
+        inner = self._envelopes[kind.record]
         if inner is None or (row and inner.key in row):
             return row
         return {inner.key: self._single(inner.type, row, selection),
                 "errcode": 0 if row else NOT_DONE}
 
-    def _enveloped(self, record: Record) -> Optional[Field]:
-        """The record member of {errcode, record}, None when it is another shape."""
-        keys = {field.key for field in record.fields}
-        inner = [field for field in record.fields if field.type.kind == "record"]
-        return inner[0] if "errcode" in keys and len(keys) == 2 and inner else None
+    def _arm(self, record: Record, row: Row, selection: Optional[int]) -> Row:
+        arms = self._arms[record.name]
+        wanted = row.get("selection", selection)
+        value = wanted if wanted in arms else next(iter(arms))
+        return {record.discriminant: value, arms[value]: row}
 
 
-def _arm(record: Record, row: Row, selection: Optional[int]) -> Row:
-    arms = {field.value: field.key for field in record.fields}
-    wanted = row.get("selection", selection)
-    value = wanted if wanted in arms else next(iter(arms))
-    return {record.discriminant: value, arms[value]: row}
+def _enveloped(record: Record) -> Optional[Field]:
+    """The record member of {errcode, record}, None when it is another shape."""
+    keys = {field.key for field in record.fields}
+    inner = [field for field in record.fields if field.type.kind == "record"]
+    return inner[0] if "errcode" in keys and len(keys) == 2 and inner else None
