@@ -74,14 +74,18 @@ function(kvrpc_generated)
   add_custom_target(kvrpc-generated ALL DEPENDS ${outputs})
 endfunction()
 
-# kvrpc_install(): installs the module, kvrpc_tools and the stubs as the component `python`. A wheel's
+# kvrpc_install(): installs the module, kvrpc_tools, the stubs and the manual page as the component
+# `python`. A wheel's
 # pure Python is the build backend's to copy, so that an editable installation can use it in place.
 function(kvrpc_install)
   set(KVRPC_INSTALL_DIR lib/python${Python_VERSION_MAJOR}.${Python_VERSION_MINOR}/site-packages
     CACHE STRING "Where Python finds packages, below the prefix")
   install(TARGETS kvrpc LIBRARY DESTINATION ${KVRPC_INSTALL_DIR} COMPONENT python)
   install(DIRECTORY ${PROJECT_BINARY_DIR}/python/ DESTINATION ${KVRPC_INSTALL_DIR} COMPONENT python)
-  if(NOT SKBUILD)
+  if(SKBUILD)
+    install(FILES docs/kvrpc.1 DESTINATION ${SKBUILD_DATA_DIR}/share/man/man1 COMPONENT python)
+  else()
+    install(FILES docs/kvrpc.1 DESTINATION share/man/man1 COMPONENT python)
     install(DIRECTORY python/ DESTINATION ${KVRPC_INSTALL_DIR} COMPONENT python
       FILES_MATCHING PATTERN "*.py" PATTERN "*.pyi" PATTERN "py.typed"
       PATTERN "__pycache__" EXCLUDE)

@@ -46,7 +46,9 @@ def test_the_wheel_holds_the_module_its_stubs_and_the_tools(wheel, version):
     tops = {name.split("/")[0] for name in names}
     modules = {top for top in tops if top.startswith("kvrpc.")}
     assert len(modules) == 1
-    assert tops - modules == {"kvrpc-stubs", "kvrpc_tools", f"kvrpc-{version}.dist-info"}
+    assert tops - modules == {"kvrpc-stubs", "kvrpc_tools", f"kvrpc-{version}.dist-info",
+                              f"kvrpc-{version}.data"}
+    assert f"kvrpc-{version}.data/data/share/man/man1/kvrpc.1" in names
     tree = ROOT / "python"
     sources = {str(path.relative_to(tree)) for path in tree.rglob("*")
                if path.suffix in (".py", ".pyi", ".html", ".css", ".js") or path.name == "py.typed"}

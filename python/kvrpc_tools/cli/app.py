@@ -1,14 +1,4 @@
-"""The commands together, and what becomes of errors.
-
-    exit code   when
-    0           all is well
-    1           the output cannot be written, or the server gives no blocks that come to an end
-    2           the words or the argument are wrong; nothing was sent
-    3           no connection, or no answer in time
-    64 + N      the reply has status N
-    130         Ctrl-C
-    141         whoever read the output has closed it
-"""
+"""The commands together, and what becomes of errors. EXIT_CODES has the exit codes."""
 
 from __future__ import annotations
 
@@ -24,6 +14,16 @@ from ..blocks import BlockError
 from ..errors import ArgumentError, CallError, ConnectError, KvrpcError
 
 FAILED, USAGE, NO_ANSWER, BY_STATUS, CTRL_C, CLOSED_PIPE = 1, 2, 3, 64, 130, 141
+
+EXIT_CODES = {
+    "0": "All is well.",
+    str(FAILED): "The output cannot be written, or a list in blocks does not come to an end.",
+    str(USAGE): "The words or the argument are wrong; nothing was sent.",
+    str(NO_ANSWER): "There is no connection, or no answer in time.",
+    f"{BY_STATUS} + N": "The reply has status N.",
+    str(CTRL_C): "Ctrl-C.",
+    str(CLOSED_PIPE): "Whoever read the output has closed it.",
+}
 
 # The module of each command, which is imported when the command is used, and its name there.
 COMMANDS = {
@@ -61,10 +61,10 @@ _SETTINGS = {"help_option_names": ["-h", "--help"], "max_content_width": 100}
 @click.version_option(package_name="kvrpc", prog_name="kvrpc", message="%(prog)s %(version)s")
 @click.pass_context
 def kvrpc(context: click.Context) -> None:
-    """Talks to the servers of a fax server.
+    """Talk to the servers of a fax server.
 
-    Options may be anywhere. Exit codes: 2 wrong words or argument, 3 no connection or no answer in
-    time, 64 + N a reply with status N.
+    Options may be anywhere. The exit code is 2 for wrong words or a wrong argument, 3 for no
+    connection or no answer in time, 64 + N for a reply with status N.
     """
     if os.environ.get("NO_COLOR"):
         context.color = False

@@ -38,7 +38,7 @@ class _Answer(NamedTuple):
 @click.command()
 @click.argument("server", type=ServerName(), required=False)
 @click.option("--count", type=click.IntRange(1, 1000), default=1, show_default=True,
-              help="So many times.")
+              metavar="N", help="So many times.")
 @options.connection
 @options.as_json
 def ping(server: Optional[str], count: int, host: Optional[str], timeout: Optional[float],

@@ -11,10 +11,13 @@ import click
                context_settings={"ignore_unknown_options": True, "allow_interspersed_args": False})
 @click.argument("words", nargs=-1, type=click.UNPROCESSED, metavar="[OPTIONS]")
 def simulate(words: Tuple[str, ...]) -> int:
-    """Run a stand-in for the servers on loopback; --help tells its options."""
+    """Run a stand-in for the servers on loopback, over TCP and UDP, until Ctrl-C.
+
+    It prints the base port, KORVEXRPCPORT=..., that leads a script to it.
+    """
     from ..simulator.__main__ import main
 
     try:
-        return main(list(words))
+        return main(list(words), "kvrpc simulate")
     except SystemExit as end:  # that of --help, or of wrong options
         return end.code if isinstance(end.code, int) else 2

@@ -23,8 +23,9 @@ POLL_SECONDS = 0.05
 OBJECTS_BEFORE_COLLECTION = 50_000  # 700 is Python's own, and costs a tenth of a small call
 
 
-def main(arguments: Optional[List[str]] = None) -> int:
-    options = _options(arguments)
+def main(arguments: Optional[List[str]] = None,
+         program: str = "python -m kvrpc_tools.simulator") -> int:
+    options = option_parser(program).parse_args(arguments)
     try:
         interface = schema.load(options.schema)
         loop = Loop()
@@ -44,9 +45,10 @@ def main(arguments: Optional[List[str]] = None) -> int:
         loop.close()
 
 
-def _options(arguments: Optional[List[str]]) -> argparse.Namespace:
+def option_parser(program: str) -> argparse.ArgumentParser:
+    """Returns the parser of the command line, for a program of this name."""
     parser = argparse.ArgumentParser(
-        prog="python -m kvrpc_tools.simulator",
+        prog=program,
         formatter_class=argparse.RawDescriptionHelpFormatter,
         description="A stand-in on loopback for the servers, over TCP and UDP.",
         epilog=faults.described())
@@ -65,7 +67,7 @@ def _options(arguments: Optional[List[str]]) -> argparse.Namespace:
     parser.add_argument("--control", metavar="TOKEN", help=argparse.SUPPRESS)
     parser.add_argument("--run", nargs=argparse.REMAINDER, metavar="SCRIPT",
                         help="run a Python script against the servers, then stop with its code")
-    return parser.parse_args(arguments)
+    return parser
 
 
 def _fault(text: str) -> faults.Fault:
