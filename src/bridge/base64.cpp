@@ -2,8 +2,9 @@
 // on the way in, where anything may be between the characters.
 #include "bridge/base64.h"
 
-#include <cstdio>
 #include <cstdlib>
+
+#include "rpc/rpc_os.h"
 
 namespace kvrpc {
 namespace {
@@ -112,7 +113,7 @@ std::uint8_t* base64_decode(const char* text, std::size_t size, std::size_t* len
     if (value != not_in_alphabet) {
       reader.take(value);
     } else if (text[i] == '=' && !reader.pad(text[i + 1])) {
-      std::fputs("impossible quantum position.\n", stderr);
+      rpc_write_error("impossible quantum position.\n");
       std::free(bytes);
       return nullptr;
     }

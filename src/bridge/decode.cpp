@@ -1,9 +1,8 @@
 // The named converters, each over a writer that the results use as well.
 #include "bridge/decode.h"
 
-#include <cstdio>
-
 #include "bridge/value_text.h"
+#include "rpc/rpc_os.h"
 
 namespace kvrpc {
 
@@ -89,7 +88,7 @@ int json_decode_bool(text_buffer& out, int, const void* field) {
 }
 
 int json_decode_char(text_buffer&, int, const void*) {
-  std::fputs("error:  <future feature> json_decode_char called.\n", stderr);
+  rpc_write_error("error:  <future feature> json_decode_char called.\n");
   return 0;
 }
 int json_decode_u_char(text_buffer& out, int raw_text, const void* field) {

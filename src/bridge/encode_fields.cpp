@@ -1,10 +1,10 @@
 // The encoders of single fields: numbers, texts and bytes. json_encode (encode_record.cpp) chooses
 // among them by a field's type.
-#include <cstdio>
 
 #include "bridge/base64.h"
 #include "bridge/encode.h"
 #include "bridge/uc2.h"
+#include "rpc/rpc_os.h"
 
 namespace kvrpc {
 
@@ -111,7 +111,7 @@ int json_encode_bool(const json_node* node, int, void* field) {
 }
 
 int json_encode_char(const json_node*, int, void*) {
-  std::fputs("error:  <future feature> json_encode_char called.\n", stderr);
+  rpc_write_error("error:  <future feature> json_encode_char called.\n");
   return 0;
 }
 
@@ -119,7 +119,7 @@ int json_encode_u_char(const json_node* node, int raw_text, void* field) {
   return json_encode_char(node, raw_text, field);
 }
 
-void warn_of_char_array() { std::fputs("jsonxdr warning: char array\n", stderr); }
+void warn_of_char_array() { rpc_write_error("jsonxdr warning: char array\n"); }
 
 int json_encode_string(const json_node* node, int raw_text, void* field, std::uint32_t cap) {
   source_text source(node, raw_text);

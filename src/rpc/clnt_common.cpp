@@ -1,7 +1,6 @@
 #include "rpc/clnt_common.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 
 #include "rpc/auth_none.h"
@@ -17,7 +16,7 @@ CLIENT* clnt_allocate(const char* creator, const clnt_ops* operations, std::size
   }
   if (clnt == nullptr || clnt->cl_private == nullptr) {
     const std::int32_t reason = errno;
-    std::fprintf(stderr, "%s: out of memory\n", creator);
+    rpc_report("%s: out of memory\n", creator);
     if (clnt != nullptr) clnt_release(clnt);
     return clnt_create_failed(RPC_SYSTEMERROR, reason);
   }

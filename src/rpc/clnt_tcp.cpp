@@ -1,6 +1,5 @@
 #include "rpc/clnt_tcp.h"
 
-#include <cstdio>
 #include <cstring>
 
 #include "rpc/auth_none.h"
@@ -173,8 +172,8 @@ bool_t clnttcp_freeres(CLIENT* clnt, xdrproc_t results, void* result_record) {
 void clnttcp_destroy(CLIENT* clnt) {
   ct_data* ct = data_of(clnt);
   if (ct->ct_closeit && clnt_close_socket(clnt, ct->ct_sock) != 0) {
-    std::fprintf(stderr, "clnttcp_destroy: closesocket(%d) returned %d\n",
-                 static_cast<int>(ct->ct_sock), rpc_socket_errno());
+    rpc_report("clnttcp_destroy: closesocket(%d) returned %d\n", static_cast<int>(ct->ct_sock),
+               rpc_socket_errno());
   }
   XDR_DESTROY(&ct->ct_xdrs);
   clnt_release(clnt);

@@ -1,9 +1,10 @@
 #include "rpc/growing_block.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+
+#include "rpc/rpc_os.h"
 
 namespace kvrpc {
 
@@ -20,7 +21,7 @@ char* grow_block(char* block, std::uint64_t kept, std::uint64_t bytes, const cha
   void* const moved =
       bytes < SIZE_MAX ? std::realloc(block, static_cast<std::size_t>(bytes) + 1) : nullptr;
   if (moved == nullptr) {
-    std::fprintf(stderr, "%s: out of memory\n", routine);
+    rpc_report("%s: out of memory\n", routine);
     return nullptr;
   }
   char* const grown = static_cast<char*>(moved);

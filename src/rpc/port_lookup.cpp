@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 
 #include "rpc/clnt.h"
@@ -61,16 +60,14 @@ void walk_map(char* map, const char* host, std::uint16_t* base) {
   while (const char* name = take_token(&cursor, ':')) {
     const char* number = take_token(&cursor, ';');
     if (number == nullptr) {
-      std::fprintf(stderr, "bad KORVEXRPCMAP: syntax error near character %d\n",
-                   position(map, cursor));
+      rpc_report("bad KORVEXRPCMAP: syntax error near character %d\n", position(map, cursor));
       return;
     }
     if (std::strcmp(name, host) != 0) continue;
     const char* end;
     const std::int32_t value = parse_decimal(number, &end);
     if (*end != '\0') {
-      std::fprintf(stderr, "bad KORVEXRPCMAP: number expected near character %d\n",
-                   position(map, number));
+      rpc_report("bad KORVEXRPCMAP: number expected near character %d\n", position(map, number));
     }
     *base = low_half(value);
     return;
@@ -92,7 +89,7 @@ std::int32_t rpc_port_lookup(const char* host, std::uint32_t program, std::uint3
   std::uint16_t base = low_half(number);
   const environment_text map(variable::port_map);
   if (map.failed()) {
-    std::fputs("rpclib: out of memory\n", stderr);
+    rpc_write_error("rpclib: out of memory\n");
     return base;
   }
   std::int32_t offset = 0;

@@ -8,6 +8,7 @@
 #include <cstdlib>
 
 #include "rpc/clnt.h"
+#include "rpc/rpc_os.h"
 
 namespace kvrpc {
 
@@ -136,7 +137,7 @@ void append_detail(error_text* text, const rpc_err& error) {
 }
 
 // Prints "(null)" for a text that could not be built, because printf's %s would.
-void print(const char* text) { std::fputs(text == nullptr ? "(null)" : text, stderr); }
+void print(const char* text) { rpc_write_error(text == nullptr ? "(null)" : text); }
 
 }  // namespace
 

@@ -1,6 +1,7 @@
 #include "rpc/rpc_os.h"
 
 #include <cerrno>
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -31,7 +32,7 @@ rpc_lock_record* startup_lock() {
 }  // namespace
 
 void rpc_startup_failed(const char* text) {
-  std::fprintf(stderr, "%s\n", text);
+  rpc_report("%s\n", text);
   std::exit(1);
 }
 
@@ -69,6 +70,15 @@ std::uint16_t rpc_network_order(std::uint16_t port) {
   std::uint16_t ordered;
   std::memcpy(&ordered, bytes, sizeof ordered);
   return ordered;
+}
+
+void rpc_report(const char* format, ...) {
+  char text[256];
+  va_list values;
+  va_start(values, format);
+  std::vsnprintf(text, sizeof text, format, values);
+  va_end(values);
+  rpc_write_error(text);
 }
 
 void rpc_set_interrupt_hook(int (*hook)()) { interrupt_hook = hook; }

@@ -134,6 +134,14 @@ std::int32_t rpc_resolve(const char* host, rpc_address* address, std::int32_t* n
 // The number of the protocol `name`, or -1.
 std::int32_t rpc_protocol_number(const char* name);
 
+// ---- messages
+
+// Writes to the standard error stream as it is at this moment, also after the script has redirected
+// its descriptor. Changes neither errno nor the last socket error.
+void rpc_write_error(const char* text);
+// The same with a format. A message must be shorter than 256 bytes.
+[[gnu::format(printf, 1, 2)]] void rpc_report(const char* format, ...);
+
 // ---- process
 
 // Returns a copy of the environment variable as the script sees it at this moment, ended by two NUL

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -159,6 +160,12 @@ char* rpc_environment(const char* name) {
   std::memcpy(copy, value, length);
   std::memset(copy + length, 0, 2);
   return copy;
+}
+
+void rpc_write_error(const char* text) {
+  const int number = errno;
+  std::fputs(text, stderr);
+  errno = number;
 }
 
 std::uint32_t rpc_process_id() { return static_cast<std::uint32_t>(getpid()); }

@@ -82,6 +82,24 @@ char* rpc_environment(const char* name) {
   return nullptr;
 }
 
+// Not through this C runtime's stderr, which keeps the handle of its start: os.dup2 in the
+// interpreter's runtime closes that handle, and its number may become another file's. Both runtimes
+// give STD_ERROR_HANDLE the new one. Line ends are those of a text stream.
+void rpc_write_error(const char* text) {
+  const DWORD error = GetLastError();  // also the last socket error
+  const HANDLE stream = GetStdHandle(STD_ERROR_HANDLE);
+  DWORD written;
+  while (*text != '\0') {
+    const std::size_t length = std::strcspn(text, "\n");
+    WriteFile(stream, text, static_cast<DWORD>(length), &written, nullptr);
+    text += length;
+    if (*text == '\0') break;
+    WriteFile(stream, "\r\n", 2, &written, nullptr);
+    ++text;
+  }
+  SetLastError(error);
+}
+
 std::uint32_t rpc_process_id() { return GetCurrentProcessId(); }
 std::uint32_t rpc_time_seconds() { return static_cast<std::uint32_t>(std::time(nullptr)); }
 

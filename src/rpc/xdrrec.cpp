@@ -5,9 +5,9 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 
+#include "rpc/rpc_os.h"
 #include "rpc/xdrrec_stream.h"
 
 namespace kvrpc {
@@ -82,7 +82,7 @@ void xdrrec_create(XDR* xdrs, std::uint32_t send_size, std::uint32_t receive_siz
   RECSTREAM* stream = allocate_stream(adjusted_size(send_size), adjusted_size(receive_size));
   xdrs->x_private = static_cast<char*>(static_cast<void*>(stream));
   if (stream == nullptr) {
-    std::fputs("xdrrec_create: out of memory\n", stderr);
+    rpc_write_error("xdrrec_create: out of memory\n");
     xdrs->x_ops = &xdrrec_broken;
     return;
   }

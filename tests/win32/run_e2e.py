@@ -1,4 +1,5 @@
-"""Runs the end-to-end tests with the 32-bit Windows interpreter, their peers on this side.
+"""Runs the end-to-end and the regression tests with the 32-bit Windows interpreter. Their peers run
+on this side.
 
     run_e2e.py [FILE...] [PYTEST OPTION...]
 
@@ -49,8 +50,9 @@ def main(arguments):
     files = [each for each in arguments if each.endswith(".py")]
     options = [each for each in arguments if each not in files]
     shutil.rmtree(peer_starter.ERRORS, ignore_errors=True)
-    files = files or sorted(f"tests/e2e/{path.name}"
-                            for path in (ROOT / "tests" / "e2e").glob("test_*.py"))
+    files = files or sorted(f"tests/{path.parent.name}/{path.name}"
+                            for directory in ("e2e", "regression")
+                            for path in (ROOT / "tests" / directory).glob("test_*.py"))
     paths = (INSTALLED, BUILD / "packages", ROOT / "tests" / "win32")
     environment = dict(
         os.environ,
