@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import json
 import sys
-from typing import Any, Optional, Tuple
+from typing import Optional, Tuple
 
 import click
 
@@ -62,7 +62,8 @@ def call(procedure: Procedure, argument: Optional[str], members: Tuple[str, ...]
         _tell(f"call: {json.dumps({procedure.name: shown}, ensure_ascii=False)}")
         if shown == value:
             _tell(f"bytes: {sent_bytes(procedure, text).hex()}")
-    reply = _reply(procedure, host, timeout, text, value, verbose)
+    value = None  # so that a large argument is not held twice during the call
+    reply = _reply(procedure, host, timeout, text, verbose)
     if verbose > 1 and (show_secrets or not _holds_secret(reply)):
         _tell(f"reply: {reply.decode('utf-8')}")
     if raw:
@@ -72,11 +73,11 @@ def call(procedure: Procedure, argument: Optional[str], members: Tuple[str, ...]
 
 
 def _reply(procedure: Procedure, host: Optional[str], timeout: Optional[float], text: str,
-           value: Any, verbose: int) -> bytes:
+           verbose: int) -> bytes:
     attempts = _Attempts()
     transport = TimedTransport(procedure.server, host, timeout)
     try:
-        with tracing.Watch(procedure, host, value, text) as watch:
+        with tracing.Watch(procedure, host, None, text) as watch:
             watch.reply = transport.call(text, attempts, timeout)
     finally:
         transport.close()
