@@ -4,10 +4,11 @@ from __future__ import annotations
 
 import argparse
 import gc
+import math
 import signal
 import subprocess
 import sys
-from typing import List, Optional
+from typing import Callable, List, Optional
 
 from kvrpc_tools import schema
 from kvrpc_tools.simulator import faults, ports
@@ -60,6 +61,13 @@ def option_parser(program: str) -> argparse.ArgumentParser:
                         help="a schema.json to use instead of the package's own")
     parser.add_argument("--fault", type=_fault, action="append", default=[],
                         help="misbehave, see below; may be given more than once")
+    parser.add_argument("--seed", type=_number(int), default=0, metavar="N",
+                        help="begin with N more users, each with a book of addresses and jobs; "
+                             "the same N makes up the same ones")
+    parser.add_argument("--slow", type=_number(float), default=0.0, metavar="SECONDS",
+                        help="answer so much later on average, twice as much at most")
+    parser.add_argument("--loss", type=_number(float, 100), default=0.0, metavar="PERCENT",
+                        help="lose so many of the answers; over TCP, close the connection instead")
     parser.add_argument("--replay", metavar="FILE",
                         help="answer from a recording of `kvrpc trace --record FILE`")
     parser.add_argument("--log", action="store_true",
@@ -77,9 +85,27 @@ def _fault(text: str) -> faults.Fault:
         raise argparse.ArgumentTypeError(str(error)) from error
 
 
+def _number(kind: Callable[[str], float], most: float = math.inf) -> Callable[[str], float]:
+    """Returns what reads a number from 0 to `most` from the command line."""
+    def read(text: str) -> float:
+        try:
+            number = kind(text)
+        except ValueError:
+            number = -1
+        if not 0 <= number <= most or number == math.inf:
+            raise argparse.ArgumentTypeError(f"{text!r} is no number from 0 to {most:g}")
+        return number
+    return read
+
+
+def _load(options: argparse.Namespace) -> Optional[faults.Load]:
+    return faults.Load(options.slow, options.loss) if options.slow or options.loss else None
+
+
 def _serve(loop: Loop, interface: schema.Schema, options: argparse.Namespace) -> int:
     """Opens all ports and tells of them; returns the base port."""
-    simulation = Simulation(interface, options.fault, keeps_calls=options.control is not None)
+    simulation = Simulation(interface, options.fault, options.control is not None,
+                            _load(options), options.seed)
     log = _tell if options.log else None
     answers = (Replay(interface, options.replay, log) if options.replay
                else Dispatcher(interface, simulation, log))

@@ -8,6 +8,7 @@ says how many calls the fault strikes, `*` or nothing for all of them. `KINDS` h
 from __future__ import annotations
 
 import math
+import random
 from dataclasses import dataclass
 from typing import Dict, Iterable, List, NamedTuple, Optional
 
@@ -145,11 +146,31 @@ def form(name: str) -> str:
     return f"{name}[={KINDS[name].value}]" if KINDS[name].value else name
 
 
-class Faults:
-    """The faults of one run, tried in the order given."""
+class Load:
+    """Late and lost answers for load tests, the same ones in each run.
 
-    def __init__(self, faults: Iterable[Fault] = ()) -> None:
+    An answer is `slow` seconds late on average, twice as many at most. `loss` is a percentage. As
+    nothing is lost over TCP, the connection is closed there.
+    """
+
+    def __init__(self, slow: float = 0.0, loss: float = 0.0) -> None:
+        self._slow = slow
+        self._loss = loss
+        self._random = random.Random(0)
+
+    def next(self) -> Optional[Fault]:
+        """Returns what happens to the next answer."""
+        if self._loss and self._random.uniform(0, 100) < self._loss:
+            return Fault("cut", value=0)
+        return Fault("delay", value=self._random.uniform(0, 2 * self._slow)) if self._slow else None
+
+
+class Faults:
+    """The faults of one run, tried in the order given, and the load after them."""
+
+    def __init__(self, faults: Iterable[Fault] = (), load: Optional[Load] = None) -> None:
         self._faults: List[Fault] = list(faults)
+        self._load = load
 
     def add(self, fault: Fault) -> None:
         """Adds a fault, after those that are there."""
@@ -160,4 +181,4 @@ class Faults:
         for fault in self._faults:
             if kind in (None, fault.kind) and fault.strikes(procedure):
                 return fault
-        return None
+        return self._load.next() if self._load and not kind and procedure != PORTMAPPER else None

@@ -66,7 +66,10 @@ def _bound(kind: int, port: int) -> socket.socket:
         elif kind == socket.SOCK_STREAM:
             sock.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
         sock.bind((LOOPBACK, port))
-    except OSError:
+    except OverflowError:
         sock.close()
-        raise
+        raise OSError(f"{LOOPBACK} has no port {port}") from None
+    except OSError as error:
+        sock.close()
+        raise OSError(error.errno, f"port {port} of {LOOPBACK}: {error.strerror}") from error
     return sock

@@ -13,7 +13,8 @@ from dataclasses import replace
 from typing import Any, Callable, Dict, FrozenSet, Iterable, List, NamedTuple, Optional, Tuple
 
 from kvrpc_tools.schema import Schema, WireType
-from kvrpc_tools.simulator.faults import Fault, Faults
+from kvrpc_tools.simulator.faults import Fault, Faults, Load
+from kvrpc_tools.simulator.population import populate
 from kvrpc_tools.simulator.state import Installation
 
 Maker = Callable[[Any], Any]
@@ -80,21 +81,24 @@ def as_decoded(schema: Schema, wire: WireType, value: Any) -> Any:
 
 
 class Simulation:
-    """What all servers of one installation share."""
+    """What all servers of one installation share. It begins with so many made-up `users`."""
 
-    def __init__(self, schema: Schema, faults: Iterable[Fault] = (),
-                 keeps_calls: bool = False) -> None:
+    def __init__(self, schema: Schema, faults: Iterable[Fault] = (), keeps_calls: bool = False,
+                 load: Optional[Load] = None, users: int = 0) -> None:
         self._schema = schema
         self._first_faults = list(faults)
         self.keeps_calls = keeps_calls
+        self._load = load
+        self._users = users
         self.reset()
 
     def reset(self) -> None:
         """Makes the installation, its clock and all that a test has prepared new."""
         self.clock = Clock()
         self.installation = Installation(self._schema, self.clock)
+        populate(self._schema, self.installation, self._users)
         self.answers = Answers()
-        self.faults = Faults(replace(fault) for fault in self._first_faults)
+        self.faults = Faults((replace(fault) for fault in self._first_faults), self._load)
         self.calls: List[Tuple[Any, ...]] = []  # as CallRecord has them
         self.allowed: Optional[FrozenSet[str]] = None
 

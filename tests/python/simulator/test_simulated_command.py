@@ -6,13 +6,14 @@ import socket
 import subprocess
 import sys
 import textwrap
+import time
 
 import pytest
 
 from kvrpc_tools.simulator.fixture import running
 from kvrpc_tools.simulator.transport import LOOPBACK
 from kvrpc_tools.simulator.xdr import Reader, Writer
-from tests.python.simulator.client import Client
+from tests.python.simulator.client import Client, Unanswered
 
 ALPHA, OMEGA = 16011967, 16011931
 
@@ -85,6 +86,35 @@ def test_a_base_port_can_be_chosen(schema, simulator):
     refused = command("--port", str(taken))
     assert refused.returncode == 1
     assert refused.stderr.startswith("simulator: ")
+    assert f"port {taken} of 127.0.0.1" in refused.stderr
+
+
+@pytest.mark.parametrize("options", [["--port", "70000"], ["--portmapper", "70000"]])
+def test_a_port_that_cannot_be_is_named(options):
+    refused = command(*options)
+    assert (refused.returncode, refused.stderr) == (
+        1, "simulator: 127.0.0.1 has no port 70000\n")
+
+
+@pytest.mark.parametrize("options", [
+    ["--seed", "-1"], ["--seed", "x"], ["--slow", "inf"], ["--loss", "101"], ["--slow", "-0.1"]])
+def test_a_number_that_makes_no_sense_is_refused(options):
+    refused = command(*options)
+    assert refused.returncode == 2
+    assert f"argument {options[0]}: {options[1]!r} is no number from 0" in refused.stderr
+
+
+def test_answers_are_late_and_lost_as_often_as_asked(schema):
+    with running("--slow", "0.02", "--loss", "50") as simulator:
+        client = Client(schema, simulator.port)
+        start, lost = time.monotonic(), 0
+        for _ in range(40):
+            try:
+                client.call("l_version_1")
+            except Unanswered:
+                lost += 1
+        assert 8 <= lost <= 32
+        assert time.monotonic() - start >= 0.02 * 8 / 2
 
 
 def test_without_an_interface_it_says_what_is_missing(tmp_path):

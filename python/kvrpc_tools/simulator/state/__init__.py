@@ -63,6 +63,7 @@ class Installation:
             if name not in self._kept:
                 raise ValueError(f"there is no {name}, but {', '.join(self._kept)}")
             keeping.load(self._kept[name], kept)
+        self._jobs.look_again()
 
     def is_running(self, server: str) -> bool:
         return self._processes.is_running(server)

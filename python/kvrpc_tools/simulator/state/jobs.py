@@ -7,6 +7,7 @@ compartment of sent documents, under its own number.
 
 from __future__ import annotations
 
+import math
 from typing import Any, Callable, Dict, List, Optional
 
 from kvrpc_tools.simulator.state.documents import POOL, SENT, Documents
@@ -42,6 +43,7 @@ class Jobs:
         self._now = now
         self._jobs: Dict[int, Row] = {}
         self._due: Dict[int, float] = {}
+        self._earliest = 0.0  # no job is due before; 0 if that is not known
 
     def handlers(self) -> Dict[str, Handler]:
         return {
@@ -64,13 +66,20 @@ class Jobs:
         }
 
     def advance(self) -> None:
-        """Brings every job to where it stands by now."""
+        """Brings every job to the state that it has by now."""
+        if self._now() < self._earliest:
+            return
         for faxid, due in list(self._due.items()):
             job = self._jobs[faxid]
             if job["status"] == QUEUED and self._now() >= due:
                 self._dial(faxid, job, due)
             if job["status"] == SENDING and self._now() >= self._due[faxid]:
                 self._finish(faxid, job)
+        self._earliest = min(self._due.values(), default=math.inf)
+
+    def look_again(self) -> None:
+        """Forgets what was known of the jobs, because others were loaded."""
+        self._earliest = 0.0
 
     # ---- the road of a job
 
@@ -100,6 +109,7 @@ class Jobs:
         start = max(self._now() + QUEUE_SECONDS, float(job["sollzeit"]))
         job["status"], job["nextzeit"] = QUEUED, int(start)
         self._due[job["faxid"]] = start
+        self._earliest = min(self._earliest, start)
 
     def _dial(self, faxid: int, job: Row, start: float) -> None:
         job["istrepc"] += 1
