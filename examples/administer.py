@@ -46,16 +46,19 @@ def change_lines(omega: Server, alpha: Server) -> None:
             "localtsi": "+49 30 5550102", "comment": "Leitung 2", "csi": "BEISPIEL"}
     error = omega.call("o_put_faxl_new_1", {"selection": 1, "v1": line})
     print(f"line fax2 added: error {error}")
-    omega.call("o_put_route_1", {"routeid": "eingang2", "comment": "an Weber", "lineid": "fax2",
-                                 "alphaid": HOST, "userid": "weber"})
+    route = {"routeid": "eingang2", "comment": "an Weber", "lineid": "fax2", "alphaid": HOST,
+             "userid": "weber"}
+    omega.call("o_put_route_new_1", {"selection": 1, "v1": route})
     print_lines(omega)
-    target = alpha.call("a_apply_route_1", {"lineid": "fax2", "absender": "Werft Nord"})
+    asked = {"lineid": "fax2", "absender": "Werft Nord", "outselection": 1}
+    target = alpha.call("a_apply_route_new_1", {"selection": 2, "v2": asked})["v1"]
     print(f"a fax on fax2 goes to {target['userid']}")
 
 
 def clean_up(omega: Server) -> None:
-    omega.call("o_del_route_1", "eingang2")
-    print("line fax2 deleted:", omega.call("o_del_faxl_1", "fax2"))
+    omega.call("o_del_route_new_1", {"selection": 0, "v0": {"routeid": "eingang2"}})
+    error = omega.call("o_del_faxl_new_1", {"selection": 0, "v0": {"lineid": "fax2"}})
+    print(f"line fax2 deleted: error {error}")
     gone = omega.call("o_del_user_1", {"alphaid": HOST, "userid": "weber"})
     print("user weber deleted:", gone)
 
