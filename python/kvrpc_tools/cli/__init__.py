@@ -3,6 +3,7 @@
     app         the commands together, errors and exit codes
     names       procedures, records and servers by the names that people type
     options     the options that several commands share
+    reaching    where a call went that has failed
     values      arguments from text, and results to text
     listing, describing, calling, pinging, decoding, exporting, watching, tracing, simulating,
     documents   the commands, one each
@@ -21,9 +22,7 @@ def main(arguments: Optional[Sequence[str]] = None) -> int:
     """Runs the command line and returns its exit code."""
     words = sys.argv[1:] if arguments is None else list(arguments)
     if words == ["--version"]:
-        from importlib import metadata
-
-        print(f"kvrpc {metadata.version('kvrpc')}")
+        print(f"kvrpc {_version()}")
         return 0
     if any(find_spec(name) is None for name in NEEDED):
         print('kvrpc: the command line needs click and rich; run: pip install "kvrpc[cli]"',
@@ -32,3 +31,12 @@ def main(arguments: Optional[Sequence[str]] = None) -> int:
     from .app import run
 
     return run(words)
+
+
+def _version() -> str:
+    from importlib import metadata
+
+    try:
+        return metadata.version("kvrpc")
+    except metadata.PackageNotFoundError:
+        return "from a tree that is not installed"

@@ -12,6 +12,7 @@ import click
 
 from ..blocks import BlockError
 from ..errors import ArgumentError, CallError, ConnectError, KvrpcError
+from .reaching import place_of
 
 FAILED, USAGE, NO_ANSWER, BY_STATUS, CTRL_C, CLOSED_PIPE = 1, 2, 3, 64, 130, 141
 
@@ -146,6 +147,7 @@ def _told(error: Exception) -> Tuple[int, Dict[str, Any]]:
         return USAGE, told
     if isinstance(error, ArgumentError) and error.problems:
         return USAGE, told
+    told.update(place_of(error))
     if isinstance(error, CallError):
         return BY_STATUS + error.status, {**told, "status": error.status}
     if isinstance(error, ConnectError):
@@ -158,4 +160,8 @@ def _print_error(code: int, told: Dict[str, Any], as_json: bool) -> None:
     if as_json:
         print(json.dumps({**told, "exit_code": code}, ensure_ascii=False), file=sys.stderr)
     else:
-        print("kvrpc: " + " ".join(str(told["message"]).split()), file=sys.stderr)
+        line = " ".join(str(told["message"]).split())
+        if told["error"] != "ConnectError" and "server" in told:  # its message has the place
+            line += (f"; {told['server']} on {told['host']} (port {told['port'] or 'unknown'}, "
+                     f"{told['transport']}): {told['advice']}")
+        print(f"kvrpc: {line}", file=sys.stderr)

@@ -15,6 +15,7 @@ from ..schema import SECRETS, Procedure
 from . import options
 from .catching import sent_bytes
 from .names import PROCEDURE
+from .reaching import reaching
 from .values import argument_of, write_json
 
 
@@ -63,13 +64,16 @@ def call(procedure: Procedure, argument: Optional[str], members: Tuple[str, ...]
         if shown == value:
             _tell(f"bytes: {sent_bytes(procedure, text).hex()}")
     value = None  # so that a large argument is not held twice during the call
-    reply = _reply(procedure, host, timeout, text, verbose)
+    with reaching(procedure.server, host):
+        reply = _reply(procedure, host, timeout, text, verbose)
     if verbose > 1 and (show_secrets or not _holds_secret(reply)):
         _tell(f"reply: {reply.decode('utf-8')}")
     if raw:
         click.echo(reply)
     if not raw or tracing.status_of(reply) != 0:
-        write_json(way.result(reply), sys.stdout)
+        with reaching(procedure.server, host):
+            result = way.result(reply)
+        write_json(result, sys.stdout)
 
 
 def _reply(procedure: Procedure, host: Optional[str], timeout: Optional[float], text: str,

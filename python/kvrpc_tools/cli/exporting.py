@@ -16,6 +16,7 @@ from ..conversion import conversion
 from ..schema import Procedure, WireType, own
 from . import options
 from .names import PROCEDURE
+from .reaching import reaching
 from .values import argument_of
 
 _SHOWN_EVERY = 256  # entries between two updates of the progress bar
@@ -45,7 +46,8 @@ def export(procedure: Procedure, argument: Optional[str], members: Tuple[str, ..
     """
     value = argument_of(argument, members, procedure.argument)
     make = getattr(clients, procedure.server.title())
-    with make(host, timeout=timeout) as connected, _progress(output) as shown:
+    with reaching(procedure.server, host), make(host, timeout=timeout) as connected, \
+            _progress(output) as shown:
         entries = shown(_entries(connected, procedure, value, step))
         if kind == "csv":
             node = _node_type(procedure)

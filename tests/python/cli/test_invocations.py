@@ -153,12 +153,14 @@ def test_with_a_server(kvrpc, simulator, words, code, out, err, stdin):
 
 # The peer misbehaves: what it does, the words, the exit code, the pattern of the error.
 LYING = [
-    ([], "call l_get_status --timeout 0.3", 3, r"kvrpc: no answer within 0\.3 s\n"),
+    ([], "call l_get_status --timeout 0.3", 3,
+     r"kvrpc: no answer within 0\.3 s; lambda on 127\.0\.0\.1 \(port \d+, tcp\): is it busy, .*\n"),
     ([], "--json call l_get_status --timeout 0.3", 3,
-     r'{"error": "TimeoutError", .*"exit_code": 3}\n'),
+     r'{"error": "TimeoutError", .*"server": "lambda", "host": .*"exit_code": 3}\n'),
     ([], "ping lambda --timeout 0.3", 3, r"kvrpc: lambda on 127\.0\.0\.1, port \d+, tcp: .*\n"),
     ({"reply": messages.auth_error(5)}, "call l_get_status", 67,
-     r"kvrpc: l_get_status_1: rpc_call: .*\(re_status 7\).*\n"),
+     r"kvrpc: l_get_status_1: rpc_call: .*\(re_status 7\).*; lambda on 127\.0\.0\.1 "
+     r".*credentials.*\n"),
     ({"reply": messages.accepted(messages.PROC_UNAVAIL)}, "call l_get_status", 67, r"kvrpc: .*\n"),
     ({"cut": 8, "then": "close"}, "call l_get_status --json", 67,
      r'{"error": "RpcError", .*"status": 3, "exit_code": 67}\n'),
