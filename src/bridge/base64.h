@@ -20,6 +20,8 @@ constexpr std::size_t base64_text_size(std::size_t size) {
 // Writes the text for `size` bytes to `out`, without a NUL, and returns its end.
 char* base64_encode_to(char* out, const void* bytes, std::size_t size);
 
+// Surface: replies are written with base64_encode_to.
+//
 // Returns the text with its NUL, or null if memory is out. `reserved_out` may be null; it receives
 // the size that was reserved, which is more than the text's length.
 char* base64_encode(const void* bytes, std::size_t size, std::size_t* reserved_out);

@@ -17,6 +17,7 @@ namespace kvrpc {
 
 // ---- scalars
 
+// Surface: for callers that hold a record.
 int json_decode_void(text_buffer& out, int raw_text, const void* field);
 int json_decode_int(text_buffer& out, int raw_text, const void* field);
 int json_decode_u_int(text_buffer& out, int raw_text, const void* field);
@@ -35,6 +36,7 @@ int json_decode_u_char(text_buffer& out, int raw_text, const void* field);
 
 // ---- texts and bytes
 
+// Surface: for callers that hold a record.
 int json_decode_string(text_buffer& out, int raw_text, const void* field);
 int json_decode_text_block(text_buffer& out, int raw_text, const void* block);
 // `text` is the text itself. It ends at its NUL or, without one, at `end`.
@@ -52,6 +54,7 @@ inline bool is_char_decoder(json_decoder elem) {
   return elem == json_decode_char || elem == json_decode_u_char;
 }
 
+// Surface: for callers that hold a record.
 // An inline array of `count` elements; a text up to `end` if `elem` is a char converter.
 int json_decode_vector(text_buffer& out, int raw_text, const char* base, std::uint32_t count,
                        std::uint32_t size, json_decoder elem, const char* end);

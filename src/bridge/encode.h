@@ -31,6 +31,7 @@ int json_encode_record(const json_node* node, int raw_text, void* base, const re
 
 // ---- scalars
 
+// Surface: the interface has no float, double, enum, u_int or u_short.
 int json_encode_void(const json_node* node, int raw_text, void* field);
 int json_encode_int(const json_node* node, int raw_text, void* field);      // int32_t
 int json_encode_u_int(const json_node* node, int raw_text, void* field);    // uint32_t

@@ -30,6 +30,7 @@ using verify_function = int (*)(const char* name, void* context);
 
 // Runs one call of `text` on the server `which`. Null when memory ran out (status 7) or the name
 // has no dispatcher (`status` stays as it was). `verify` may be null.
+// Surface: the module passes a buffer of its own.
 char* server_call(CLIENT* clnt, const char* which, const char* text, int* status,
                   verify_function verify, void* context);
 // The same with the reply text in an empty buffer of the caller's; false where there is none.

@@ -32,6 +32,7 @@ enum iso_modifier : int {
 // Also returns 0 for a bad sequence, whose unit is U+FFFD. Moves the index in both cases, by at
 // least 1. For example, "\xE2\x82" followed by "a" moves it by 2, so that the "a" is read next.
 int utf8_to_uc2(const char* text, std::size_t* index, std::uint16_t* unit);
+// Surface: the module converts whole texts.
 int uc2_to_iso(std::uint16_t unit, char* iso, int* mod);
 int utf8_to_iso(const char* text, std::size_t* index, char* iso, int* mod);
 int iso_to_uc2(char iso, std::uint16_t* unit);
@@ -39,6 +40,7 @@ int iso_to_uc2(char iso, std::uint16_t* unit);
 // These two return the number of bytes written before the NUL, or a negative number if the value
 // has no form. `buffer` must have room for 5 bytes.
 int uc2_to_utf8(std::uint32_t value, char* buffer);
+// Surface: as above.
 int iso_to_utf8(const char* iso, char* buffer);
 
 // ---- whole texts
@@ -48,21 +50,25 @@ int iso_to_utf8(const char* iso, char* buffer);
 // drops what it would have replaced.
 char* utf8string_to_iso(const char* utf8string, char* buffer, std::size_t size,
                         const char* replacement);
-// Shortens a replacement of more than one byte to one byte, in the caller's memory.
+// Surface: arguments are converted in place. Shortens a replacement of more than one byte to one
+// byte, in the caller's memory.
 char* utf8string_to_iso_alloc(const char* text, char* replacement);
 
 char* isostring_to_utf8(const char* text, char* buffer, std::size_t size);
 // Returns the size of the UTF-8 form, its NUL included, or 0 for null.
 std::size_t isostring_utf8_size(const char* text);
+// Surface: replies are converted in place.
 char* isostring_to_utf8_alloc(const char* text);
 
 // `size` counts units. The array ends with a zero unit.
 std::uint16_t* isostring_to_uc2(const char* text, std::uint16_t* array, std::size_t size);
+// Surface: no caller in the module.
 std::uint16_t* isostring_to_uc2_alloc(const char* text);
 
 char* uc2array_to_iso(const std::uint16_t* array, std::size_t count, char* buffer, std::size_t size,
                       const char* replacement);
 // Shortens the replacement as utf8string_to_iso_alloc does.
+// Surface: no caller in the module.
 char* uc2array_to_iso_alloc(const std::uint16_t* array, std::size_t count, char* replacement);
 
 }  // namespace kvrpc

@@ -38,6 +38,7 @@ class setting {
   const char* text_;
 };
 
+// Surface: the module takes the hosts of alpha and omega from their rows of rpc/servers.h.
 setting rpc_transport();
 setting default_host();
 setting alpha_host();

@@ -47,6 +47,8 @@ struct json_allocator {
   void (*release)(void* block);
 };
 
+// Surface: the module keeps the standard runtime's functions.
+//
 // Replaces the hooks. Null, or a null member, selects the standard runtime's function.
 void json_set_hooks(const json_allocator* hooks);
 // Returns the hooks in force.
@@ -59,11 +61,12 @@ char* json_strdup(const char* text);
 // Releases `node` and everything below it. Leaves its siblings alone and does not unlink it from a
 // parent: use json_delete_at or json_delete_member for a child. Null is allowed.
 void json_delete(json_node* node);
-// Returns a deep copy without siblings, or null.
+// Surface: the module copies no tree. Returns a deep copy without siblings, or null.
 json_node* json_duplicate(const json_node* node);
 
 // Constructors. Each returns a node without a parent, or null if memory is out. A number gets only
 // the field that it is made from: json_new_integer(5) has `number` 0, and a parsed 5 has both.
+// Surface: the module makes no tree of its own.
 json_node* json_new_null();
 json_node* json_new_true();
 json_node* json_new_false();
@@ -89,6 +92,7 @@ json_node* json_find(const json_node* container, const char* key);
 // added is still the caller's.
 int json_add_item(json_node* container, json_node* item);
 int json_add_member(json_node* object, const char* key, json_node* item);
+// Surface: the module changes no tree.
 int json_delete_at(json_node* container, std::uint32_t index);
 int json_delete_member(json_node* object, const char* key);
 json_node* json_detach_at(json_node* container, std::uint32_t index);
@@ -99,12 +103,14 @@ int json_replace_member(json_node* object, const char* key, json_node* item);
 void json_unlink(json_node* container, json_node* node);
 json_node* json_link(json_node* earlier, json_node* later);
 
-// Returns the root of the first value in `text`, or null. Ignores what follows that value. For
+// Surface: the module parses to a json_document. Returns the root of the first value in `text`, or
+// null. Ignores what follows that value. For
 // example, `{"a":1} tail` gives the object.
 json_node* json_parse(const char* text);
 
 // Return the text of a tree, which the caller gives back to the release hook, or null. json_print
 // gives the compact form.
+// Surface: the module writes its replies without a tree.
 char* json_print(const json_node* node);
 char* json_print_pretty(const json_node* node);
 

@@ -87,7 +87,7 @@ const char* auth_errmsg(std::int32_t why);
 // "rpc_call: RPC: Unable to send- Error 10054\n".
 const char* clnt_sperror(CLIENT* clnt, const char* prefix);
 const char* clnt_spcreateerror(const char* prefix);
-// Print the same texts on stderr.
+// Surface: the module prints none of them. They print the same texts on stderr.
 void clnt_perrno(std::int32_t status);
 void clnt_perror(CLIENT* clnt, const char* prefix);
 void clnt_pcreateerror(const char* prefix);

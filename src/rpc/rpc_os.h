@@ -19,6 +19,7 @@ namespace kvrpc {
 // Starts the socket layer and makes the process's locks, once. A failure ends the process with
 // exit code 1 after its message.
 void rpc_startup();
+// Surface: the module never stops the socket layer, because it is never unloaded.
 void rpc_shutdown();
 
 // Guards name resolution; both do nothing before rpc_startup.
@@ -94,10 +95,8 @@ std::int32_t rpc_socket_close(rpc_socket sock);            // 0 or -1; closed in
 // Connects, without a time limit of its own. Returns 0 or -1.
 std::int32_t rpc_socket_connect(rpc_socket sock, const rpc_address* address);
 
-// Returns 1 when a read will not block (it may fail), 0 at `deadline`, or -1. A signal ends it
-// early with RPC_EINTR; the caller then waits for the same deadline again.
-std::int32_t rpc_socket_wait(rpc_socket sock, std::int64_t deadline);
-// The same for a span of time that starts now, going on after RPC_EINTR.
+// Waits for up to `span`. Returns 1 when a read will not block (it may fail), 0 at the deadline, or
+// -1.
 std::int32_t rpc_socket_await(rpc_socket sock, rpc_timeval span);
 
 // Prepares a stream socket so that a receive can be the wait as well, which saves a system call.

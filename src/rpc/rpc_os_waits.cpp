@@ -74,10 +74,6 @@ std::int32_t rpc_socket_connect(rpc_socket sock, const rpc_address* address) {
   return 0;
 }
 
-std::int32_t rpc_socket_wait(rpc_socket sock, std::int64_t deadline) {
-  return wait(sock, rpc_direction::input, deadline);
-}
-
 std::int32_t rpc_socket_await(rpc_socket sock, rpc_timeval span) {
   return wait_through_signals(sock, rpc_direction::input, rpc_clock() + microseconds(span));
 }

@@ -122,6 +122,7 @@ struct xdr_discrim {
 // bytes or elements arrive: a length that the stream cannot fill costs little more than what came.
 // xdr_string sends a null text as an empty one. When xdr_array fails half way, `*count` is lowered
 // to the elements that the block holds, those that did not arrive being zero.
+// Surface: the interface has no netobj, xdr_array or xdr_pointer; record_xdr walks its tables.
 bool_t xdr_opaque(XDR* xdrs, char* data, std::uint32_t count);
 bool_t xdr_bytes(XDR* xdrs, char** data, std::uint32_t* size, std::uint32_t maximum);
 bool_t xdr_netobj(XDR* xdrs, void* object, std::uint32_t limit = LASTUNSIGNED);  // netobj

@@ -47,6 +47,7 @@ bool_t xdrrec_skiprecord(XDR* xdrs);
 
 // Skips to the end of the current record. Returns TRUE if nothing is buffered after it, or if the
 // input failed.
+// Surface: no transport asks.
 bool_t xdrrec_eof(XDR* xdrs);
 
 }  // namespace kvrpc

@@ -108,6 +108,47 @@ def test_headers_that_include_each_other_are_found(tree):
         assert f"src/json/{name}.h: includes itself, by way of others\n" in result.stdout
 
 
+@pytest.fixture
+def build(tmp_path):
+    """Compiles src/a.cpp as the objects of a build, and runs check-callers on them."""
+    def check(header, source):
+        write(tmp_path, "src/a.h", header)
+        path = write(tmp_path, "src/a.cpp", '#include "a.h"\n' + source)
+        objects = tmp_path / "build" / "CMakeFiles" / "kvrpc_a.dir"
+        objects.mkdir(parents=True, exist_ok=True)
+        subprocess.run(["g++", "-fPIC", "-c", path, "-o", objects / "a.o"], check=True)
+        result = subprocess.run([sys.executable, str(TOOLS / "check-callers"),
+                                 str(tmp_path / "build"), str(tmp_path / "src")],
+                                stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+        return result.returncode, result.stdout
+    return check
+
+
+def test_a_function_without_a_caller_is_found(build):
+    source = "int called() { return 1; }\nint alone() { return called(); }\n"
+    assert build("int called();\nint alone();\n", source) == (
+        1, "alone: has no caller, and no header marks it as surface\n")
+    assert build("int called();\n\n// Surface: why.\nint alone();\n", source) == (0, "")
+    # A comment that names it does not mark it.
+    assert build("// Surface: not alone().\nint called();\n\nint alone();\n", source)[0] == 1
+
+
+def test_a_function_in_a_table_has_a_caller(build):
+    assert build("int alone();\n", "int alone() { return 1; }\nint (*table[])() = {alone};\n") == (
+        0, "")
+
+
+def test_a_surface_that_has_callers_is_found(build):
+    source = "int called() { return 1; }\nint (*table[])() = {called};\n"
+    returncode, text = build("// Surface: why.\nint called();\n", source)
+    assert (returncode, text) == (
+        1, "src/a.h: marked as surface, but each has a caller: called\n")
+
+
+def test_a_build_without_objects_counts_as_unchecked(tmp_path):
+    assert run("check-callers", tmp_path).returncode == 1
+
+
 def test_a_tree_without_includes_counts_as_unchecked(tmp_path):
     assert run("check-includes", tmp_path).returncode == 1
 

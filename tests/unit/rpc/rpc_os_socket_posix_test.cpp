@@ -27,13 +27,6 @@ TEST(socket_wait, is_not_prolonged_by_signals) {
   EXPECT_GE(signal_storm::arrived(), 5);
 }
 
-TEST(socket_wait, reports_a_signal_as_the_value_4) {
-  const descriptor sock(bound_socket(SOCK_DGRAM));
-  const signal_storm storm;
-  EXPECT_EQ(rpc_socket_wait(sock.get(), rpc_clock() + 5000000), -1);
-  EXPECT_EQ(rpc_socket_errno(), 4);
-}
-
 TEST(socket_wait, takes_descriptors_above_a_thousand) {
   rlimit limit;
   ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
