@@ -1,3 +1,4 @@
+// The one AUTH of the process. The 16 bytes that every call carries are encoded once.
 #include "rpc/auth_none.h"
 
 #include <cstdlib>
@@ -10,7 +11,7 @@ constexpr std::uint32_t MAX_MARSHAL_SIZE = 20;
 struct authnone_private {
   AUTH no_client;
   char marshalled_client[MAX_MARSHAL_SIZE];
-  std::uint32_t mcnt;  // bytes of it, 0 until they are built
+  std::uint32_t mcnt;  // size of marshalled_client, 0 until it is built
 };
 
 authnone_private* authnone = nullptr;
@@ -28,7 +29,7 @@ constexpr auth_ops authnone_ops = {
     [](AUTH*) {},
 };
 
-// The bytes that every call carries.
+// Encodes the bytes that every call carries.
 void marshal(authnone_private* self) {
   XDR stream;
   xdrmem_create(&stream, self->marshalled_client, MAX_MARSHAL_SIZE, XDR_ENCODE);

@@ -1,8 +1,8 @@
 // Authentication: the one flavour there is, AUTH_NONE, 16 zero bytes of credential and verifier.
 //
-// Every client of the process shares one AUTH, built by the first authnone_create and never
-// released. It is null when memory was short; the operations below then fail like any other
-// operation, so a handle may carry the null and be called.
+// All handles of the process share one AUTH, which the first authnone_create allocates and nobody
+// releases. Without memory it is null. The operations below then fail, so a handle may have a null
+// AUTH and be called.
 #pragma once
 
 #include <cstdint>
@@ -30,18 +30,19 @@ struct AUTH {
   void* ah_private;
 };
 
-// The shared AUTH, or null without memory; a later attempt may then succeed.
+// Returns the shared AUTH, or null without memory. A later call may then succeed.
 AUTH* authnone_create();
 
 // Writes credential and verifier.
 inline bool_t AUTH_MARSHALL(AUTH* auth, XDR* xdrs) {
   return auth == nullptr ? FALSE : auth->ah_ops->ah_marshal(auth, xdrs);
 }
-// Whether the server's verifier is good; with AUTH_NONE every one is.
+// Returns TRUE if the server's verifier is good. With AUTH_NONE, every verifier is.
 inline bool_t AUTH_VALIDATE(AUTH* auth, const opaque_auth* verifier) {
   return auth == nullptr ? FALSE : auth->ah_ops->ah_validate(auth, verifier);
 }
-// Whether a refused credential was renewed and the call is worth another try; never here.
+// Returns TRUE if a refused credential was renewed, so that the call is worth another try.
+// AUTH_NONE renews nothing.
 inline bool_t AUTH_REFRESH(AUTH* auth) {
   return auth == nullptr ? FALSE : auth->ah_ops->ah_refresh(auth);
 }

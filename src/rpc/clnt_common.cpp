@@ -1,3 +1,5 @@
+// What the two transports share. Separate from clnt.cpp, because it knows messages, authentication
+// and the portmapper, which a handle does not.
 #include "rpc/clnt_common.h"
 
 #include <cerrno>
@@ -63,8 +65,8 @@ void clnt_expect_reply(rpc_msg* reply, xdrproc_t results, void* result_record) {
   reply->rm_reply.rp_acpt.ar_results = {result_record, results};
 }
 
-// A denied reply lies where the verifier would be. A reply that did not get as far as its status
-// still has the one that clnt_expect_reply set, and the empty verifier.
+// A denied reply overlays the verifier, so there is none to release. A reply whose decoding failed
+// before its status still has the status and the empty verifier that clnt_expect_reply set.
 void clnt_release_verifier(rpc_msg* reply) {
   if (reply->rm_reply.rp_stat == MSG_ACCEPTED) {
     xdr_free(xdr_opaque_auth, &reply->rm_reply.rp_acpt.ar_verf);

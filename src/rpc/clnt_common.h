@@ -14,8 +14,9 @@ namespace kvrpc {
 
 constexpr std::uint32_t CALL_HEADER_SIZE = 20;
 
-// A handle with its lock, the shared AUTH, and a zero-filled private record of `private_size`
-// bytes; or null, after "<creator>: out of memory" and with the reason in rpc_createerr.
+// Returns a handle with its lock, the shared AUTH and a zero-filled private record of
+// `private_size` bytes. Without memory, writes "<creator>: out of memory" to stderr and returns
+// null with the reason in rpc_createerr.
 CLIENT* clnt_allocate(const char* creator, const clnt_ops* operations, std::size_t private_size);
 // Releases what clnt_allocate made.
 void clnt_release(CLIENT* clnt);
@@ -35,7 +36,7 @@ bool clnt_write_header(char* buffer, std::uint32_t size, std::uint32_t program,
 
 // Prepares a message for xdr_replymsg, which will run `results` on `result_record` for a success.
 void clnt_expect_reply(rpc_msg* reply, xdrproc_t results, void* result_record);
-// Releases the verifier that a decoded reply brought, also one that was decoded half way.
+// Releases the verifier of a decoded reply, even if decoding failed half way.
 void clnt_release_verifier(rpc_msg* reply);
 
 }  // namespace kvrpc

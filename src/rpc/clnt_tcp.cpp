@@ -1,3 +1,5 @@
+// The TCP transport. A call is one record; a reply is read from the stream of records, and records
+// that are no reply to this call are skipped.
 #include "rpc/clnt_tcp.h"
 
 #include <cstring>
@@ -72,7 +74,7 @@ std::int32_t writetcp(void* tcp_handle, char* bytes, std::int32_t length) {
 
 // ---- a call
 
-// Moves on to the next transaction id and returns it in the host's order.
+// Advances the transaction id. Returns it in the host's order.
 std::uint32_t next_id(char* header) {
   auto* bytes = reinterpret_cast<unsigned char*>(header);
   for (std::int32_t i = 0; i < 4; ++i) {
@@ -82,8 +84,8 @@ std::uint32_t next_id(char* header) {
          std::uint32_t{bytes[2]} << 8 | bytes[3];
 }
 
-// Writes the call and ends its record; an incomplete one goes out as well, so that the next call
-// starts with a record of its own.
+// Writes the call and ends its record. Ends an incomplete record as well, because the next call
+// must start with a record of its own.
 bool send_call(CLIENT* clnt, std::uint32_t procedure, xdrproc_t arguments, void* argument_record,
                bool send_now) {
   ct_data* ct = data_of(clnt);
@@ -100,8 +102,8 @@ bool send_call(CLIENT* clnt, std::uint32_t procedure, xdrproc_t arguments, void*
   return false;
 }
 
-// Reads replies until the one with this id stands in `reply`, up to its results. Others, and those
-// that do not decode, are dropped.
+// Reads replies until the one with this id has come, and decodes it to `reply`, up to its results.
+// Drops every other reply and every one that does not decode. Returns false after an input failure.
 bool await_reply(ct_data* ct, std::uint32_t id, rpc_msg* reply) {
   for (;;) {
     clnt_expect_reply(reply, xdr_void, nullptr);
@@ -202,7 +204,7 @@ constexpr clnt_ops tcp_ops = {clnttcp_call,    clnttcp_abort,   clnttcp_geterr,
 
 // ---- creation
 
-// Connects a new socket where the caller gave none.
+// Connects a new socket if the caller gave none. Returns false with the reason in rpc_createerr.
 bool open_connection(CLIENT* clnt, const rpc_address* address, rpc_socket* sock) {
   if (*sock >= 0) return true;
   *sock = rpc_socket_open(RPC_STREAM, RPC_TCP);

@@ -1,3 +1,4 @@
+// The UDP transport. A call is one datagram, which is sent again until its reply has come.
 #include "rpc/clnt_udp.h"
 
 #include <cstring>
@@ -12,7 +13,8 @@ namespace {
 
 constexpr std::int32_t id_size = 4;
 
-// In one block with both buffers: the input buffer behind the record, the output buffer behind it.
+// Allocated together with both buffers. In memory: this record, the input buffer, the output
+// buffer.
 struct cu_data {
   rpc_socket cu_sock;
   bool cu_closeit;  // the socket is the handle's own
@@ -22,7 +24,7 @@ struct cu_data {
   rpc_timeval cu_total;  // tv_usec -1: not set, the timeout of a call counts
   rpc_err cu_error;      // outcome of the last call
   XDR cu_outxdrs;
-  std::uint32_t cu_xdrpos;  // behind the header
+  std::uint32_t cu_xdrpos;  // size of the header
   std::uint32_t cu_sendsz;
   char* cu_outbuf;
   std::uint32_t cu_recvsz;
@@ -45,8 +47,8 @@ void next_id(char* header) {
   if (++bytes[0] == 0) ++bytes[1];
 }
 
-// Writes the call behind the header; gives its length, or 0 when it does not fit. The stream is
-// set up anew, since a put that failed has taken from its room.
+// Writes the call after the header. Returns the length of both, or 0 if they do not fit. Sets up
+// the stream anew, because a put that failed has reduced its room.
 std::uint32_t write_call(CLIENT* clnt, std::uint32_t procedure, xdrproc_t arguments,
                          void* argument_record) {
   cu_data* cu = data_of(clnt);
@@ -62,8 +64,8 @@ std::uint32_t write_call(CLIENT* clnt, std::uint32_t procedure, xdrproc_t argume
   return XDR_GETPOS(xdrs);
 }
 
-// One interval: 1 when the reply has come and `length` holds its length, 0 when the interval is
-// over, -1 on failure.
+// Waits for one interval. Returns 1 with the length of the reply in `*length`, 0 when the interval
+// is over, or -1.
 std::int32_t await_datagram(cu_data* cu, std::int32_t* length) {
   for (;;) {
     const std::int32_t ready = rpc_socket_await(cu->cu_sock, cu->cu_wait);
@@ -88,7 +90,7 @@ bool is_below(rpc_timeval a, rpc_timeval b) {
   return a.tv_sec != b.tv_sec ? a.tv_sec < b.tv_sec : a.tv_usec < b.tv_usec;
 }
 
-// Sends the call until its reply has come. RPC_SUCCESS, or the failure, recorded.
+// Sends the call until its reply has come. Returns RPC_SUCCESS, or the failure, which it records.
 std::int32_t exchange(cu_data* cu, std::uint32_t call_length, rpc_timeval total,
                       std::int32_t* reply_length) {
   rpc_timeval waited = {0, 0};
@@ -106,8 +108,8 @@ std::int32_t exchange(cu_data* cu, std::uint32_t call_length, rpc_timeval total,
   return fail(cu, RPC_TIMEDOUT);
 }
 
-// Decodes the reply, results included, and records its outcome. Whether the server refused the
-// call, so that a renewed credential might be worth another try.
+// Decodes the reply, results included, and records its outcome. Returns true if the server refused
+// the call, because another try with a renewed credential might then succeed.
 bool take_reply(CLIENT* clnt, std::int32_t length, xdrproc_t results, void* result_record) {
   cu_data* cu = data_of(clnt);
   XDR stream;
@@ -194,7 +196,7 @@ constexpr clnt_ops udp_ops = {clntudp_call,    clntudp_abort,   clntudp_geterr,
 
 std::uint32_t rounded_up(std::uint32_t size) { return (size + 3) & ~std::uint32_t{3}; }
 
-// Makes a socket where the caller gave none.
+// Opens a socket if the caller gave none. Returns false with the reason in rpc_createerr.
 bool open_socket(cu_data* cu, rpc_socket* sock) {
   if (*sock < 0) {
     *sock = rpc_socket_open(RPC_DATAGRAM, RPC_UDP);

@@ -1,12 +1,13 @@
 // The UDP transport: each call is one datagram, sent again at a fixed interval until a reply with
-// its transaction id comes or the total time is spent.
+// its transaction id arrives or the timeout ends.
 //
-// The handle closes the socket that it made itself; one that the caller passed in stays the
+// The handle closes the socket that it made itself. A socket that the caller passed in stays the
 // caller's, in its own blocking mode. A datagram that is no reply to the call is dropped and starts
-// the interval anew. No failure spoils the handle for the next call.
+// the interval anew. After any failure, the handle can make the next call.
 //
 //   xid | 0 | 2 | program | version | procedure | credential | verifier | arguments
-//   xid: each call raises the first byte by one, with the carry going into the second only
+//   xid: each call increments the first two bytes as a little-endian number. For example,
+//        ff ff 02 03 is followed by 00 00 02 03
 #pragma once
 
 #include <cstdint>
@@ -18,9 +19,9 @@ namespace kvrpc {
 
 constexpr std::uint32_t UDPMSGSIZE = 8800;
 
-// A handle that sends again every `wait`, or null with the reason in rpc_createerr. A port of 0 is
-// looked up and filled in. A negative `*sock` is replaced by a new socket, any other is used as it
-// is. Buffer sizes are rounded up to multiples of 4.
+// Returns a handle that sends again every `wait`, or null with the reason in rpc_createerr. Asks
+// the portmapper for a port of 0 and stores it in the address. Replaces a negative `*sock` with a
+// new socket; uses any other as it is. Rounds buffer sizes up to multiples of 4.
 CLIENT* clntudp_bufcreate(rpc_address* address, std::uint32_t program, std::uint32_t version,
                           rpc_timeval wait, rpc_socket* sock, std::uint32_t send_size,
                           std::uint32_t receive_size);

@@ -1,3 +1,4 @@
+// Blocks that grow by doubling, so that a large count costs nothing before its bytes arrive.
 #include "rpc/growing_block.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// The portmapper query, which is an RPC itself: it makes a handle, calls GETPORT and destroys the
+// handle.
 #include "rpc/pmap.h"
 
 #include <cerrno>
@@ -66,7 +68,7 @@ std::uint16_t ask(CLIENT* clnt, pmap* mapping) {
 
 }  // namespace
 
-// The query's handle makes its socket and closes it; nothing is left to close here.
+// The handle opens and closes its socket by itself.
 std::uint16_t pmap_getport(rpc_address* address, std::uint32_t program, std::uint32_t version,
                            std::uint32_t protocol) {
   address->port = rpc_network_order(portmapper_port);

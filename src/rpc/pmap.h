@@ -9,9 +9,9 @@
 
 namespace kvrpc {
 
-// Asks the portmapper at port 111 of the address's host: over TCP when RPCTRANSPORT is "tcp" in any
-// case, over UDP otherwise. The port in the host's order, or 0 with the reason in rpc_createerr.
-// The address's port is 0 afterwards.
+// Asks the portmapper at port 111 of the address's host, over TCP if RPCTRANSPORT is "tcp", upper
+// or lower case, and over UDP otherwise. Returns the port in the host's order, or 0 with the reason
+// in rpc_createerr. Sets the address's port to 0.
 std::uint16_t pmap_getport(rpc_address* address, std::uint32_t program, std::uint32_t version,
                            std::uint32_t protocol);
 

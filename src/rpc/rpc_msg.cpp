@@ -1,3 +1,4 @@
+// Encodes the header of a call, decodes a reply, and turns a reply's status into an rpc_err.
 #include "rpc/rpc_msg.h"
 
 namespace kvrpc {
@@ -104,9 +105,8 @@ void accepted_error(enum_t status, rpc_err* error) {
   }
 }
 
-// The number tested for a version mismatch is that of the call status and not that of the
-// rejection, as callers have come to know it: a server's RPC_MISMATCH reaches them as RPC_FAILED
-// with 1 and 0.
+// Compatibility: compares the rejection with RPC_VERSMISMATCH, which is a call status, so that a
+// server's RPC_MISMATCH becomes RPC_FAILED with 1 and 0. Callers depend on it. Do not fix.
 void rejected_error(enum_t status, rpc_err* error) {
   switch (status) {
     case RPC_VERSMISMATCH:

@@ -1,6 +1,6 @@
-// RPC messages (RFC 5531, version 2), the client's half: the call header is encoded, replies are
-// decoded and turned into an rpc_err. Nothing is owned here but a verifier that a decoded reply
-// brought: it lies in ar_verf, and the transport releases it with xdr_opaque_auth in XDR_FREE.
+// RPC messages (RFC 5531, version 2), the client's half: encodes the header of a call, decodes a
+// reply, and turns its status into an rpc_err. A decoded reply owns one allocation, the verifier in
+// ar_verf. The transport must release it with xdr_opaque_auth in XDR_FREE.
 //
 //   call:   xid | CALL 0 | RPC version 2 | program | version | procedure | credential | verifier |
 //           arguments                                               (each word 4 bytes, big-endian)
@@ -43,7 +43,7 @@ struct opaque_auth {
 // All zero: the credential and the verifier of AUTH_NONE.
 extern const opaque_auth _null_auth;
 
-// Status words are plain integers below, since a reply may carry values outside the enumerations.
+// Status words are plain integers below, because a reply may carry values outside the enumerations.
 
 struct call_body {
   std::uint32_t cb_rpcvers;
@@ -91,8 +91,8 @@ struct rpc_msg {
   };
 };
 
-// Writes the first 20 bytes of a call: xid, direction, RPC version, program and version. Sets the
-// direction and the RPC version in the message even where the stream does not encode and it fails.
+// Writes the first 20 bytes of a call: xid, direction, RPC version, program and version. Fails on a
+// stream that does not encode, but even then sets direction and RPC version in the message.
 bool_t xdr_callhdr(XDR* xdrs, rpc_msg* message);
 
 // Reads a reply up to its results and, for SUCCESS, runs ar_results.proc on ar_results.where.
@@ -103,7 +103,8 @@ bool_t xdr_accepted_reply(XDR* xdrs, void* accepted_reply_body, std::uint32_t li
 bool_t xdr_rejected_reply(XDR* xdrs, void* rejected_reply_body, std::uint32_t limit = LASTUNSIGNED);
 bool_t xdr_opaque_auth(XDR* xdrs, void* auth, std::uint32_t limit = LASTUNSIGNED);
 
-// The failure record of a decoded reply. Members that do not belong to the status stay as they are.
+// Stores the outcome of a decoded reply in `*error`. Fields that do not belong to the status keep
+// their values.
 void _seterr_reply(const rpc_msg* message, rpc_err* error);
 
 }  // namespace kvrpc

@@ -1,3 +1,4 @@
+// What both platforms share: start-up, the interrupt hook, the order of a port's bytes.
 #include "rpc/rpc_os.h"
 
 #include <cerrno>

@@ -1,4 +1,5 @@
-// What rpc_os.cpp and the platform's source owe each other; nobody else includes this.
+// The interface between rpc_os.cpp, rpc_os_waits.cpp and the platforms' sources. Nobody else
+// includes this.
 #pragma once
 
 #include <cstdint>
@@ -15,8 +16,7 @@ void rpc_stop_sockets();
 // Platform: starts to count forks, once for the life of the process. Returns 0, or an errno value.
 int rpc_watch_forks();
 
-// Writes a start-up failure on the standard error stream, followed by a line end, and ends the
-// process with exit code 1.
+// Writes a start-up failure and a line end to stderr, and ends the process with exit code 1.
 [[noreturn]] void rpc_startup_failed(const char* text);
 
 // Asks the interrupt hook. Returns true if the call must end: the hook wants it, or it forked and

@@ -1,3 +1,5 @@
+// Forks, locks, names, the environment and the clock on POSIX. The socket calls are in
+// rpc_os_sockets_posix.cpp.
 #include <netdb.h>
 #include <pthread.h>
 #include <sys/socket.h>

@@ -1,3 +1,4 @@
+// The routines for single items. Each is one 4-byte unit, whatever the size of its object.
 #include "rpc/xdr.h"
 
 namespace kvrpc {
@@ -35,7 +36,7 @@ bool_t xdr_enum(XDR* xdrs, void* object, std::uint32_t limit) {
 
 namespace {
 
-// The low 16 bits are kept on decode, whatever the others say.
+// Decoding keeps the low 16 bits and ignores the rest. For example, 0x12345678 becomes 0x5678.
 template <class short_type>
 bool_t short_item(XDR* xdrs, short_type* object) {
   std::int32_t unit = xdrs->x_op == XDR_ENCODE ? *object : 0;
@@ -44,8 +45,8 @@ bool_t short_item(XDR* xdrs, short_type* object) {
   return TRUE;
 }
 
-// Signed for both character types, so that 0x80 and above travel as 0xFFFFFF80 and above; the
-// byte is stored back in every direction.
+// Signed for both character types: the byte 0x80 travels as the unit 0xFFFFFF80. Stores the byte
+// back in every direction.
 bool_t char_item(XDR* xdrs, signed char* object, xdrproc_t whole) {
   std::int32_t unit = *object;  // NOLINT(bugprone-signed-char-misuse): the sign is meant
   if (!whole(xdrs, &unit, LASTUNSIGNED)) return FALSE;

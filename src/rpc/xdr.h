@@ -3,11 +3,12 @@
 //
 // Every item occupies a multiple of 4 bytes, most significant byte first. One routine per type
 // serves all three directions, selected by `x_op`: memory to stream, stream to memory, and the
-// release of what an earlier decode allocated. In XDR_FREE a routine never touches the stream.
-// A null pointer on decode means that the routine allocates (zero-filled, from the standard
-// runtime); a non-null one that the caller's block is used. Results are TRUE or FALSE; after a
-// decode that failed half way the caller runs xdr_free on what stands. A handle belongs to one
-// thread at a time.
+// release of what an earlier decode allocated. In XDR_FREE, a routine never touches the stream.
+//
+// On decode, a routine fills the block that a pointer points to; for a null pointer it allocates
+// one (zero-filled, from the standard runtime). Each routine returns TRUE or FALSE. After a decode
+// that failed half way, the caller must run xdr_free on the object. A handle belongs to one thread
+// at a time.
 #pragma once
 
 #include <cstddef>
@@ -23,7 +24,7 @@ constexpr bool_t FALSE = 0;
 
 enum xdr_op : std::int32_t { XDR_ENCODE = 0, XDR_DECODE = 1, XDR_FREE = 2 };
 
-// One unit at `at`, which need not be aligned: for readers and writers that work in place.
+// Read and write one unit at `at`, which need not be aligned, for code that works in place.
 inline std::uint32_t xdr_load_unit(const char* at) {
   unsigned char bytes[4];
   std::memcpy(bytes, at, sizeof bytes);
@@ -84,14 +85,14 @@ inline void XDR_DESTROY(XDR* xdrs) {
 // No limit on a length or count.
 constexpr std::uint32_t LASTUNSIGNED = 0xFFFFFFFFu;
 
-// Every routine that can carry an element, an argument or a result. The limit is LASTUNSIGNED
-// where one is passed at all, so no routine stored as an xdrproc_t depends on it.
+// The type of a routine for an element, an argument or a result. The limit is always LASTUNSIGNED,
+// so a routine that is passed as an xdrproc_t must not depend on it.
 using xdrproc_t = bool_t (*)(XDR* xdrs, void* object, std::uint32_t limit);
 
-// A stream over `size` bytes of the caller's `buffer`; nothing is allocated.
+// Sets up a stream over `size` bytes of the caller's `buffer`. Allocates nothing.
 void xdrmem_create(XDR* xdrs, char* buffer, std::uint32_t size, xdr_op op);
 
-// Single items, one 4-byte unit each (xdr_void: none). The object's type stands behind each.
+// Single items, one 4-byte unit each (xdr_void: none). The comment of each is the object's type.
 bool_t xdr_void(XDR* xdrs, void* object, std::uint32_t limit = LASTUNSIGNED);
 bool_t xdr_long(XDR* xdrs, void* object, std::uint32_t limit = LASTUNSIGNED);     // int32_t
 bool_t xdr_u_long(XDR* xdrs, void* object, std::uint32_t limit = LASTUNSIGNED);   // uint32_t
@@ -104,8 +105,8 @@ bool_t xdr_bool(XDR* xdrs, void* object, std::uint32_t limit = LASTUNSIGNED);   
 bool_t xdr_char(XDR* xdrs, void* object, std::uint32_t limit = LASTUNSIGNED);     // char
 bool_t xdr_u_char(XDR* xdrs, void* object, std::uint32_t limit = LASTUNSIGNED);   // char
 
-// What has a length or a pointer. Pointers are addressed as `char**` whatever they point to, and
-// may stand at any address that is a multiple of 4.
+// What has a length or a pointer. Pointers are passed as `char**` whatever they point to. Their
+// address must be a multiple of 4 and need not be aligned further.
 struct netobj {
   std::uint32_t n_len;
   char* n_bytes;
@@ -118,10 +119,11 @@ struct xdr_discrim {
   xdrproc_t proc;
 };
 
-// A block that is allocated here has the exact size and one zero byte behind it, and grows as its
-// bytes or elements arrive: a length that the stream cannot fill costs little more than what came.
-// xdr_string sends a null text as an empty one. When xdr_array fails half way, `*count` is lowered
-// to the elements that the block holds, those that did not arrive being zero.
+// A block that is allocated here has the exact size, followed by one zero byte. It grows as its
+// bytes or elements arrive, so that a length that the stream cannot fill costs little more than
+// what has arrived. xdr_string sends a null text as an empty one. If xdr_array fails half way, it
+// sets
+// `*count` to the number of elements in the block; those that did not arrive are zero.
 // Surface: the interface has no netobj, xdr_array or xdr_pointer; record_xdr walks its tables.
 bool_t xdr_opaque(XDR* xdrs, char* data, std::uint32_t count);
 bool_t xdr_bytes(XDR* xdrs, char** data, std::uint32_t* size, std::uint32_t maximum);

@@ -1,3 +1,4 @@
+// The routines for what has a length or a pointer: bytes, texts, unions, arrays, references.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -11,7 +12,8 @@ namespace {
 
 constexpr std::uint32_t unit_bytes = 4;
 
-// A record's pointers stand at multiples of 4, which may be less than a pointer's own alignment.
+// The pointers of a record are at multiples of 4, which may be less than a pointer's alignment, so
+// they are copied with memcpy.
 char* load_pointer(char* const* place) {
   char* pointer;
   std::memcpy(&pointer, static_cast<const void*>(place), sizeof pointer);
@@ -27,15 +29,15 @@ void release(char** place) {
   store_pointer(place, nullptr);
 }
 
-// Makes the block behind `place` grow; on failure it stays as it was.
+// Grows the block that `*place` points to. Returns false without memory and leaves it as it was.
 bool grow(char** place, std::uint64_t kept, std::uint64_t bytes, const char* routine) {
   char* const grown = grow_block(load_pointer(place), kept, bytes, routine);
   if (grown != nullptr) store_pointer(place, grown);
   return grown != nullptr;
 }
 
-// Decodes `size` bytes and their fill into a block of their own. Every piece but the last is a
-// whole number of units, so only the last has a fill.
+// Decodes `size` bytes and their padding to a new block, piece by piece. Only the last piece has
+// padding, because all others are whole numbers of units.
 bool decode_block(XDR* xdrs, char** data, std::uint32_t size, const char* routine) {
   std::uint32_t arrived = 0;
   do {
@@ -47,7 +49,7 @@ bool decode_block(XDR* xdrs, char** data, std::uint32_t size, const char* routin
   return true;
 }
 
-// Elements `from` to `to` of the array; a null array has null elements.
+// Runs `element` on the elements [from, to). A null array has null elements.
 bool walk_elements(XDR* xdrs, char* array, std::uint32_t from, std::uint32_t to,
                    std::size_t element_size, xdrproc_t element) {
   for (std::uint32_t i = from; i < to; ++i) {

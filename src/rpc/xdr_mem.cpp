@@ -1,3 +1,4 @@
+// The XDR stream over a buffer of the caller. It only moves a position; it owns nothing.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>

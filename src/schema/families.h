@@ -1,7 +1,7 @@
 // The procedures of the interface, family by family; programs.cpp joins them to programs.
 //
 // Each family's file holds its records and one list for each program that has procedures in it.
-// All lists are constant data, there before any code runs.
+// All lists are constant-initialised.
 #pragma once
 
 #include "schema/notes.h"

@@ -1,3 +1,4 @@
+// The names of the wire kinds. Separate from the tables, because only kvrpc-schema prints them.
 #include "schema/types.h"
 
 namespace kvrpc {

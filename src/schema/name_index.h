@@ -6,8 +6,8 @@
 // bits of the hash, so that nearly every name that is compared is the right one.
 //
 // The hash reads only the first and last eight bytes and the size of a name: it costs about as much
-// as finding the size. Names that agree in all three share a slot's hash and are told apart by the
-// comparison.
+// as finding the size. Names that agree in all three have the same hash and are distinguished by
+// the comparison.
 #pragma once
 
 #include <cstddef>

@@ -1,3 +1,4 @@
+// Walks from the procedures through all fields to the records that they use.
 #include "schema/reachable.h"
 
 namespace kvrpc {

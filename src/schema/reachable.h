@@ -1,5 +1,5 @@
-// The records that the procedures lead to, for what looks at the tables as a whole: the program
-// that prints them, and the tests. No call needs it.
+// The records that the procedures use, for code that needs the tables as a whole: kvrpc-schema and
+// the tests. No call needs it.
 #pragma once
 
 #include "schema/types.h"
@@ -15,7 +15,7 @@ struct record_list {
   const record_type* const* end() const { return items + count; }
 };
 
-// Each record once, in the order of its first use; none beyond the capacity.
+// Returns each record once, in the order of its first use, and none beyond the capacity.
 record_list reachable_records();
 
 }  // namespace kvrpc

@@ -3,7 +3,7 @@
 // A record is data and has no C++ struct: a table of fields in wire order, which is the order in
 // memory and in JSON text as well. Offsets and sizes are computed at compile time with the layout
 // of a 32-bit platform (natural alignment of at most 4, zero padding) but for the width of
-// pointers; a pointer may therefore stand at any multiple of 4 and is moved with memcpy.
+// pointers. A pointer may therefore be at any multiple of 4 and is copied with memcpy.
 //
 //   type            in memory                    on the wire               in JSON
 //   nothing         none                         none                      anything / null
@@ -59,7 +59,7 @@ enum class wire_kind : std::uint8_t {
   unspecified,  // a record that is not described: nothing converts to it
 };
 
-// The name of a kind, as `kvrpc-schema` prints it.
+// Returns the name of a kind, as `kvrpc-schema` prints it.
 const char* wire_kind_name(wire_kind kind);
 
 struct record_type;
@@ -135,7 +135,7 @@ struct record_type {
   const record_field* selector = nullptr;  // of a union: its discriminant, a 32-bit int
 };
 
-// The arm of a union that the value of its discriminant selects, or null.
+// Returns the arm of a union that the value of its discriminant selects, or null.
 inline const record_field* arm_of(const record_type& record, std::int32_t value) {
   for (std::uint32_t i = 0; i < record.field_count; ++i) {
     if (record.fields[i].value == value) return &record.fields[i];
