@@ -3,6 +3,7 @@
 import json
 import random
 import threading
+import tracemalloc
 
 import pytest
 
@@ -123,6 +124,27 @@ def first_list(value):
         return value
     found = [first_list(each) for each in value.values() if isinstance(each, (dict, list))]
     return found[0] if found else []
+
+
+@pytest.mark.parametrize("name, shape", [("a_get_groups_1", "first"), ("a_get_s_1", "last")])
+def test_the_entries_of_a_list_are_not_held_all_at_once(name, shape):
+    way = conversion("alpha", name)
+    text = reply(link_first(50_000) if shape == "first" else link_last(50_000))
+
+    def read():
+        return sum(1 for _ in way.entries(text))
+
+    assert 3 * peak_of(read) < peak_of(lambda: way.result(text))
+
+
+def peak_of(work):
+    """Returns the bytes that `work` takes at most, beside what there was before."""
+    tracemalloc.start()
+    try:
+        work()
+        return tracemalloc.get_traced_memory()[1]
+    finally:
+        tracemalloc.stop()
 
 
 def test_the_entries_of_an_array_are_parsed_one_by_one():

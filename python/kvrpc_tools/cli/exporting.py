@@ -6,6 +6,7 @@ import contextlib
 import csv
 import json
 import sys
+import time
 from typing import Any, Callable, Dict, Iterable, Iterator, Optional, TextIO, Tuple
 
 import click
@@ -19,7 +20,7 @@ from .names import PROCEDURE
 from .reaching import reaching
 from .values import argument_of
 
-_SHOWN_EVERY = 256  # entries between two updates of the progress bar
+_SHOWN_EVERY = 0.1  # seconds between two updates of the progress bar
 _encode = json.JSONEncoder(ensure_ascii=False, separators=(",", ":")).encode
 
 
@@ -146,10 +147,11 @@ def _progress(output: TextIO) -> Iterator[Callable[[Iterable[Any]], Iterable[Any
         task = progress.add_task("", **told)
 
         def count(entries: Iterable[Any]) -> Iterator[Any]:
-            number = 0
+            number, shown = 0, time.monotonic()
             for number, entry in enumerate(entries, 1):
                 yield entry
-                if number % _SHOWN_EVERY == 0:
+                if time.monotonic() - shown > _SHOWN_EVERY:
+                    shown = time.monotonic()
                     progress.update(task, completed=number)
             progress.update(task, total=number or 1, completed=number)
 
