@@ -26,6 +26,7 @@ OBJECTS_BEFORE_COLLECTION = 50_000  # 700 is Python's own, and costs a tenth of 
 
 def main(arguments: Optional[List[str]] = None,
          program: str = "python -m kvrpc_tools.simulator") -> int:
+    """Runs the command. Returns its exit code."""
     options = option_parser(program).parse_args(arguments)
     try:
         interface = schema.load(options.schema)

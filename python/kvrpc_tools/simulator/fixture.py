@@ -54,6 +54,7 @@ class Simulator:
         self._log = log
 
     def environment(self) -> Dict[str, str]:
+        """Returns the environment of a process whose clients are to reach this simulator."""
         return environment(self.port)
 
     def log(self) -> str:
@@ -61,6 +62,7 @@ class Simulator:
         return self._log.read_text(encoding="utf-8")
 
     def stop(self) -> None:
+        """Ends the process."""
         self.process.terminate()
         try:
             self.process.wait(timeout=10)

@@ -27,6 +27,7 @@ class Clock:
         self.ahead = 0.0
 
     def __call__(self) -> float:
+        """Returns the time."""
         return time.time() + self.ahead
 
 
@@ -49,17 +50,21 @@ class Answers:
         self._makers: Dict[str, Maker] = {}
 
     def prepare(self, procedure: str, values: List[Any]) -> None:
+        """Prepares results, one for each call."""
         self._makers.pop(procedure, None)
         self._values[procedure] = list(values)
 
     def make(self, procedure: str, maker: Maker) -> None:
+        """Prepares a function that makes the result from the argument."""
         self._values.pop(procedure, None)
         self._makers[procedure] = maker
 
     def holds(self, procedure: str) -> bool:
+        """Returns whether a result is prepared."""
         return procedure in self._values or procedure in self._makers
 
     def next_for(self, procedure: str, argument: Any) -> Any:
+        """Returns the prepared result of the next call."""
         if procedure in self._makers:
             return self._makers[procedure](argument)
         values = self._values[procedure]

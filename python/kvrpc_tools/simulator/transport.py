@@ -90,19 +90,24 @@ class Loop:
         self.watch(udp, selectors.EVENT_READ, lambda events: self._datagrams(udp, server))
 
     def watch(self, sock: socket.socket, events: int, action: Callable[[int], None]) -> None:
+        """Calls `action` with the events of a socket, whenever there are some."""
         self._selector.register(sock, events, action)
 
     def watch_again(self, sock: socket.socket, events: int) -> None:
+        """Watches a socket for other events than before."""
         self._selector.modify(sock, events, self._selector.get_key(sock).data)
 
     def forget(self, sock: socket.socket) -> None:
+        """Closes a socket and no longer watches it."""
         self._selector.unregister(sock)
         sock.close()
 
     def later(self, seconds: float, action: Callable[[], None]) -> None:
+        """Calls `action` after so many seconds."""
         heapq.heappush(self._timers, (time.monotonic() + seconds, next(self._order), action))
 
     def stop(self) -> None:
+        """Makes `run` return."""
         self._stopped = True
 
     def run(self) -> None:

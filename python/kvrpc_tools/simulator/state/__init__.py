@@ -66,6 +66,7 @@ class Installation:
         self._jobs.look_again()
 
     def is_running(self, server: str) -> bool:
+        """Returns whether this server runs."""
         return self._processes.is_running(server)
 
     def run(self, procedure: str, argument: Any) -> Any:

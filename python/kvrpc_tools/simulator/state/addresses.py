@@ -47,9 +47,11 @@ class Access:
         return row if row is not None and self.allows(row, asked, wanted) else None
 
     def rows(self, asked: Row) -> List[Row]:
+        """Returns the rows that the asking user may read."""
         return [row for row in self.table.rows() if self.allows(row, asked, READ)]
 
     def block(self, asked: Row) -> List[Row]:
+        """Returns at most `anz` such rows whose key is greater than `pos`."""
         return behind(self.rows(asked), self.field, asked["pos"], asked["anz"])
 
     def put(self, argument: Any) -> bool:
@@ -105,6 +107,7 @@ class Addresses:
         self._group_access = Access(self.groups, "groupid", people)
 
     def handlers(self) -> Dict[str, Handler]:
+        """Returns what carries out each procedure of the family, by its name."""
         offered: Dict[str, Handler] = {
             "a_get_tele_1": lambda _: self.entries.rows(),
             "a_search_tele_1": self.entries.get,

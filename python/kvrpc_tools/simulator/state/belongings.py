@@ -27,6 +27,7 @@ class Belongings:
         self.reply_addresses = Table(["nettype", "tsi", "userid", "alphaid"])
 
     def handlers(self) -> Dict[str, Handler]:
+        """Returns what carries out each procedure of the family, by its name."""
         offered: Dict[str, Handler] = {
             **self.settings.offer(put="a_put_usrconf_1 a_put_usrconf_new_1",
                                   delete="a_del_usrconf_1 a_del_usrconf_new_1"),

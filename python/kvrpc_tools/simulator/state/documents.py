@@ -70,6 +70,7 @@ class Documents:
     # ---- for the other families
 
     def find(self, userid: str, topf: int, faxid: int) -> Optional[Document]:
+        """Returns a user's document, or None."""
         return self._documents.get((userid, topf, faxid))
 
     def find_any(self, topf: int, faxid: int) -> Optional[Document]:
@@ -85,6 +86,7 @@ class Documents:
                       key=lambda document: document.faxid)
 
     def make(self, userid: str, topf: int, comment: str = "") -> Document:
+        """Makes an empty document, with the next number."""
         self._last_id += 1
         document = Document(self._last_id, userid, topf, int(self._now()), comment)
         self._documents[userid, topf, document.faxid] = document
@@ -105,4 +107,5 @@ class Documents:
         document.log += text + "\n"
 
     def delete(self, document: Document) -> None:
+        """Removes a document."""
         del self._documents[document.userid, document.topf, document.faxid]

@@ -54,6 +54,7 @@ class Files:
         self._journal = journal
 
     def handlers(self) -> Dict[str, Callable[[Any], Any]]:
+        """Returns what carries out each procedure of the family, by its name."""
         return {"l_statfile_1": self._stat, "l_readfile_1": self._read}
 
     def _content(self, name: str) -> Optional[bytes]:

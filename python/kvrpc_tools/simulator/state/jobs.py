@@ -46,6 +46,7 @@ class Jobs:
         self._earliest = 0.0  # no job is due before; 0 if that is not known
 
     def handlers(self) -> Dict[str, Handler]:
+        """Returns what carries out each procedure of the family, by its name."""
         return {
             "a_sende_1": lambda asked: self._submit(asked, asked["s_record"], {})["faxid"],
             "a_send_new_1": self._submit_new,

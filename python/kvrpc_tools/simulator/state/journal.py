@@ -23,6 +23,7 @@ class Journal:
         self._records: List[Dict[str, Any]] = []
 
     def handlers(self) -> Dict[str, Callable[[Any], Any]]:
+        """Returns what carries out each procedure of the family, by its name."""
         return {
             "l_log_1": self.add,
             "l_get_nr_recs_1": lambda _: len(self._records),

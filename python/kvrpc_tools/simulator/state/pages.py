@@ -26,6 +26,7 @@ class Pages:
         self._signatures: Dict[str, str] = {}
 
     def handlers(self) -> Dict[str, Handler]:
+        """Returns what carries out each procedure of the family, by its name."""
         return {**self._whole(), **self._parts(), **self._lists(), **self._texts()}
 
     def _find(self, asked: Row, topf: Optional[int] = None) -> Optional[Document]:

@@ -51,12 +51,15 @@ class People:
         self.limits = Table(["alphaid"])
 
     def handlers(self) -> Dict[str, Handler]:
+        """Returns what carries out each procedure of the family, by its name."""
         return {**self._sessions(), **self._users(), **self._groups()}
 
     def count_users(self) -> int:
+        """Returns how many users there are."""
         return len(self.users.rows())
 
     def count_logins(self) -> int:
+        """Returns how many sessions there are."""
         return len(self._logins)
 
     def user_of(self, login: int) -> Optional[str]:

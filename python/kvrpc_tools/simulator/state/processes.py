@@ -54,6 +54,7 @@ class Process:
 
     @property
     def running(self) -> bool:
+        """Whether the process runs."""
         return self.pid != 0
 
     def entry(self) -> Dict[str, Any]:
@@ -75,6 +76,7 @@ class Processes:
         self._start_all(*_DIRECTORIES)
 
     def handlers(self) -> Dict[str, Callable[[Any], Any]]:
+        """Returns what carries out each procedure of the family, by its name."""
         offered: Dict[str, Callable[[Any], Any]] = {
             "l_ps_1": lambda _: [process.entry() for process in self._table],
             "l_get_status_1": lambda _: self._states(),

@@ -31,6 +31,7 @@ class Services:
         self._subscriptions: List[Row] = []
 
     def handlers(self) -> Dict[str, Handler]:
+        """Returns what carries out each procedure of the family, by its name."""
         return {
             "a_get_jetzt_1": lambda _: int(self._now()),
             "a_zeitstring_1": lambda seconds: (EPOCH + timedelta(seconds=seconds)).strftime(

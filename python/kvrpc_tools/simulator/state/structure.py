@@ -69,6 +69,7 @@ class Structure:
             {"name": "retries", "contents": "3", "protect": True}])
 
     def handlers(self) -> Dict[str, Handler]:
+        """Returns what carries out each procedure of the family, by its name."""
         offered: Dict[str, Handler] = {}
         for part, table in (("faxg", self.line_types), ("faxl", self.lines),
                             ("printer", self.printers), ("alpha", self.alphas),

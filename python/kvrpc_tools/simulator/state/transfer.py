@@ -37,6 +37,7 @@ class PageTransfer:
         self._last = 0
 
     def handlers(self) -> Dict[str, Handler]:
+        """Returns what carries out each procedure of the family, by its name."""
         return {
             "s_open_page_1": self._open_page,
             "s_get_block_1": self._block,
@@ -106,6 +107,7 @@ class Lines:
         self._flags = Table(["group", "id"])
 
     def handlers(self) -> Dict[str, Handler]:
+        """Returns what carries out each procedure of the family, by its name."""
         return {
             **self._flags.offer(put="t_put_flag_1", get="t_get_flag_1", delete="t_del_flag_1"),
             "t_get_flag_ll_1": lambda group: self._flags.rows(group=group),
@@ -156,6 +158,7 @@ class Numbers:
         self._last = 0
 
     def handlers(self) -> Dict[str, Handler]:
+        """Returns what carries out each procedure of the family, by its name."""
         return {"n_get_nr_1": self._next, "a_get_nue_nr_1": lambda _: {"nue_nr": self._next()}}
 
     def _next(self, _: Any = None) -> int:
