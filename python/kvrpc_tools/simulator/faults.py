@@ -103,8 +103,8 @@ def parse(text: str) -> Fault:
     head, *rest = text.split(":")
     name, equals, value = head.partition("=")
     if name not in KINDS or len(rest) > 2:
-        raise ValueError("a fault is KIND[=VALUE][:PROCEDURE[:COUNT]] with one of the kinds "
-                         f"{', '.join(KINDS)}; not {text}{did_you_mean(name, KINDS)}")
+        raise ValueError(f"no fault {text}{did_you_mean(name, KINDS)} (a fault is written "
+                         f"KIND[=VALUE][:PROCEDURE[:COUNT]] with one of {', '.join(KINDS)})")
     if equals and not KINDS[name].value:
         raise ValueError(f"{name} takes no value: {text}")
     fault = Fault(name, value=_number(value, text) if equals else KINDS[name].default)
