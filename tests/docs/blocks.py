@@ -68,7 +68,7 @@ def run_console(block: str, workplace: Path) -> None:
     commands = list(commands_of(block))
     script = "".join(f"{command}\nstatus=$?; echo; echo {END} $status; (exit $status)\n"
                      for command, _ in commands)
-    done = subprocess.run(["bash", "-c", script], cwd=workplace, timeout=120,
+    done = subprocess.run(["bash", "-c", script], cwd=workplace, timeout=300,
                           stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                           stderr=subprocess.STDOUT, encoding="utf-8")
     parts = re.split(rf"\n{END} (\d+)\n", done.stdout)

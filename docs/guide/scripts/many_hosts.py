@@ -12,7 +12,7 @@ from kvrpc_tools.results import GetStatusRes
 
 def state_of(host: str) -> GetStatusRes:
     """Runs in a process of its own, one for each host."""
-    with Lambda(host, timeout=5) as control:
+    with Lambda(host, timeout=30) as control:
         return control.l_get_status_1()
 
 

@@ -69,8 +69,8 @@ def wait(alpha: Alpha, job: int) -> SRecV1:
 
 
 def main(number: str, file: str) -> int:
-    text = Path(file).read_text(encoding="utf-8")
     try:
+        text = Path(file).read_text(encoding="utf-8")
         with Alpha(timeout=30) as alpha:
             login = log_in(alpha)
             try:
@@ -78,12 +78,12 @@ def main(number: str, file: str) -> int:
                 print(f"{file} is through to {number}")
             finally:
                 alpha.a_logout_1({"userid": USER, "loginid": login})
-    except NotSent as error:
-        print(error, file=sys.stderr)
-        return 1
     except (KvrpcError, TimeoutError) as error:
         print(error, file=sys.stderr)
         return 2
+    except (NotSent, OSError) as error:  # an OSError is one of the file
+        print(error, file=sys.stderr)
+        return 1
     return 0
 
 
