@@ -21,6 +21,7 @@ from docutils.parsers.rst import Directive
 
 CELL = 20
 FONT = 13
+HALF_CHAR = 0.16  # half the width of a small character, in cells
 
 
 class Box(NamedTuple):
@@ -60,7 +61,8 @@ def arrow(start: Box, end: Box, words: str) -> str:
         forward = x2 > x1
         x1 = start.left + start.width if forward else start.left
         x2 = end.left if forward else end.left + end.width
-        label = text((x1 + x2) / 2, (y1 + y2) / 2 - 0.3, words, "middle", "small")
+        rise = abs((y2 - y1) / (x2 - x1)) * len(words) * HALF_CHAR  # of the line, below the words
+        label = text((x1 + x2) / 2, (y1 + y2) / 2 - 0.3 - rise, words, "middle", "small")
     else:
         # In the middle of what the two boxes have in common from left to right.
         x1 = x2 = (max(start.left, end.left)
