@@ -1,4 +1,5 @@
-// The named converters, each over a writer that the results use as well.
+// The converters of single fields, each a thin function over a writer that the reader of results
+// uses as well.
 #include "bridge/decode.h"
 
 #include "bridge/value_text.h"
@@ -9,11 +10,11 @@ namespace kvrpc {
 namespace {
 
 template <class Integer>
-int decode_integer(text_buffer& out, const void* field) {
+int integer(text_buffer& out, const void* field) {
   return json_write_integer(out, load<Integer>(field));
 }
 
-int decode_double(text_buffer& out, double value) {
+int number(text_buffer& out, double value) {
   json_node node{};
   node.type = JSON_NUMBER;
   node.number = value;
@@ -56,32 +57,28 @@ int decode_elements(text_buffer& out, int raw_text, const char* base, std::uint3
 }  // namespace
 
 int json_decode_void(text_buffer& out, int, const void*) { return out.append("null", 4); }
-int json_decode_int(text_buffer& out, int, const void* field) {
-  return decode_integer<std::int32_t>(out, field);
+int json_decode_int(text_buffer& out, int, const void* f) { return integer<std::int32_t>(out, f); }
+int json_decode_u_int(text_buffer& out, int, const void* f) {
+  return integer<std::uint32_t>(out, f);
 }
-int json_decode_u_int(text_buffer& out, int, const void* field) {
-  return decode_integer<std::uint32_t>(out, field);
+int json_decode_long(text_buffer& out, int, const void* f) { return integer<std::int32_t>(out, f); }
+int json_decode_u_long(text_buffer& out, int, const void* f) {
+  return integer<std::uint32_t>(out, f);
 }
-int json_decode_long(text_buffer& out, int, const void* field) {
-  return decode_integer<std::int32_t>(out, field);
+int json_decode_short(text_buffer& out, int, const void* f) {
+  return integer<std::int16_t>(out, f);
 }
-int json_decode_u_long(text_buffer& out, int, const void* field) {
-  return decode_integer<std::uint32_t>(out, field);
-}
-int json_decode_short(text_buffer& out, int, const void* field) {
-  return decode_integer<std::int16_t>(out, field);
-}
-int json_decode_u_short(text_buffer& out, int, const void* field) {
-  return decode_integer<std::uint16_t>(out, field);
+int json_decode_u_short(text_buffer& out, int, const void* f) {
+  return integer<std::uint16_t>(out, f);
 }
 int json_decode_enum(text_buffer& out, int, const void* field) {
   return json_write_integer(out, static_cast<std::int16_t>(load<std::uint32_t>(field)));
 }
 int json_decode_float(text_buffer& out, int, const void* field) {
-  return decode_double(out, static_cast<double>(load<float>(field)));
+  return number(out, static_cast<double>(load<float>(field)));
 }
 int json_decode_double(text_buffer& out, int, const void* field) {
-  return decode_double(out, load<double>(field));
+  return number(out, load<double>(field));
 }
 int json_decode_bool(text_buffer& out, int, const void* field) {
   return load<std::int32_t>(field) != 0 ? out.append("true", 4) : out.append("false", 5);

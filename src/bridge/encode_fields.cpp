@@ -11,7 +11,7 @@ namespace kvrpc {
 namespace {
 
 template <class Integer>
-int encode_integer(const json_node* node, void* field) {
+int integer(const json_node* node, void* field) {
   if (node->type != JSON_NUMBER) return 0;
   store(field, static_cast<Integer>(static_cast<std::uint64_t>(node->integer)));
   return 1;
@@ -70,27 +70,13 @@ std::uint32_t capped_size(const source_text& source, std::uint32_t cap) {
 
 int json_encode_void(const json_node*, int, void*) { return 1; }
 
-int json_encode_int(const json_node* node, int, void* field) {
-  return encode_integer<std::int32_t>(node, field);
-}
-int json_encode_u_int(const json_node* node, int, void* field) {
-  return encode_integer<std::uint32_t>(node, field);
-}
-int json_encode_long(const json_node* node, int, void* field) {
-  return encode_integer<std::int32_t>(node, field);
-}
-int json_encode_u_long(const json_node* node, int, void* field) {
-  return encode_integer<std::uint32_t>(node, field);
-}
-int json_encode_short(const json_node* node, int, void* field) {
-  return encode_integer<std::int16_t>(node, field);
-}
-int json_encode_u_short(const json_node* node, int, void* field) {
-  return encode_integer<std::uint16_t>(node, field);
-}
-int json_encode_enum(const json_node* node, int, void* field) {
-  return encode_integer<std::int32_t>(node, field);
-}
+int json_encode_int(const json_node* n, int, void* f) { return integer<std::int32_t>(n, f); }
+int json_encode_u_int(const json_node* n, int, void* f) { return integer<std::uint32_t>(n, f); }
+int json_encode_long(const json_node* n, int, void* f) { return integer<std::int32_t>(n, f); }
+int json_encode_u_long(const json_node* n, int, void* f) { return integer<std::uint32_t>(n, f); }
+int json_encode_short(const json_node* n, int, void* f) { return integer<std::int16_t>(n, f); }
+int json_encode_u_short(const json_node* n, int, void* f) { return integer<std::uint16_t>(n, f); }
+int json_encode_enum(const json_node* n, int, void* f) { return integer<std::int32_t>(n, f); }
 
 int json_encode_float(const json_node* node, int, void* field) {
   if (node->type != JSON_NUMBER) return 0;

@@ -13,11 +13,11 @@
 
 namespace kvrpc {
 
-// Appends the envelope to `root`; non-zero on success. With status 0 it is open: the JSON text of
-// the result and a "}" are still to follow.
+// Appends the envelope to `root`. Returns non-zero on success. With status 0 the envelope is left
+// open: the caller must append the JSON text of the result and a "}".
 int fill_envelope(CLIENT* clnt, int status, text_buffer& root);
 
-// Appends the member `rpc_err` for the last failure of `clnt`; non-zero on success.
+// Appends the member `rpc_err` for the last failure of `clnt`. Returns non-zero on success.
 int add_rpc_err(CLIENT* clnt, text_buffer& root);
 
 }  // namespace kvrpc

@@ -1,8 +1,8 @@
-// Reading and writing the members of a record in memory.
+// Reads and writes the fields of a record in memory, and allocates what a record owns.
 //
-// A record is laid out by its table, so a pointer or an integer may stand at any multiple of 4 and
-// is moved with memcpy. Blocks that records own come zero-filled from the standard runtime, with
-// at least one zero byte behind what was asked for, so that a text read to its NUL always ends.
+// A record's table defines its layout, in which a pointer may be at any multiple of 4. So all
+// fields are moved with memcpy. A block that a record owns comes from malloc or calloc. At least
+// one zero byte must follow its contents, because texts are read up to their NUL.
 #pragma once
 
 #include <cstddef>
@@ -24,7 +24,7 @@ void store(void* place, T value) {
   std::memcpy(place, &value, sizeof value);
 }
 
-// Count and pointer of a counted block: 32-bit count, then the pointer.
+// A counted block is a 32-bit count, then the pointer.
 constexpr std::size_t block_pointer_offset = 4;
 
 inline std::uint32_t load_block_count(const void* block) { return load<std::uint32_t>(block); }
@@ -36,13 +36,13 @@ inline void store_block(void* block, std::uint32_t count, char* bytes) {
   store(static_cast<char*>(block) + block_pointer_offset, bytes);
 }
 
-// A zero-filled block of `size` bytes and one more, or null.
+// Returns a zero-filled block of `size` bytes and one more, or null if memory is out.
 inline char* new_block(std::uint64_t size) {
   if (size >= SIZE_MAX) return nullptr;
   return static_cast<char*>(std::calloc(1, static_cast<std::size_t>(size) + 1));
 }
 
-// Releases a block from malloc or calloc at the end of its scope.
+// Releases a block from malloc or calloc at the end of the scope.
 class owned_block {
  public:
   explicit owned_block(void* block) : block_(static_cast<char*>(block)) {}

@@ -1,11 +1,89 @@
+// Records by their tables. xdr_value() is the one place that knows how each wire kind is written
+// and what it owns.
 #include "bridge/record_xdr.h"
 
 #include "bridge/field_memory.h"
-#include "bridge/record_walk.h"
+#include "bridge/resume_stack.h"
 
 namespace kvrpc {
 
 namespace {
+
+// XDR_FREE continues past a value that it cannot walk, because later values may own memory.
+bool ends_walk(XDR* xdrs, bool_t done) { return !done && xdrs->x_op != XDR_FREE; }
+
+bool_t xdr_items(XDR* xdrs, char* data, std::uint32_t count, const wire_type& item) {
+  for (std::uint32_t i = 0; i < count; ++i, data += item.size) {
+    if (ends_walk(xdrs, xdr_value(xdrs, data, item))) return FALSE;
+  }
+  return TRUE;
+}
+
+// The fields from `begin` up to `end`, none of them a list's link.
+bool_t xdr_fields(XDR* xdrs, char* base, const record_type& record, std::uint32_t begin,
+                  std::uint32_t end) {
+  for (std::uint32_t i = begin; i < end; ++i) {
+    const record_field& field = record.fields[i];
+    if (ends_walk(xdrs, xdr_value(xdrs, base + field.offset, field.type))) return FALSE;
+  }
+  return TRUE;
+}
+
+// ---- lists
+
+std::uint32_t link_index(const record_type& list) {
+  return static_cast<std::uint32_t>(list.next_field);
+}
+char* link_of(char* node, const record_type& list) {
+  return node + list.fields[link_index(list)].offset;
+}
+
+// The fields before a node's link, and those after it.
+bool_t xdr_head(XDR* xdrs, char* node, const record_type& list) {
+  return xdr_fields(xdrs, node, list, 0, link_index(list));
+}
+bool_t xdr_tail(XDR* xdrs, char* node, const record_type& list) {
+  return xdr_fields(xdrs, node, list, link_index(list) + 1, list.field_count);
+}
+
+// The nodes are nested on the wire: the fields after a node's link follow all later nodes.
+bool_t write_list(XDR* xdrs, char* node, const record_type& list) {
+  const bool has_tail = link_index(list) + 1 < list.field_count;
+  resume_stack<char*> nodes;
+  while (node != nullptr) {
+    char* const next = load<char*>(link_of(node, list));
+    bool_t present = next != nullptr ? TRUE : FALSE;
+    if (!xdr_head(xdrs, node, list) || !xdr_bool(xdrs, &present)) return FALSE;
+    if (has_tail && !nodes.push(node)) return FALSE;
+    node = next;
+  }
+  while (!nodes.empty()) {
+    if (!xdr_tail(xdrs, nodes.pop(), list)) return FALSE;
+  }
+  return TRUE;
+}
+
+void free_nodes(XDR* xdrs, char* node, const record_type& list) {
+  while (node != nullptr) {
+    char* const next = load<char*>(link_of(node, list));
+    xdr_head(xdrs, node, list);
+    xdr_tail(xdrs, node, list);
+    std::free(node);
+    node = next;
+  }
+}
+
+// A list from its first node, which belongs to the caller.
+bool_t xdr_list(XDR* xdrs, char* first, const record_type& list) {
+  if (xdrs->x_op == XDR_ENCODE) return write_list(xdrs, first, list);
+  free_nodes(xdrs, load<char*>(link_of(first, list)), list);
+  store<char*>(link_of(first, list), nullptr);
+  xdr_head(xdrs, first, list);
+  xdr_tail(xdrs, first, list);
+  return TRUE;
+}
+
+// ---- records and what contains them
 
 bool_t xdr_union_record(XDR* xdrs, char* base, const record_type& record) {
   if (!xdr_int(xdrs, base)) return FALSE;
@@ -13,9 +91,10 @@ bool_t xdr_union_record(XDR* xdrs, char* base, const record_type& record) {
   return arm != nullptr ? xdr_value(xdrs, base + arm->offset, arm->type) : FALSE;
 }
 
-bool_t xdr_block(XDR* xdrs, char* block, std::uint32_t maximum) {
-  return xdr_bytes(xdrs, reinterpret_cast<char**>(block + block_pointer_offset),
-                   reinterpret_cast<std::uint32_t*>(block), maximum);
+bool_t xdr_record(XDR* xdrs, char* base, const record_type& record) {
+  if (record.is_union) return xdr_union_record(xdrs, base, record);
+  if (record.next_field >= 0) return xdr_list(xdrs, base, record);
+  return xdr_fields(xdrs, base, record, 0, record.field_count);
 }
 
 bool_t xdr_target(XDR* xdrs, char* field, const record_type& record) {
@@ -31,36 +110,30 @@ bool_t xdr_target(XDR* xdrs, char* field, const record_type& record) {
   return done;
 }
 
-// A release goes on behind a value that it cannot walk: the others hold memory all the same.
-bool ends_walk(XDR* xdrs, bool_t done) { return !done && xdrs->x_op != XDR_FREE; }
-
-bool_t xdr_items(XDR* xdrs, char* data, std::uint32_t count, const wire_type& item) {
-  for (std::uint32_t i = 0; i < count; ++i, data += item.size) {
-    if (ends_walk(xdrs, xdr_value(xdrs, data, item))) return FALSE;
+// `block` is a count and a pointer.
+bool_t xdr_array_of(XDR* xdrs, char* block, const record_type& record) {
+  std::uint32_t count = load_block_count(block);
+  if (!xdr_u_int(xdrs, &count)) return FALSE;
+  char* const elements = load_block_pointer(block);
+  const std::uint32_t present = elements != nullptr ? count : 0;
+  const bool_t done = xdr_items(xdrs, elements, present, wire::inline_(record));
+  if (xdrs->x_op == XDR_FREE) {
+    std::free(elements);
+    store_block(block, 0, nullptr);
   }
-  return TRUE;
+  return done;
+}
+
+bool_t xdr_block(XDR* xdrs, char* block, std::uint32_t maximum) {
+  return xdr_bytes(xdrs, reinterpret_cast<char**>(block + block_pointer_offset),
+                   reinterpret_cast<std::uint32_t*>(block), maximum);
 }
 
 }  // namespace
 
-bool_t xdr_record(XDR* xdrs, char* base, const record_type& record) {
-  if (record.is_union) return xdr_union_record(xdrs, base, record);
-  if (record.next_field >= 0) return xdr_list(xdrs, base, record);
-  return xdr_fields(xdrs, base, record, 0, record.field_count);
-}
-
-bool_t xdr_fields(XDR* xdrs, char* base, const record_type& record, std::uint32_t begin,
-                  std::uint32_t end) {
-  for (std::uint32_t i = begin; i < end; ++i) {
-    const record_field& field = record.fields[i];
-    if (ends_walk(xdrs, xdr_value(xdrs, base + field.offset, field.type))) return FALSE;
-  }
-  return TRUE;
-}
-
 bool_t xdr_value(XDR* xdrs, char* data, const wire_type& type) {
   if (xdrs->x_op == XDR_DECODE) return FALSE;  // see result_reader.h
-  if (xdrs->x_op == XDR_FREE && type.wire_size != variable_size) return TRUE;  // holds no pointer
+  if (xdrs->x_op == XDR_FREE && type.wire_size != variable_size) return TRUE;  // owns nothing
   switch (type.kind) {
     case wire_kind::nothing:
       return xdr_void(xdrs, data);
@@ -96,8 +169,8 @@ bool_t xdr_value(XDR* xdrs, char* data, const wire_type& type) {
       return xdr_array_of(xdrs, data, *type.target);
     case wire_kind::record:
       return xdr_record(xdrs, data, *type.target);
-    case wire_kind::list_next:    // only inside a record, which follows it itself
-    case wire_kind::unspecified:  // nothing is known of it
+    case wire_kind::list_next:    // written and released by xdr_list
+    case wire_kind::unspecified:  // not described
       return FALSE;
   }
   return FALSE;
@@ -111,6 +184,12 @@ bool_t xdr_typed(XDR* xdrs, void* object, std::uint32_t) {
 void record_free(const wire_type& type, void* data) {
   typed_value value{&type, static_cast<char*>(data)};
   xdr_free(xdr_typed, &value);
+}
+
+void list_free(const record_type& record, char* node) {
+  XDR xdrs{};
+  xdrs.x_op = XDR_FREE;
+  free_nodes(&xdrs, node, record);
 }
 
 }  // namespace kvrpc

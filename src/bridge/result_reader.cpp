@@ -6,7 +6,7 @@
 // Contracts
 //   1. Reading and writing fail apart. If bytes do not come, reading ends: the call has failed. If
 //   a
-//      text cannot be written, the buffer fails and stays failed, and reading goes on.
+//      text cannot be written, the buffer fails and stays failed, and reading continues.
 //   2. A value of fixed size is written at a position that has its room, from bytes that are taken.
 //      A value of variable size has its opening unit taken, and appends to the buffer.
 //   3. No position in the buffer is kept across a call that may append, and none in the taken bytes

@@ -1,5 +1,5 @@
-// The places to come back to while a walker follows a linked list: what recursion would keep on
-// the stack, kept in one growing block instead, so that a list of any length is walked.
+// The nodes to which a walker of a linked list must return. Recursion would keep them on the stack;
+// here they are in one growing block of the heap, because a list may have any length.
 #pragma once
 
 #include <cstddef>
@@ -21,7 +21,7 @@ class resume_stack {
 
   bool empty() const { return count_ == 0; }
 
-  // False when memory is out; the stack is then as it was.
+  // Returns false if memory is out, and leaves the stack unchanged.
   bool push(const Place& place) {
     if (count_ == capacity_ && !grow()) return false;
     places_[count_++] = place;

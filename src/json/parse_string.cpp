@@ -21,9 +21,6 @@ const char* string_end(const char* at, const char* end, int hex_width) {
   }
 }
 
-// The string ends where copying it stops: a `\u` with fewer than four digits swallows what stands
-// in their place, a closing quote too. But a backslash as the last byte fails the string also when
-// only the count of its bytes, which knows no digits, comes upon it.
 // Writes a unit of 16 bits as UTF-8. The halves of a surrogate pair stay two sequences.
 char* put_utf8(char* out, std::uint32_t unit) {
   if (unit < 0x80) {

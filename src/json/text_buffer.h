@@ -1,10 +1,10 @@
-// A text that grows at its end, and the JSON forms of single values written to it.
+// A text that grows at its end, and the functions that append the JSON text of a value.
 //
-// The buffer comes from the allocation hooks, or from the memory that it is given, and doubles as
-// it grows, so that appending costs time linear in the bytes. An append that finds no memory
-// returns false, leaves the text as it was and marks the buffer failed; every later append fails as
-// well, so that a writer may look once at the end. release() hands the NUL-terminated text over;
-// otherwise the destructor gives it back.
+// The memory comes from the allocation hooks, or from the text_memory of the constructor. The
+// buffer doubles as it grows, so appending takes time linear in the bytes. If memory is out, an
+// append returns false, leaves the text unchanged and marks the buffer failed. Every later append
+// then fails too, so a writer may test for failure once, at the end. release() passes the
+// NUL-terminated text to the caller; otherwise the destructor releases it.
 #pragma once
 
 #include <cstddef>
@@ -20,33 +20,35 @@ struct text_block {
   std::size_t size;
 };
 
-// Where a text_buffer gets its block from.
+// The allocator of a text_buffer's block.
 struct text_memory {
-  std::size_t headroom;  // bytes in front of the text, for what the block's owner puts there
-  // Moves a block (null at first) with its first `used` bytes to one of `least` bytes or more. With
-  // `wanted` bytes or more, appending costs time linear in the bytes. On failure the block stays.
+  std::size_t headroom;  // bytes before the text, for the use of the block's owner
+  // Moves the first `used` bytes of a block (null at first) to a block of at least `least` bytes.
+  // It should have `wanted` bytes, so that appending takes time linear in the bytes. On failure,
+  // returns null bytes and keeps the old block.
   text_block (*resize)(char* block, std::size_t used, std::size_t least, std::size_t wanted);
   void (*release)(char* block);
 };
 
-// That of the allocation hooks.
+// Allocates with the allocation hooks.
 extern const text_memory hook_memory;
 
 class text_buffer {
  public:
-  // `memory` has to outlive the buffer.
+  // `memory` must outlive the buffer.
   explicit text_buffer(const text_memory& memory = hook_memory) : memory_(memory) {}
   ~text_buffer();
   text_buffer(const text_buffer&) = delete;
   text_buffer& operator=(const text_buffer&) = delete;
 
-  // Returns the position of `count` bytes after the text, or null. commit() makes bytes part of it.
+  // Returns a position after the text with room for `count` bytes, or null if memory is out.
+  // commit() makes the bytes written there part of the text.
   char* reserve(std::size_t count) {
     if (count < static_cast<std::size_t>(limit_ - end_)) return end_;
     return grow(count);
   }
   void commit(std::size_t count) { end_ += count; }
-  // The same up to `end`, a position in the bytes that reserve() returned.
+  // The same for all bytes up to `end`, a position in the room that reserve() returned.
   void commit_to(char* end) { end_ = end; }
 
   bool append(const char* bytes, std::size_t count) {
@@ -68,8 +70,8 @@ class text_buffer {
   // Marks the buffer failed. Returns false, so that a writer can `return out.fail()`.
   bool fail();
 
-  // The NUL-terminated text, now the caller's, or null when the buffer has failed. Its block begins
-  // with the headroom.
+  // Returns the NUL-terminated text, which then belongs to the caller, or null if the buffer has
+  // failed. Its block begins with the headroom.
   char* release();
 
  private:
@@ -78,15 +80,17 @@ class text_buffer {
   const text_memory& memory_;
   char* begin_ = nullptr;
   char* end_ = nullptr;
-  char* limit_ = nullptr;      // behind the block; the text always ends before it, for the NUL
-  char* block_end_ = nullptr;  // where limit_ stands unless the buffer has failed
+  char* limit_ = nullptr;      // the text ends before it, so that its NUL has room
+  char* block_end_ = nullptr;  // the value of limit_ unless the buffer has failed
   bool failed_ = false;
 };
 
-// Decimal digits of `value`.
+// Each appends the JSON text of a value and returns false if memory is out.
+
+// The decimal digits of `value`.
 bool json_write_integer(text_buffer& out, std::int64_t value);
-// A quoted string of `count` bytes: '"' and '\' and five control bytes escaped, the other control
-// bytes dropped, everything else as it stands.
+// A quoted string of `count` bytes. Escapes '"', '\' and five control bytes, drops the other
+// control bytes and copies all other bytes.
 bool json_write_text(text_buffer& out, const char* bytes, std::size_t count);
 // The compact text of a tree.
 bool json_write(text_buffer& out, const json_node* node);

@@ -1,4 +1,4 @@
-// What the tables hold for the writer of replies alone (bridge/reply_reader.cpp): ready-made
+// What the tables hold for the writer of replies alone (bridge/result_reader.cpp): ready-made
 // labels, the runs in which it reads a record, and the room that a run's text needs. It is computed
 // with the tables because constant data costs nothing there. Nothing else may depend on it.
 //
@@ -19,7 +19,7 @@ namespace kvrpc {
 [[noreturn]] inline void bad_table(const char* /*reason*/) { std::abort(); }
 
 // The most bytes that a writer may touch for one value, from the value's first byte. Each bound is
-// derived and asserted beside its writer, in bridge/reply_values.h and bridge/reply_reader.cpp.
+// derived and asserted beside its writer, in bridge/value_text.h and bridge/result_reader.cpp.
 namespace reply_room {
 
 constexpr std::uint32_t null = 4;
