@@ -93,7 +93,7 @@ def test_a_silent_portmapper_is_asked_once_for_three_seconds(module, answers, mo
     mapper = answers([])
     started = time.monotonic()
     assert reason(module) == FAILED + "RPC: Timed out\n"
-    assert 2.9 < time.monotonic() - started < 4
+    assert 2.9 < time.monotonic() - started < 5.9  # a second question would make it 6
     assert len(mapper.calls()) == 1
 
 
@@ -112,7 +112,7 @@ def test_a_handler_that_raises_ends_the_wait_for_a_silent_portmapper(module, ans
     started = time.monotonic()
     with pytest.raises(Alarm):
         module.RpcClient("lambda", HOST)
-    assert time.monotonic() - started < 1
+    assert time.monotonic() - started < 2.9
     assert len(mapper.calls()) == 1
 
 

@@ -44,7 +44,7 @@ def test_a_call_is_told_once_with_its_sizes(events):
     assert event.number == own().procedures["l_stopserver_1"].number
     assert event.bytes_out == len(json.dumps({"l_stopserver_1": "Fäx"}, separators=(",", ":")))
     assert event.bytes_in == len(OK)
-    assert 0 < event.seconds < 1
+    assert 0 < event.seconds < 10
     assert event.argument is None
 
 

@@ -53,7 +53,7 @@ def test_a_delayed_answer_holds_nobody_else_up(schema):
             slow.call("l_version_1")
         start = time.monotonic()
         Client(schema, simulator.port).call("l_ps_1")
-        assert time.monotonic() - start < 2
+        assert time.monotonic() - start < 4
 
 
 def test_cut_ends_in_the_middle_of_the_answer(faulty):

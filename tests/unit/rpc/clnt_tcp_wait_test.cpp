@@ -8,13 +8,13 @@ namespace kvrpc::test {
 namespace {
 
 TEST(tcp_wait, is_the_timeout_of_the_call_until_control_sets_it) {
-  tcp_peer peer(late_by(100));
+  tcp_peer peer(late_by(1500));
   client clnt(tcp_handle(peer.port()));
   std::int32_t result;
   const stopwatch watch;
   EXPECT_EQ(clnt.call(1, &result, span(40)), RPC_TIMEDOUT);
   EXPECT_GE(watch.milliseconds(), 40);
-  EXPECT_LT(watch.milliseconds(), 100);
+  EXPECT_LT(watch.milliseconds(), 1500);
 }
 
 TEST(tcp_wait, that_control_set_is_not_shortened_by_a_call) {
@@ -26,7 +26,7 @@ TEST(tcp_wait, that_control_set_is_not_shortened_by_a_call) {
 }
 
 TEST(tcp_wait, that_control_set_is_not_prolonged_by_a_call) {
-  tcp_peer peer(late_by(200));
+  tcp_peer peer(late_by(1500));
   client clnt(tcp_handle(peer.port()));
   clnt.set_timeout(span(30));
   std::int32_t result;
@@ -42,7 +42,7 @@ TEST(tcp_wait, ends_when_the_hook_says_so_and_leaves_the_handle_usable) {
     const signal_storm storm;
     const stopwatch watch;
     EXPECT_EQ(clnt.call(1, &result), RPC_CANTRECV);
-    EXPECT_LT(watch.milliseconds(), 100);
+    EXPECT_LT(watch.milliseconds(), 4000);
   }
   EXPECT_EQ(clnt.error().re_errno, RPC_EINTERRUPTED);
   EXPECT_EQ(clnt.call(2, &result), RPC_SUCCESS);

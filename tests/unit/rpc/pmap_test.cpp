@@ -103,7 +103,7 @@ TEST_F(portmapper_query, that_is_silent_times_out_after_three_seconds_and_one_qu
   const stopwatch watch;
   EXPECT_EQ(ask(), 0);
   EXPECT_GE(watch.milliseconds(), 3000);
-  EXPECT_LT(watch.milliseconds(), 4000);
+  EXPECT_LT(watch.milliseconds(), 5900);
   EXPECT_EQ(rpc_createerr.cf_stat, RPC_PMAPFAILURE);
   EXPECT_EQ(rpc_createerr.cf_error.re_status, RPC_TIMEDOUT);
   EXPECT_FALSE(receive(silent.get(), 0).data.empty());

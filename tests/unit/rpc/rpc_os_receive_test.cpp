@@ -63,14 +63,14 @@ TEST_P(socket_recv, takes_what_is_there) {
 
 TEST_P(socket_recv, waits_for_what_comes_late) {
   for (const int late : {20, 70, 160}) {
+    const stopwatch watch;
     const script_thread peer([&] {
       sleep_milliseconds(late);
       write_bytes(both_.other().get(), "x");
     });
-    const stopwatch watch;
     EXPECT_EQ(receive({5, 0}), 1);
     EXPECT_GE(watch.milliseconds(), late - 1);
-    EXPECT_LT(watch.milliseconds(), late + 1000);
+    EXPECT_LT(watch.milliseconds(), late + 4000);
   }
 }
 
@@ -79,7 +79,7 @@ TEST_P(socket_recv, ends_with_the_time) {
     const stopwatch watch;
     EXPECT_EQ(receive(milliseconds(span)), RPC_NOTHING_CAME);
     EXPECT_GE(watch.milliseconds(), span) << span;
-    EXPECT_LT(watch.milliseconds(), span + 1000) << span;
+    EXPECT_LT(watch.milliseconds(), span + 4000) << span;
   }
 }
 
@@ -88,7 +88,7 @@ TEST_P(socket_recv, is_not_prolonged_by_signals) {
   const stopwatch watch;
   EXPECT_EQ(receive(milliseconds(300)), RPC_NOTHING_CAME);
   EXPECT_GE(watch.milliseconds(), 300);
-  EXPECT_LT(watch.milliseconds(), 1000);
+  EXPECT_LT(watch.milliseconds(), 4000);
 }
 
 TEST_P(socket_recv, reports_the_end_and_a_reset) {
@@ -115,7 +115,7 @@ TEST_P(socket_recv, asks_the_hook_twenty_times_a_second) {
   EXPECT_EQ(receive({5, 0}), -1);
   EXPECT_EQ(rpc_socket_errno(), RPC_EINTERRUPTED);
   EXPECT_GE(watch.milliseconds(), 400);
-  EXPECT_LT(watch.milliseconds(), 1500);
+  EXPECT_LT(watch.milliseconds(), 4000);
 }
 
 TEST_P(socket_recv, on_a_socket_that_does_not_block_waits_as_well) {

@@ -18,7 +18,7 @@ TEST(socket_wait, ends_with_the_time) {
   const stopwatch watch;
   EXPECT_EQ(rpc_socket_await(sock.get(), milliseconds(60)), 0);
   EXPECT_GE(watch.milliseconds(), 60);
-  EXPECT_LT(watch.milliseconds(), 1000);
+  EXPECT_LT(watch.milliseconds(), 4000);
 }
 
 TEST(socket_wait, looks_once_when_there_is_no_time) {
@@ -39,7 +39,7 @@ TEST(socket_wait, ends_when_the_hook_says_so) {
   EXPECT_EQ(rpc_socket_await(sock.get(), {5, 0}), -1);
   EXPECT_EQ(rpc_socket_errno(), RPC_EINTERRUPTED);
   EXPECT_EQ(asked, 3);
-  EXPECT_LT(watch.milliseconds(), 1000);
+  EXPECT_LT(watch.milliseconds(), 4000);
 }
 
 // ---- sockets
