@@ -3,14 +3,14 @@ SHELL := bash
 .SHELLFLAGS := -euo pipefail -c
 .DEFAULT_GOAL := build
 MAKEFLAGS += --no-print-directory
-.PHONY: build examples win32 test-win32 test test-slow test-clang test-newest test-wheel test-docs check docs demo bench fuzz clean help setup
+.PHONY: build examples win32 test-win32 test test-slow test-clang test-debian13 test-newest test-wheel test-docs check docs demo bench fuzz clean help setup
 
 PYTHON := .venv/bin/python
 FUZZ_SECONDS ?= 60
 DEMO ?= examples/process_control.py examples/send_fax.py
 
 help: ## this list
-	@awk -F ':.*## ' '/^[a-z0-9-]+:.*## / {printf "  make %-12s %s\n", $$1, $$2}' $(MAKEFILE_LIST)
+	@awk -F ':.*## ' '/^[a-z0-9-]+:.*## / {printf "  make %-13s %s\n", $$1, $$2}' $(MAKEFILE_LIST)
 
 setup:
 	@tools/setup build
@@ -34,6 +34,9 @@ test-slow: ## what takes longer: real time limits, a hundred thousand calls, lon
 	@tools/run-tests debug -m "slow or once"
 	@tools/run-tests asan tests/e2e/test_storms.py
 	@tools/run-tests tsan tests/e2e/test_storms.py
+
+test-debian13: ## make demo, test and check in a root of Debian 13; as root
+	@tools/debian13
 
 test-clang: ## the same tests on clang's release build
 	@tools/setup build peers check
