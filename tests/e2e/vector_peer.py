@@ -38,7 +38,7 @@ def call_bytes(xid, program, number, argument):
     return writer.written() + bytes.fromhex(argument)
 
 
-def make_handler(vectors, name, program):
+def make_server(vectors, name, program):
     def handle(message, carrier):
         xid = int.from_bytes(message[:4], "big")
         number = int.from_bytes(message[20:24], "big")
@@ -53,7 +53,7 @@ def make_handler(vectors, name, program):
                   f"expected {expected.hex()}", flush=True)
             return transport.Answer(rpc.system_error(xid))
         return transport.Answer(rpc.success(xid, bytes.fromhex(line["res_xdr"])))
-    return handle
+    return transport.Server(handle)
 
 
 def main(path):
@@ -61,7 +61,7 @@ def main(path):
     loop = transport.Loop()
     base, pairs = ports.bind_range(len(PROGRAMS))
     for (tcp, udp), (name, program) in zip(pairs, PROGRAMS):
-        loop.serve(tcp, udp, make_handler(vectors, name, program))
+        loop.serve(tcp, udp, make_server(vectors, name, program))
     print("port", base, flush=True)
     loop.run()
 

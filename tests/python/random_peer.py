@@ -20,7 +20,7 @@ from tests.python.simulator.values import Values  # noqa: E402
 HEADER = 40
 
 
-def make_handler(server, seeds):
+def make_server(server, seeds):
     codec = Codec(own())
 
     def handle(message, carrier):
@@ -30,7 +30,7 @@ def make_handler(server, seeds):
         result = codec.encode(procedure.result, value)
         print("call", message[HEADER:].hex() or "-", result.hex() or "-", flush=True)
         return transport.Answer(rpc.success(xid, result))
-    return handle
+    return transport.Server(handle)
 
 
 def main(seed):
@@ -38,7 +38,7 @@ def main(seed):
     seeds = itertools.count(int(seed))
     base, pairs = ports.bind_range(len(own().servers))
     for server in own().servers.values():
-        loop.serve(*pairs[server.slot], make_handler(server, seeds))
+        loop.serve(*pairs[server.slot], make_server(server, seeds))
     print("port", base, flush=True)
     loop.run()
 
