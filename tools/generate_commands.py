@@ -40,6 +40,7 @@ class Command(NamedTuple):
     usage: str
     paragraphs: list
     options: list
+    notes: str  # lines that follow the options as they are
 
     @property
     def summary(self):
@@ -51,15 +52,17 @@ def commands():
         for name in kvrpc.list_commands(top):
             command = kvrpc.get_command(top, name)
             with click.Context(command, info_name=name, parent=top) as context:
+                notes = ""
                 if name == "simulate":
-                    options = simulator_options()
+                    options = list(simulator_options())
+                    notes = inspect.cleandoc(option_parser("kvrpc simulate").epilog)
                 else:
                     records = [each.get_help_record(context) for each in command.params]
                     options = [(spelling, " ".join(meaning.split()))
                                for spelling, meaning in filter(None, records)]
                 usage = " ".join(["kvrpc", name, *command.collect_usage_pieces(context)])
                 usage = re.sub(r"\[\[(\S+)\]\]", r"[\1]", usage)
-                yield Command(name, usage, paragraphs(command.help), options)
+                yield Command(name, usage, paragraphs(command.help), options, notes)
 
 
 def simulator_options():
@@ -96,6 +99,8 @@ def markdown(found):
         if each.options:
             lines += table("option", "meaning", [(f"`{cell(spelling)}`", cell(meaning))
                                                  for spelling, meaning in each.options])
+        if each.notes:
+            lines += ["```text", *each.notes.splitlines(), "```", ""]
     lines += ["## Exit codes", "", *table("code", "when", EXIT_CODES.items()),
               "## Environment", "", *table("variable", "meaning", VARIABLES.items())]
     return "\n".join(lines).rstrip() + "\n"
@@ -133,6 +138,8 @@ def manual(found):
         for text in each.paragraphs:
             lines += [".PP", roff(text)]
         lines += tagged(each.options)
+        if each.notes:
+            lines += [".PP", ".nf", *map(roff, each.notes.splitlines()), ".fi"]
     lines += [".SH EXIT STATUS", *tagged(EXIT_CODES.items()),
               ".SH ENVIRONMENT", *tagged(VARIABLES.items())]
     return "\n".join(lines) + "\n"
@@ -152,7 +159,7 @@ def roff(text):
 
 
 def main(arguments):
-    found = [each._replace(options=list(each.options)) for each in commands()]
+    found = list(commands())
     stale = 0
     for name, text in (("commands.md", markdown(found)), ("kvrpc.1", manual(found))):
         file = ROOT / "docs" / name
