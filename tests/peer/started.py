@@ -11,7 +11,7 @@ from settings import plain_environment
 
 TESTS = Path(__file__).resolve().parents[1]
 SECONDS = 60
-SLOTS = {"alpha": 0, "lambda": 3, "omega": 5}  # a server's port behind the base port
+SLOTS = {"alpha": 0, "lambda": 3, "omega": 5}  # added to the base port
 
 
 @dataclasses.dataclass(frozen=True)

@@ -13,6 +13,7 @@ import typing
 from pathlib import Path
 
 import pytest
+from settings import plain_environment
 from test_vectors import LINES
 
 from kvrpc_tools import ArgumentError, arguments, results
@@ -32,10 +33,6 @@ def stubs(tmp_path):
     """Where a checker finds the stub of the module and kvrpc_tools without an installation."""
     shutil.copytree(PACKAGE.parent / "kvrpc-stubs", tmp_path / "stubs" / "kvrpc")
     return [str(tmp_path / "stubs"), str(PACKAGE.parent)]
-
-
-def plain_environment():
-    return {name: value for name, value in os.environ.items() if name != "LD_PRELOAD"}
 
 
 def lines_named(text):

@@ -10,7 +10,7 @@
 namespace kvrpc::test {
 namespace {
 
-// The messages that may stand on standard error when memory runs out.
+// The messages that may be on stderr when memory runs out.
 bool only_stated_messages(std::string text) {
   for (const char* message : {"xdr_bytes: out of memory\n", "xdr_string: out of memory\n",
                               "xdr_array: out of memory\n", "xdr_reference: out of memory\n"}) {

@@ -1,4 +1,4 @@
-// Fixed texts without a NUL of their own: they run on into the bytes behind them, end before the
+// Fixed texts without a NUL of their own: they extend into the bytes after them, end before the
 // first pointer, and no address reaches a reply.
 #include <gtest/gtest.h>
 
@@ -177,8 +177,8 @@ TEST(run_on_text, a_union_before_it_does_not_stop_it) {
   EXPECT_EQ(text_of(other), R"({"z":"zzzzA","u":{"selection":65,"v1":{"a":"","t":"abc"}}})");
 }
 
-// Every fixed text of every shape full to the brim, and counts without zero bytes: what stands
-// behind a text is then a pointer's bytes, none of which may be in the text.
+// Every fixed text of every shape is full, and counts have no zero byte. A text is then followed by
+// the bytes of a pointer, none of which may be in the text.
 TEST(run_on_text, no_address_reaches_a_text) {
   static constexpr structure node{"node",
                                   {

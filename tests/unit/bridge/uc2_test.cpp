@@ -10,7 +10,7 @@
 namespace kvrpc {
 namespace {
 
-// The server's code, told again without the product's table.
+// The server's code, derived again without the product's table.
 std::map<unsigned, unsigned> units_with_a_byte() {
   std::map<unsigned, unsigned> byte;
   for (unsigned u : {7u, 9u, 10u, 12u, 13u}) byte[u] = u;

@@ -139,7 +139,7 @@ TEST(isostring_to_utf8, stops_before_a_character_that_does_not_fit) {
   EXPECT_EQ(isostring_utf8_size("a\xC4\xA4"), 7u);
   EXPECT_EQ(into("a\xC4\xA4", 7), "a\u00C4\u20AC");
   EXPECT_EQ(into("a\xC4\xA4", 6), "a\u00C4");
-  EXPECT_EQ(into("a\xC4\xA4z", 6), "a\u00C4");  // nothing behind it is taken either
+  EXPECT_EQ(into("a\xC4\xA4z", 6), "a\u00C4");  // nothing after it is taken either
   EXPECT_EQ(into("a\xC4", 3), "a");
   EXPECT_EQ(into("a", 1), "");
   char untouched = 'k';

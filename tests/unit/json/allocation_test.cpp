@@ -12,7 +12,7 @@ const char rich_text[] =
     R"(2345678901234567890123456789012345678901234567890123456789012345678901234567890123456789"})";
 
 // Runs `make`, which gives something that `drop` releases or null, with each allocation failing in
-// turn: each failure must show as null and leave nothing behind. The number of failing runs.
+// turn: each failure must show as null and leak nothing. Returns the number of failing runs.
 template <class Make, class Drop>
 std::int64_t fail_each(Make make, Drop drop) {
   return fail_each_allocation([&](std::int64_t number) {
@@ -88,7 +88,7 @@ TEST(FailingAllocation, FailsAnAddAndAReplaceWithoutALeak) {
   EXPECT_EQ(failures, 5);
 }
 
-// The same with the standard functions behind the hooks, as the product runs.
+// The same with the standard functions as the hooks, as the product runs.
 TEST(FailingAllocation, ShowsAsNullWithTheStandardFunctions) {
   const std::int64_t failures = fail_each_allocation([](std::int64_t number) {
     const failing_heap heap(number);

@@ -7,7 +7,7 @@
 namespace kvrpc::test {
 namespace {
 
-// Parses, duplicates, prints and deletes `text`, which prints as it stands.
+// Parses, duplicates, prints and deletes `text`, which must print unchanged.
 void round_trip(const std::string& text) {
   tree_ptr tree(json_parse(text.c_str()));
   ASSERT_NE(tree, nullptr);

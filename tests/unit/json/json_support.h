@@ -36,7 +36,7 @@ struct text_deleter {
 using tree_ptr = std::unique_ptr<json_node, tree_deleter>;
 using text_ptr = std::unique_ptr<char, text_deleter>;
 
-// Parses a copy of `text` that ends where its block ends, so that the sanitizers see a read behind
+// Parses a copy of `text` that ends where its block ends, so that the sanitizers see a read past
 // it, and checks that the parser left the copy as it was.
 tree_ptr parse(const std::string& text);
 
@@ -44,13 +44,13 @@ tree_ptr parse(const std::string& text);
 std::string print(const json_node* node);
 std::string pretty(const json_node* node);
 
-// A tree as it stands in the nodes' fields, with blanks between children:
+// Describes a tree by its nodes' fields, with blanks between children:
 //
 //   null true false   12   g3FC00000   'text'   [1 'a']   {'key':1 'other':[]}
 //
 // g and eight digits is a parsed fraction, by the low half of the number's bits. Bytes of texts
-// outside of ASCII and ' and \ stand as \xHH. "fail" is a null tree. A field that a parsed node of
-// its type cannot hold, or a broken link, adds a '!'.
+// outside of ASCII and ' and \ are written \xHH. "fail" is a null tree. A field that a parsed node
+// of its type cannot hold, or a broken link, adds a '!'.
 std::string describe(const json_node* node);
 // The same of the document that json_document makes of `text`, from a copy as in parse().
 std::string describe_document(const std::string& text);

@@ -7,7 +7,7 @@
 namespace kvrpc::test {
 namespace {
 
-// What holds for every text: parsing it leaves nothing behind, a document is the same tree, and a
+// What holds for every text: parsing it leaks nothing, a document is the same tree, and a
 // tree prints to a text that parses. A printed fraction parses to zero, so it is the second print
 // that all later ones equal.
 void check_text(const std::string& text) {

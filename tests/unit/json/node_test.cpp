@@ -122,8 +122,8 @@ TEST(Delete, TakesTheSubtreeAndLeavesTheSiblings) {
   EXPECT_EQ(hooks.live_blocks(), 0);
 }
 
-// The siblings are not told, so a child that was deleted without being taken off its list is still
-// what they point at.
+// The siblings are not changed, so a child that was deleted without being taken off its list is
+// still what they point at.
 TEST(Delete, DoesNotTakeTheNodeOffItsParentsList) {
   const tree_ptr tree = parse("[1,2,3]");
   json_node* head = tree->child;

@@ -99,7 +99,7 @@ struct silent_server {
   }
 };
 
-// The bytes of a call behind its id.
+// Returns the bytes of a call after its id.
 inline std::string call_behind_id(const std::string& arguments) {
   return words({0, 2, test_program, test_version, test_procedure, 0, 0, 0, 0}) + arguments;
 }

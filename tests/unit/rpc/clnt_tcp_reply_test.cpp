@@ -190,7 +190,7 @@ TEST(tcp_arguments, that_fail_send_the_incomplete_record) {
 
 // ---- cuts and stalls
 
-// A call whose answer breaks off behind `bytes` of it: by close, by reset, or by silence.
+// A call whose answer breaks off after `bytes` of it: by close, by reset, or by silence.
 enum class cut { close, reset, silence };
 
 outcome cut_off(std::size_t bytes, cut kind) {

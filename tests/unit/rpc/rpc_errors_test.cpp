@@ -19,7 +19,7 @@ constexpr clnt_ops reporting = {
 
 CLIENT client = {nullptr, nullptr, &reporting, nullptr, 0};
 
-// The text for a status with two words behind it.
+// Returns the text for a status with its two words.
 std::string text_of(std::int32_t status, std::int32_t first = 0, std::int32_t second = 0,
                     const char* prefix = "rpc_call") {
   reported.re_status = status;

@@ -1,4 +1,5 @@
-// A scripted other end for record streams: it takes what is written and gives what it was told to.
+// A scripted other end for record streams: it records what is written and supplies the bytes that a
+// test has set.
 #pragma once
 
 #include <algorithm>
