@@ -50,7 +50,7 @@ test-wheel: ## the wheel and the source distribution, installed outside the tree
 	@tools/setup build check
 	@tools/test-wheel
 
-test-docs: ## the code blocks of the guide and of README, against the simulator
+test-docs: ## the code blocks of the guide and of README; the reference and the console in a browser
 	@tools/setup build check
 	@tools/run-tests debug tests/docs
 

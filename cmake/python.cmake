@@ -87,7 +87,8 @@ function(kvrpc_install)
   else()
     install(FILES docs/kvrpc.1 DESTINATION share/man/man1 COMPONENT python)
     install(DIRECTORY python/ DESTINATION ${KVRPC_INSTALL_DIR} COMPONENT python
-      FILES_MATCHING PATTERN "*.py" PATTERN "*.pyi" PATTERN "py.typed"
+      FILES_MATCHING PATTERN "*.py" PATTERN "*.pyi" PATTERN "py.typed" PATTERN "*.js"
+      PATTERN "*.css"
       PATTERN "__pycache__" EXCLUDE)
   endif()
 endfunction()

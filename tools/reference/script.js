@@ -62,6 +62,7 @@
     const target = document.getElementById(id);
     const article = target && target.closest("main > article") || articles.get("start");
     if (article.id === "fields" && !$(".places", article)) addPlaces();
+    $$(":not(.code) > pre", article).forEach(addCopyButton);
     shown.classList.remove("on");
     article.classList.add("on");
     shown = article;
@@ -128,7 +129,7 @@
     }
   }
 
-  const BASE = { procedure: 4, group: 6, server: 5, field: 2, record: 0 };
+  const BASE = { procedure: 4, group: 6, server: 5, field: 1, record: 2 };
 
   function score(entry, words) {
     let sum = BASE[entry.kind] - (entry.older ? 3 : 0);
@@ -288,7 +289,6 @@
 
   addRecordList();
   addTools();
-  $$("pre").forEach(addCopyButton);
   window.addEventListener("hashchange", () => show(true));
   show(false);
 })();

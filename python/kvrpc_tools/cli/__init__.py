@@ -6,7 +6,8 @@
     reaching    where a call went that has failed
     values      arguments from text, and results to text
     listing, describing, calling, pinging, decoding, exporting, watching, tracing, simulating,
-    documents   the commands, one each
+    documents, serving
+                the commands, one each
 """
 
 from __future__ import annotations

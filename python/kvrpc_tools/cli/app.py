@@ -38,6 +38,7 @@ COMMANDS = {
     "trace": ("tracing", "trace"),
     "simulate": ("simulating", "simulate"),
     "docs": ("documents", "docs"),
+    "console": ("serving", "console"),
 }
 
 
