@@ -1,5 +1,5 @@
-"""Runs the end-to-end and the regression tests with the 32-bit Windows interpreter. Their peers run
-on this side.
+"""Runs the end-to-end and the regression tests with the 32-bit Windows interpreter, and the tests
+of worker processes, which start and end in another way there. Their peers run on this side.
 
     run_e2e.py [FILE...] [PYTEST OPTION...]
 
@@ -20,6 +20,7 @@ BUILD = ROOT / "build" / "win32"
 INSTALLED = BUILD / "installed"  # what tools/win32-wheel leaves
 AT_ONCE = 6
 SECONDS = 400
+OTHERS = ["tests/python/test_worker.py"]  # first, because it takes longest
 NO_TEST_LEFT = 5  # pytest's exit code when all tests of a file are excluded
 
 
@@ -50,9 +51,9 @@ def main(arguments):
     files = [each for each in arguments if each.endswith(".py")]
     options = [each for each in arguments if each not in files]
     shutil.rmtree(peer_starter.ERRORS, ignore_errors=True)
-    files = files or sorted(f"tests/{path.parent.name}/{path.name}"
-                            for directory in ("e2e", "regression")
-                            for path in (ROOT / "tests" / directory).glob("test_*.py"))
+    files = files or OTHERS + sorted(f"tests/{path.parent.name}/{path.name}"
+                                     for directory in ("e2e", "regression")
+                                     for path in (ROOT / "tests" / directory).glob("test_*.py"))
     paths = (INSTALLED, BUILD / "packages", ROOT / "tests" / "win32")
     environment = dict(
         os.environ,
