@@ -87,7 +87,7 @@ def test_any_executor_will_do_and_stays_open(make):
 
 
 def test_the_order_of_the_hosts_is_kept_on_request():
-    naps = [0.3, 0.0, 0.1]
+    naps = [1.6, 0.0, 0.8]
     for ordered, expected in ((False, sorted(naps)), (True, naps)):
         outcomes = fleet.map(naps, fleet_work.nap, ordered=ordered)
         assert [outcome.value for outcome in outcomes] == expected
