@@ -1,5 +1,5 @@
-// Base64 in both directions, a group of 24 bits at a time on the way out and a character at a time
-// on the way in, where anything may be between the characters.
+// Base64 in both directions. Encoding takes a group of 24 bits at a time. Decoding takes one
+// character at a time, because bytes outside the alphabet may be between any two.
 #include "bridge/base64.h"
 
 #include <cstdlib>
@@ -26,7 +26,7 @@ constexpr value_table make_values() {
 }
 constexpr value_table values = make_values();
 
-// Writes the four characters of a group of 24 bits.
+// Writes the four characters of a group of 24 bits. Returns the position after them.
 char* put_group(char* out, std::uint32_t bits) {
   for (int shift = 18; shift >= 0; shift -= 6) *out++ = alphabet[bits >> shift & 0x3F];
   return out;
@@ -57,8 +57,8 @@ class quantum_reader {
     position_ = (position_ + 1) % 4;
   }
 
-  // Reads a `=`, which `following` follows. Returns false if it cannot be here: it must be the
-  // third character of a quantum, with another `=` after it, or the fourth.
+  // Reads a `=`, after which the text has `following`. Returns false if it is misplaced: it must be
+  // the fourth character of a quantum, or the third with another `=` after it.
   bool pad(char following) {
     if (position_ < 2 || (position_ == 2 && following != '=')) return false;
     position_ = (position_ + 1) % 4;

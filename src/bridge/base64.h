@@ -3,8 +3,8 @@
 //
 // Reading is lenient: bytes outside the alphabet are skipped, the padding at the end may be
 // missing, and padded texts may follow one another. For example, "TQ==TQ" gives two bytes. Only a
-// misplaced `=` fails, with a line on standard error. What is returned comes from malloc and
-// belongs to the caller.
+// misplaced `=` fails, with a line on standard error. Results are allocated with malloc and belong
+// to the caller.
 #pragma once
 
 #include <cstddef>
@@ -17,7 +17,7 @@ constexpr std::size_t base64_text_size(std::size_t size) {
   return size / 3 * 4 + (size % 3 != 0 ? 4 : 0);
 }
 
-// Writes the text for `size` bytes to `out`, without a NUL, and returns its end.
+// Writes the text for `size` bytes to `out`, without a NUL. Returns the position after it.
 char* base64_encode_to(char* out, const void* bytes, std::size_t size);
 
 // Surface: replies are written with base64_encode_to.
@@ -27,8 +27,8 @@ char* base64_encode_to(char* out, const void* bytes, std::size_t size);
 char* base64_encode(const void* bytes, std::size_t size, std::size_t* reserved_out);
 
 // Returns the bytes and stores their number in `length_out`, or returns null if memory is out or
-// the padding is wrong. Reads `size` bytes of text, and the one after them, its NUL, if the last is
-// a `=`.
+// the padding is wrong. A NUL must follow the `size` bytes of text, because the byte after a `=` is
+// read as well.
 std::uint8_t* base64_decode(const char* text, std::size_t size, std::size_t* length_out);
 
 }  // namespace kvrpc

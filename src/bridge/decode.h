@@ -1,6 +1,6 @@
-// Record to JSON, one field at a time: the converters that the interface names beside those of
-// encode.h. They are a surface for callers that hold a record. No reply takes this road, since
-// result_reader.h has no record; but both write single values with the same functions.
+// Record to JSON, one field at a time: the counterparts of the encoders of encode.h, a surface for
+// callers that hold a record. Replies do not use them, because result_reader.h never has a record.
+// Both write single values with the same functions.
 //
 // Each appends the field's JSON text and returns 1, or returns 0 on failure: memory is out, a
 // text's pointer is null, or the field is a single char. With `raw_text` 0 a text is converted from
@@ -30,7 +30,7 @@ int json_decode_double(text_buffer& out, int raw_text, const void* field);
 int json_decode_bool(text_buffer& out, int raw_text, const void* field);
 // Compatibility: reads the low 16 bits of its 32-bit field, though json_encode_enum stores all 32.
 int json_decode_enum(text_buffer& out, int raw_text, const void* field);
-// Refused, with a line on standard error.
+// Both fail, with a line on standard error, because no field is a single character.
 int json_decode_char(text_buffer& out, int raw_text, const void* field);
 int json_decode_u_char(text_buffer& out, int raw_text, const void* field);
 
@@ -55,14 +55,16 @@ inline bool is_char_decoder(json_decoder elem) {
 }
 
 // Surface: for callers that hold a record.
-// An inline array of `count` elements; a text up to `end` if `elem` is a char converter.
+// Appends a vector of `count` elements. If `elem` is a char converter, appends the text at `base`
+// instead, which ends at its NUL or at `end`.
 int json_decode_vector(text_buffer& out, int raw_text, const char* base, std::uint32_t count,
                        std::uint32_t size, json_decoder elem, const char* end);
-// A counted array. Warns of a char element, which is then refused.
+// Appends a counted array. If `elem` is a char converter, warns on standard error and fails at the
+// first element.
 int json_decode_array(text_buffer& out, int raw_text, const void* block, std::uint32_t size,
                       json_decoder elem);
 int json_decode_reference(text_buffer& out, int raw_text, const void* field, json_decoder elem);
-// An optional target: `null` if there is none.
+// Appends an optional target, or `null` if there is none.
 int json_decode_pointer(text_buffer& out, int raw_text, const void* field, json_decoder elem);
 
 }  // namespace kvrpc

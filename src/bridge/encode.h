@@ -1,16 +1,16 @@
 // JSON to record: the encoders, each of which reads a node and fills a field.
 //
 // Each returns 1 on success and 0 on failure. None writes a message, except three fixed texts on
-// standard error. A node must have exactly the type of its field, and no value is tested for its
-// range: a store takes the low bits. For example, 65537 stores 1 in a short.
+// standard error. A node must have exactly the type of its field. The range of a number is not
+// checked: a number that is too large loses its high bits. For example, 65537 stores 1 in a short.
 //
 // If `raw_text` is 0, the text of a string node is UTF-8 and is converted to the record's ISO code,
 // with a "?" for each character that the code lacks. Otherwise its bytes are copied as they are.
 //
-// What an encoder allocates belongs to the record, even if the record could not be filled to its
-// end, and is released with record_free. A field that is filled twice keeps the later value and
-// releases the earlier one. The encoders of counted arrays and pointers do not know what an earlier
-// value owns: json_encode releases it before it calls them.
+// What an encoder allocates belongs to the record and is released with record_free, even if a later
+// field fails. A field that is filled twice keeps the later value and releases the earlier one. The
+// encoders of counted arrays and pointers do not know what an earlier value owns, so json_encode
+// releases it before it calls them.
 #pragma once
 
 #include <cstdint>
@@ -44,12 +44,16 @@ int json_encode_double(const json_node* node, int raw_text, void* field);   // d
 int json_encode_bool(const json_node* node, int raw_text, void* field);     // int32_t, 0 or 1
 int json_encode_enum(const json_node* node, int raw_text, void* field);     // int32_t
 
-// Both refuse, with a line on standard error: no field is a single character. They exist so that
-// json_encode_vector can recognise them by their addresses and take a text for the whole vector.
+// Both fail, with a line on standard error, because no field is a single character. They exist so
+// that json_encode_vector can recognise them by their addresses and fill the whole vector from a
+// text.
 int json_encode_char(const json_node* node, int raw_text, void* field);
 int json_encode_u_char(const json_node* node, int raw_text, void* field);
 
 // ---- texts and bytes. `block` is a 32-bit count and a pointer.
+//
+// A text may take `cap` bytes with its NUL; a longer one is truncated. Only json_encode_string then
+// puts a NUL in the last byte. json_encode_opaque fails unless it decodes exactly `size` bytes.
 
 int json_encode_string(const json_node* node, int raw_text, void* field, std::uint32_t cap);
 int json_encode_counted_text(const json_node* node, int raw_text, void* block, std::uint32_t cap);
@@ -73,8 +77,8 @@ bool is_char_encoder(const Elem&) {
 
 void warn_of_char_array();
 
-// Fills `count` elements of `size` bytes each, from an array of exactly as many. If `elem` is a
-// char encoder, fills the whole vector from a text.
+// Fills `count` elements of `size` bytes each. The node must be an array of exactly `count`
+// elements. If `elem` is a char encoder, fills the whole vector from a text instead.
 template <class Elem>
 int json_encode_vector(const json_node* node, int raw_text, char* base, std::uint32_t count,
                        std::uint32_t size, Elem elem) {
@@ -87,7 +91,8 @@ int json_encode_vector(const json_node* node, int raw_text, char* base, std::uin
   return 1;
 }
 
-// Fills a counted array. If an element fails, the ones before it stay with the record.
+// Fills a counted array. If an element fails, the record still owns the array and the elements
+// before that one. Warns on standard error if `elem` is a char encoder.
 template <class Elem>
 int json_encode_array(const json_node* node, int raw_text, void* block, std::uint32_t maximum,
                       std::uint32_t size, Elem elem) {
@@ -105,7 +110,7 @@ int json_encode_array(const json_node* node, int raw_text, void* block, std::uin
   return 1;
 }
 
-// Allocates a target of `size` bytes and fills it.
+// Allocates a target of `size` bytes, stores its address in `field` and fills it.
 template <class Elem>
 int json_encode_reference(const json_node* node, int raw_text, void* field, std::uint32_t size,
                           Elem elem) {

@@ -17,9 +17,9 @@ int integer(const json_node* node, void* field) {
   return 1;
 }
 
-// The text of a string node in the form that the record holds. A short one is converted to memory
-// of the object itself, because most texts are short and a block of the heap costs more than the
-// rest.
+// The text of a string node in the form that the record holds. A short text is converted into the
+// object's own buffer, because most texts are short and an allocation costs more than converting
+// them.
 class source_text {
  public:
   source_text(const json_node* node, int raw_text) {
@@ -31,12 +31,13 @@ class source_text {
   source_text(const source_text&) = delete;
   source_text& operator=(const source_text&) = delete;
 
-  // Null if the node has another type or memory is out.
+  // Returns null if the node has another type or memory is out.
   const char* bytes() const { return bytes_; }
   std::size_t length() const { return length_; }
 
-  // Returns a block of the first `size` bytes and a zero byte, or null if memory is out. The block
-  // is the caller's. `size` must be at most length() + 1; call this once, last.
+  // Returns a copy of the first `size` bytes with a NUL after them, or null if memory is out. The
+  // caller must free the copy. `size` must be at most length() + 1. Must be called only once, and
+  // after all other members.
   char* take(std::uint32_t size) {
     char* const block = block_ != nullptr ? block_ : new_block(size);
     if (block != nullptr && block != block_) std::memcpy(block, bytes_, size);

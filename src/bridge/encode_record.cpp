@@ -1,5 +1,5 @@
-// JSON to record by table: which encoder serves which type, and how structures, lists and unions
-// are filled. A list is followed by a loop, so a list of any length takes the same stack.
+// JSON to record by table: chooses the encoder of each type, and fills structures, lists and
+// unions. A loop follows a list, so a list of any length needs the same stack.
 #include "bridge/encode.h"
 #include "bridge/record_xdr.h"
 #include "bridge/resume_stack.h"
@@ -52,14 +52,14 @@ int encode_pointer(const json_node* node, int raw_text, void* field, const wire_
                              });
 }
 
-// Where to go on in a node of a list once the nodes after it are done.
+// Where to resume in a list node after all later nodes have been filled.
 struct list_place {
   const json_node* member;
   char* base;
 };
 
-// Puts a fresh node in the link `field` and returns it, or null if memory is out. What the link led
-// to before is released.
+// Releases the nodes that the link `field` leads to and stores a zero-filled node there. Returns
+// that node, or null if memory is out.
 char* fresh_next(const record_type& record, char* field) {
   list_free(record, load<char*>(field));
   char* target = new_block(record.size);
@@ -67,7 +67,7 @@ char* fresh_next(const record_type& record, char* field) {
   return target;
 }
 
-// Fills a structure, and if it is a list node, all the nodes that hang from it.
+// Fills a structure and, if it is a list node, all nodes after it.
 class structure_encoder {
  public:
   structure_encoder(const record_type& record, int raw_text, const json_node* node, char* base)
@@ -81,7 +81,7 @@ class structure_encoder {
   }
 
  private:
-  // Goes back to the node around the one that is done. Returns false if there is none.
+  // Goes back to the last node that has members left. Returns false if there is none.
   bool resume() {
     if (places_.empty()) return false;
     const list_place place = places_.pop();
@@ -91,7 +91,7 @@ class structure_encoder {
     return true;
   }
 
-  // Encodes the current member and goes to the one after it.
+  // Encodes the current member and advances to the next one.
   int encode_member() {
     const json_node& member = *member_;
     const std::uint32_t index = find_member(record_, member.key, expected_);
@@ -104,8 +104,8 @@ class structure_encoder {
     return json_encode(&member, raw_text_, place, field.type);
   }
 
-  // Goes into the next node of the list, unless the member is null. Comes back later if there are
-  // members after it.
+  // Continues in the next node of the list, unless the member is null. Remembers this node if it
+  // has members after the link.
   int encode_next(const json_node& member, char* field) {
     if (member.type == JSON_NULL) return 1;
     if (member.type != JSON_OBJECT) return 0;
@@ -124,7 +124,8 @@ class structure_encoder {
   resume_stack<list_place> places_;
 };
 
-// A union that is filled again with another arm is released and zeroed first.
+// Stores the discriminant. If it selects another arm than before, releases and zeroes the union
+// first.
 void select_arm(char* base, const record_type& record, std::int32_t value) {
   const std::int32_t before = load<std::int32_t>(base);
   if (before == value) return;
@@ -186,8 +187,8 @@ int json_encode(const json_node* node, int raw_text, void* field, const wire_typ
       return encode_array(node, raw_text, field, type);
     case wire_kind::record:
       return json_encode_record(node, raw_text, field, *type.target);
-    case wire_kind::list_next:    // only inside a record, which follows it itself
-    case wire_kind::unspecified:  // nothing is known of it
+    case wire_kind::list_next:    // structure_encoder follows it
+    case wire_kind::unspecified:  // not described
       return 0;
   }
   return 0;

@@ -1,3 +1,5 @@
+// Writes the envelope of a reply member by member. rpc_err has members of its own for some
+// failures, which envelope.h lists.
 #include "bridge/envelope.h"
 
 #include "bridge/server_call.h"
@@ -11,7 +13,7 @@ bool add(text_buffer& out, const char (&text)[N]) {
   return out.append(text, N - 1);
 }
 
-// Appends a number after `before`.
+// Appends the text `before` and then a number.
 template <std::size_t N>
 bool add(text_buffer& out, const char (&before)[N], std::int64_t value) {
   return add(out, before) && json_write_integer(out, value);

@@ -1,8 +1,8 @@
 // Reads and writes the fields of a record in memory, and allocates what a record owns.
 //
-// A record's table defines its layout, in which a pointer may be at any multiple of 4. So all
-// fields are moved with memcpy. A block that a record owns comes from malloc or calloc. At least
-// one zero byte must follow its contents, because texts are read up to their NUL.
+// All fields are copied with memcpy, because a record's table may put a pointer at any multiple of
+// 4. Memory that a record owns comes from malloc or calloc. At least one zero byte must follow its
+// contents, because texts are read up to their NUL.
 #pragma once
 
 #include <cstddef>
@@ -36,13 +36,13 @@ inline void store_block(void* block, std::uint32_t count, char* bytes) {
   store(static_cast<char*>(block) + block_pointer_offset, bytes);
 }
 
-// Returns a zero-filled block of `size` bytes and one more, or null if memory is out.
+// Returns `size` + 1 zero bytes from the heap, or null if memory is out.
 inline char* new_block(std::uint64_t size) {
   if (size >= SIZE_MAX) return nullptr;
   return static_cast<char*>(std::calloc(1, static_cast<std::size_t>(size) + 1));
 }
 
-// Releases a block from malloc or calloc at the end of the scope.
+// Owns memory from malloc or calloc, and frees it at the end of the scope.
 class owned_block {
  public:
   explicit owned_block(void* block) : block_(static_cast<char*>(block)) {}

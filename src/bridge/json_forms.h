@@ -1,5 +1,5 @@
-// How the bytes of the record's ISO code look inside a JSON string. Most stand for themselves and
-// are found eight at a time; each of the others has a form of up to 3 bytes.
+// How the bytes of the record's ISO code are written in a JSON string. Most bytes are plain: they
+// are copied as they are, up to eight at a time. Every other byte has a form of at most 3 bytes.
 #pragma once
 
 #include <cstddef>
@@ -10,7 +10,7 @@
 
 namespace kvrpc {
 
-// The bytes that stand for one ISO byte inside a JSON string. A size of 0 drops the byte.
+// What is written in a JSON string for one ISO byte. A size of 0 drops the byte.
 struct json_form {
   char bytes[3];
   std::uint8_t size;
@@ -21,7 +21,8 @@ struct json_form_table {
 };
 extern const json_form_table json_forms;
 
-// Writes the form of an ISO byte. Returns the position after it; touches all bytes of a form.
+// Writes the form of an ISO byte. Returns the position after it. Always touches 3 bytes, because a
+// copy of fixed size is faster.
 inline char* write_form(char* place, char byte) {
   const json_form& form = json_forms.form[static_cast<unsigned char>(byte)];
   std::memcpy(place, form.bytes, sizeof form.bytes);
@@ -34,8 +35,8 @@ constexpr std::size_t escaped_room(std::size_t size) { return size * sizeof json
 static_assert(escaped_room(8) == 8 * sizeof json_form::bytes, "");
 char* write_escaped(char* place, const char* bytes, std::size_t size);
 
-// Returns how many of a word's bytes, from the lowest on, stand for themselves: all but those below
-// 0x20, above 0x7F, the quote and the backslash.
+// Returns how many bytes of a word, from the lowest on, are plain. The bytes below 0x20 and above
+// 0x7F, the quote and the backslash are not. For example, the word of "ab\ncdefg" gives 2.
 inline std::uint32_t plain_bytes(std::uint64_t word) {
   constexpr std::uint64_t ones = 0x0101010101010101u;
   const std::uint64_t quote = word ^ ones * '"';

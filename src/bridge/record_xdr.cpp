@@ -1,5 +1,5 @@
-// Records by their tables. xdr_value() is the one place that knows how each wire kind is written
-// and what it owns.
+// Writes and releases records by their tables. xdr_value() is the one place that knows how each
+// wire kind is written and what it owns.
 #include "bridge/record_xdr.h"
 
 #include "bridge/field_memory.h"
@@ -19,7 +19,7 @@ bool_t xdr_items(XDR* xdrs, char* data, std::uint32_t count, const wire_type& it
   return TRUE;
 }
 
-// The fields from `begin` up to `end`, none of them a list's link.
+// Walks the fields from `begin` up to `end`, none of which may be a list's link.
 bool_t xdr_fields(XDR* xdrs, char* base, const record_type& record, std::uint32_t begin,
                   std::uint32_t end) {
   for (std::uint32_t i = begin; i < end; ++i) {
@@ -38,7 +38,7 @@ char* link_of(char* node, const record_type& list) {
   return node + list.fields[link_index(list)].offset;
 }
 
-// The fields before a node's link, and those after it.
+// Walk the fields before a node's link, and those after it.
 bool_t xdr_head(XDR* xdrs, char* node, const record_type& list) {
   return xdr_fields(xdrs, node, list, 0, link_index(list));
 }
@@ -46,7 +46,8 @@ bool_t xdr_tail(XDR* xdrs, char* node, const record_type& list) {
   return xdr_fields(xdrs, node, list, link_index(list) + 1, list.field_count);
 }
 
-// The nodes are nested on the wire: the fields after a node's link follow all later nodes.
+// Writes a list. The nodes are nested on the wire, so the fields after a node's link follow all
+// later nodes.
 bool_t write_list(XDR* xdrs, char* node, const record_type& list) {
   const bool has_tail = link_index(list) + 1 < list.field_count;
   resume_stack<char*> nodes;
@@ -73,7 +74,8 @@ void free_nodes(XDR* xdrs, char* node, const record_type& list) {
   }
 }
 
-// A list from its first node, which belongs to the caller.
+// Writes or releases a list. XDR_FREE keeps the memory of the first node, because it belongs to the
+// caller.
 bool_t xdr_list(XDR* xdrs, char* first, const record_type& list) {
   if (xdrs->x_op == XDR_ENCODE) return write_list(xdrs, first, list);
   free_nodes(xdrs, load<char*>(link_of(first, list)), list);

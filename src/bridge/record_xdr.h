@@ -1,5 +1,6 @@
 // Records to XDR bytes, and the release of what a record owns: one walker over the tables. Lists of
-// any length are walked with loops. Nothing here decodes: see result_reader.h.
+// any length are walked with loops. Nothing here decodes, because result_reader.h reads results
+// without a record.
 #pragma once
 
 #include <cstdint>
@@ -23,7 +24,7 @@ bool_t xdr_value(XDR* xdrs, char* data, const wire_type& type);
 
 // Releases what a value owns and sets its pointers to null.
 void record_free(const wire_type& type, void* data);
-// Releases the list from `node`, which may be null, to its end, with the nodes themselves.
+// Releases `node`, which may be null, and all nodes after it, with what they own.
 void list_free(const record_type& record, char* node);
 
 }  // namespace kvrpc

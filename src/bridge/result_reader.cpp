@@ -1,12 +1,11 @@
 // The one place that knows how each wire kind becomes text: value().
 //
-// A record is read in runs (see schema/reply_plan.h): one look at the wire and one at the text's
-// room serve all of a run's fields. A list node with fields of fixed size is one run with its link.
+// A record is read in runs (see schema/reply_plan.h): all fields of a run share one check of the
+// wire and one of the text's room. A list node with fields of fixed size is one run with its link.
 //
 // Contracts
-//   1. Reading and writing fail apart. If bytes do not come, reading ends: the call has failed. If
-//   a
-//      text cannot be written, the buffer fails and stays failed, and reading continues.
+//   1. Reading and writing fail separately. If bytes cannot be read, reading ends, because the call
+//      has failed. If a text cannot be written, the buffer is marked failed and reading continues.
 //   2. A value of fixed size is written at a position that has its room, from bytes that are taken.
 //      A value of variable size has its opening unit taken, and appends to the buffer.
 //   3. No position in the buffer is kept across a call that may append, and none in the taken bytes
@@ -17,16 +16,16 @@
 #include "bridge/value_text.h"
 #include "bridge/wire_window.h"
 
-// For what runs once for each field.
+// For the functions that run once for each field.
 #define always_inline inline __attribute__((always_inline))
 
 namespace kvrpc {
 
 namespace {
 
-// Where writing and reading have come to. A null `wire` means that bytes did not come. A null
-// `place` means that nothing is written at a position: the value has appended to the buffer, or the
-// buffer has failed.
+// The current positions in the text and on the wire. `wire` is null if bytes could not be read.
+// `place` is null if there is no position to write at, because the value was appended to the buffer
+// or the buffer has failed.
 struct cursor {
   char* place;
   const char* wire;
@@ -136,7 +135,7 @@ always_inline cursor result_reader::value(cursor at, const wire_type& type, Trai
                                             : record(*type.target, after()),
                       at);
     case wire_kind::list_next:    // record() follows it
-    case wire_kind::unspecified:  // no reply has one
+    case wire_kind::unspecified:  // not described
       break;
   }
   return {nullptr, nullptr};
@@ -179,8 +178,8 @@ cursor result_reader::fixed_items(cursor at, const wire_type& type, trail after)
   return at;
 }
 
-// Writes a text that fills its field. Moves the rest of its run to where the bytes that follow can
-// be looked at, and reserves the run's room anew.
+// Writes a text that fills its field. Moves the rest of its run to the window's memory, so that the
+// bytes after it can be inspected, and reserves the run's room again.
 cursor result_reader::run_on(cursor at, const wire_type& type, trail after) {
   out_.commit_to(at.place);
   const auto rest = static_cast<std::size_t>(taken_end_ - at.wire);
@@ -230,9 +229,9 @@ always_inline bool result_reader::fields(const record_type& record, const record
   return literal("}", 1);
 }
 
-// Reads a structure, or a list: its nodes are nested on the wire as in the text. So fields that
-// follow the link come after all nodes are open, the last node's first. A text of a node extends to
-// its link at most, so only the first node's last fields have something after them.
+// Reads a structure or a list. A list's nodes are nested on the wire, as in the text. So the fields
+// after the links come after the last node, and the last node's come first. A text of a node
+// extends to its link at most, so only the first node's last fields have something after them.
 bool result_reader::record(const record_type& record, const trail& after) {
   std::uint64_t open_nodes = 0;
   do {
@@ -260,7 +259,7 @@ bool result_reader::arm(const record_type& record, std::uint32_t discriminant, c
   return open(arm->type, {&record, arm, nullptr, 0, &after}) && literal("}", 1);
 }
 
-// ---- what has a length
+// ---- values that begin with a count
 
 bool result_reader::elements(const record_type& element, std::uint32_t count) {
   const wire_type type = wire::inline_(element);

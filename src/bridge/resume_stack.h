@@ -1,5 +1,5 @@
-// The nodes to which a walker of a linked list must return. Recursion would keep them on the stack;
-// here they are in one growing block of the heap, because a list may have any length.
+// The nodes to which a walker of a linked list must return, in one growing array on the heap.
+// Recursion would keep them on the stack, which a long list would overflow.
 #pragma once
 
 #include <cstddef>
@@ -28,6 +28,7 @@ class resume_stack {
     return true;
   }
 
+  // Returns the place that was pushed last and removes it. The stack must not be empty.
   Place pop() { return places_[--count_]; }
 
  private:

@@ -1,5 +1,5 @@
-// Looks ahead on the wire for the bytes that follow a text in memory. This is rare, so it is apart
-// from the reader's loop and writes byte by byte.
+// Looks ahead on the wire for the bytes that follow a text in memory. Separate from the reader's
+// loop and written byte by byte, because such texts are rare.
 #include "bridge/run_on.h"
 
 #include "bridge/json_forms.h"
@@ -40,7 +40,8 @@ class run_on_text {
   const char* next_;
 };
 
-// Writes chars that are `step` bytes apart on the wire, up to a NUL.
+// Writes chars that are `step` bytes apart on the wire, up to a NUL. Returns true if there was none
+// and all were written.
 bool run_on_text::bytes(const char* from, std::size_t count, std::size_t step) {
   if (from == nullptr) return false;
   for (; count > 0; --count, from += step) {
@@ -79,7 +80,7 @@ bool run_on_text::fields(const record_type& record, const record_field* field,
   return offset == record.size;
 }
 
-// A union. What its arm does not fill is zero.
+// Writes a union as it is in memory, where the bytes that its arm does not fill are zero.
 bool run_on_text::arm(const record_type& record) {
   std::uint32_t selected = 0;
   if (!unit(&selected) || !integer(selected, 4)) return false;

@@ -2,8 +2,8 @@
 //
 // The servers' texts are read up to their NUL in memory. So a text that fills its field extends
 // into the fields that follow, as the home platform lays them out: integers lowest byte first,
-// alignment as zero bytes. It ends at a NUL, before the first pointer, or with its block. A block
-// is what has memory of its own: the result, a list node, a pointer's target, an array element. All
+// alignment as zero bytes. It ends at a NUL, before the first pointer, or at the end of its
+// allocation, which is the result, a list node, a pointer's target or the element of an array. All
 // of these bytes follow the text on the wire, so no record is needed to find them.
 //
 //   {"a", chars(2)} {"n", int_} {"t", text}   in memory   a a 0 0  n n n n  c c c c  pointer
@@ -17,10 +17,10 @@
 
 namespace kvrpc {
 
-// What follows a value in its block: the fields after one of a record, or `items_left` items after
-// one of a vector; and then what follows that record or vector. The default is the end of a block.
+// What follows a value in its allocation: the fields after it in a record, or the `items_left`
+// elements after it in a vector; then what follows that record or vector. By default nothing.
 struct trail {
-  const record_type* record = nullptr;  // null after an item
+  const record_type* record = nullptr;  // null after an element
   const record_field* field = nullptr;
   const wire_type* item = nullptr;
   std::uint32_t items_left = 0;
@@ -28,7 +28,8 @@ struct trail {
 };
 
 // Writes the text of type `type` at `wire`, which the window holds, and all that it extends into.
-// Returns false if bytes that follow it do not come. Fails the buffer if memory is out.
+// Returns false if the bytes that follow it cannot be read. Marks the buffer failed if memory is
+// out.
 bool write_run_on_text(text_buffer& out, wire_window& window, const char* wire,
                        const wire_type& type, const trail& after);
 

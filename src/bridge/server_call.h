@@ -3,8 +3,8 @@
 //   call   {"procedure":argument, ...}          only the first member counts
 //   reply  {"status":S,"rpc_err":{...},"message":"...","result":...}
 //
-// `rpc_err` stands only with status 3, `result` only with status 0. The reply text is allocated
-// and belongs to the caller, who releases it with free. Nothing here holds state between calls.
+// A reply has `rpc_err` only with status 3, and `result` only with status 0. The caller owns the
+// reply text and must release it with free. Nothing here holds state between calls.
 #pragma once
 
 #include "json/text_buffer.h"
@@ -25,15 +25,17 @@ enum call_status : int {
   CALL_REFUSED = 9,  // by the vetting function
 };
 
-// Vets a call by its procedure name; 0 refuses it.
+// Vets a call by its procedure's name. Returns 0 to refuse it.
 using verify_function = int (*)(const char* name, void* context);
 
-// Runs one call of `text` on the server `which`. Null when memory ran out (status 7) or the name
-// has no dispatcher (`status` stays as it was). `verify` may be null.
+// Runs the call `text` on the server `which`. Returns the reply text, or null if memory is out
+// (status 7) or no program has that name (`status` is left unchanged). `verify` may be null, which
+// allows every call.
 // Surface: the module passes a buffer of its own.
 char* server_call(CLIENT* clnt, const char* which, const char* text, int* status,
                   verify_function verify, void* context);
-// The same with the reply text in an empty buffer of the caller's; false where there is none.
+// The same, but writes the reply text to `reply`, which must be empty. Returns false if there is
+// none.
 bool server_call(CLIENT* clnt, const char* which, const char* text, int* status,
                  verify_function verify, void* context, text_buffer& reply);
 

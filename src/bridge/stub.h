@@ -16,7 +16,7 @@ constexpr std::int32_t call_timeout_seconds = 25;
 
 // Calls `target` with the argument `node` and appends the result's JSON text to `result`. Returns
 // CALL_OK, CALL_CANNOT_ENCODE, CALL_RPC_FAILED or CALL_CANNOT_DECODE. What was appended is valid
-// only after CALL_OK. An argument that does not convert causes no traffic.
+// only after CALL_OK. If the argument does not convert, nothing is sent.
 //
 // `target` must be a row of a list that list_of made, because only their arguments are
 // known to fit in argument_room.

@@ -72,8 +72,8 @@ constexpr bool is_continuation(int byte) { return byte >= 0x80 && byte <= 0xBF; 
 
 constexpr utf8_char bad_sequence(std::uint8_t size) { return {false, replacement_character, size}; }
 
-// A whole sequence of `size` bytes. It is bad if its value is below `least`, that is, if a shorter
-// sequence has that value.
+// Returns the character of a complete sequence of `size` bytes. The sequence is bad if its value is
+// below `least`, because a shorter sequence has that value.
 constexpr utf8_char whole_sequence(int value, int least, std::uint8_t size) {
   if (value < least) return bad_sequence(size);
   return {true, static_cast<std::uint16_t>(value), size};

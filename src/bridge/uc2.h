@@ -17,7 +17,7 @@
 
 namespace kvrpc {
 
-// Accompanies a byte that was made from Unicode.
+// Says how a Unicode character was converted to a byte.
 enum iso_modifier : int {
   iso_good = 0,     // the byte is good
   iso_vanish = 1,   // the character must vanish

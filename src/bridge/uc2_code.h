@@ -65,13 +65,13 @@ constexpr std::uint8_t encode_iso(int byte, char* out) {
   return static_cast<std::uint8_t>(encode_utf8(units.unit[byte], out));
 }
 
-// A byte of the record's code and what accompanies it, an iso_modifier.
+// A byte of the record's code, and in `mod` an iso_modifier.
 struct iso_char {
   char byte;
   int mod;
 };
 
-// These two units are no characters of a text and vanish.
+// Returns true for the two units that are not characters of a text and are dropped.
 constexpr bool vanishes(std::uint16_t unit) { return unit == 0x080C || unit == 0xFEFF; }
 
 inline iso_char to_iso(std::uint16_t unit) {

@@ -1,6 +1,6 @@
 // The conversions of whole texts: loops over the conversions of one character, with output that is
-// truncated at the buffer's end. ASCII on the way in, which is most of all text, is copied in
-// blocks.
+// truncated at the buffer's end. On the way to ISO, ASCII is copied block_size bytes at a time,
+// because most text is ASCII.
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -14,7 +14,7 @@
 namespace kvrpc {
 namespace {
 
-// Ends the output after `count` elements, or at the last place of a full buffer.
+// Ends the output with a zero after `count` elements, or in the last element of a full buffer.
 template <class Unit>
 Unit* terminate(Unit* buffer, std::size_t count, std::size_t size) {
   if (size > 0) buffer[count < size ? count : size - 1] = 0;
@@ -84,14 +84,14 @@ class iso_writer {
     }
   }
 
-  // Leaves out a replacement that does not fit whole with something after it.
+  // Writes the replacement, or nothing if it would not leave room for at least one more byte.
   void put_replacement() {
     if (replacement_size_ == 0 || replacement_size_ >= size_ - count_) return;
     std::memcpy(buffer_ + count_, replacement_, replacement_size_);
     count_ += replacement_size_;
   }
 
-  // Copies bytes that stay the same in the ISO code, as long as whole blocks can be read before
+  // Copies bytes that stay the same in the ISO code, as long as block_size bytes can be read before
   // `end` and have room. Returns the position after them.
   const char* put_same(const char* text, const char* end) {
     const std::size_t most = std::min(static_cast<std::size_t>(end - text), size_ - count_);
@@ -103,7 +103,7 @@ class iso_writer {
         copied += same;
         break;
       }
-      copied += block_size;  // a constant, so that the next block does not wait for this result
+      copied += block_size;  // a constant, so that the next copy does not wait for this result
     }
     count_ += copied;
     return text + copied;
@@ -119,7 +119,7 @@ class iso_writer {
   std::size_t count_ = 0;
 };
 
-// Converts the character at `text` and returns the bytes that it has there.
+// Converts the character at `text`. Returns how many bytes it has there.
 std::size_t put_utf8(iso_writer& out, const char* text) {
   const uc2::utf8_char read = uc2::read_utf8(text);
   if (read.good) {

@@ -1,5 +1,5 @@
 // Texts that have one unit of 4 bytes on the wire for each char: copies the chars, several at once,
-// as far as they stand for themselves in a JSON string (see plain_bytes).
+// up to the first that is not plain in a JSON string (see plain_bytes).
 #pragma once
 
 #include <cstdint>
@@ -13,14 +13,14 @@
 
 namespace kvrpc {
 
-// copy_plain_chars() reads chars_at_once units, writes as many chars and returns how many of them,
-// from the first on, stand for themselves.
+// copy_plain_chars() reads chars_at_once units and writes as many chars. It returns how many of
+// them, from the first on, are plain.
 
 #ifdef __SSE2__
 
 constexpr std::uint32_t chars_at_once = 16;
 
-// The chars of 8 units, each in 2 bytes.
+// Returns the chars of 8 units, each in 2 bytes.
 inline __m128i chars_of_8_units(const char* wire) {
   const auto* const units = reinterpret_cast<const __m128i*>(wire);
   return _mm_packs_epi32(_mm_srli_epi32(_mm_loadu_si128(units), 24),
@@ -49,7 +49,7 @@ inline std::uint32_t copy_plain_chars(const char* wire, char* place) {
 
 #endif
 
-// The same for one char.
+// Reads one unit and writes its char. Returns 1 if it is plain, 0 if not.
 inline std::uint32_t copy_plain_char(const char* wire, char* place) {
   *place = wire[3];
   const auto byte = static_cast<unsigned char>(*place);

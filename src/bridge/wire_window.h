@@ -3,7 +3,7 @@
 // take() returns bytes in place if the stream's buffer holds them all; otherwise it gathers them in
 // the window's own memory. A reader that must look beyond the bytes it has taken calls hold()
 // first, which moves them to the window's memory, and then reach() for what follows. Bytes that
-// were only looked at are what the next take() returns. Failures last: after one, every call fails.
+// were only inspected are what the next take() returns. After one failure, every call fails.
 #pragma once
 
 #include <cstdint>
@@ -23,8 +23,8 @@ class wire_window {
   wire_window(const wire_window&) = delete;
   wire_window& operator=(const wire_window&) = delete;
 
-  // Returns the next `size` bytes, valid until the next call of take(), or null if they do not
-  // come.
+  // Returns the next `size` bytes, valid until the next call of take(), or null if they cannot be
+  // read.
   const char* take(std::uint32_t size) {
     if (next_ == end_) {
       const char* const wire = XDR_INLINE(xdrs_, static_cast<std::int32_t>(size));
@@ -48,7 +48,7 @@ class wire_window {
 
   XDR* const xdrs_;
   bool failed_ = false;
-  char* next_ = bytes_;  // [next_, end_) was looked at and not taken
+  char* next_ = bytes_;  // [next_, end_) was inspected and not taken
   char* end_ = bytes_;
   char bytes_[window_room];
 };
