@@ -4,6 +4,7 @@ import http.client
 import json
 import re
 import signal
+import socket
 import subprocess
 import sys
 from urllib.parse import urlsplit
@@ -97,6 +98,13 @@ def test_a_request_from_elsewhere_is_refused(client, headers, status):
                                   '{"procedure":["a"],"argument":""}'])
 def test_what_is_no_form_is_refused(client, body):
     assert client.ask("POST", "/call", body).status == 400
+
+
+def test_it_listens_on_one_address_only(address):
+    port = urlsplit(address).port
+    socket.create_connection(("127.0.0.1", port), timeout=60).close()
+    with pytest.raises(ConnectionRefusedError):
+        socket.create_connection(("127.0.0.2", port), timeout=60)
 
 
 @pytest.mark.parametrize("path", ["/", "/console.js", "/?token=x"])

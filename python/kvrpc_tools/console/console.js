@@ -44,7 +44,7 @@
       const caption = make("label", { htmlFor: label, className: "quiet", textContent: "Argument as JSON" });
       const heading = make("h4", { textContent: "Reply", hidden: true });
       this.heading = heading;
-      this.form = make("form", { className: "form" }, make("h3", { textContent: "Call it" }), caption,
+      this.form = make("form", { className: "form" }, make("h3", { textContent: "Call it on " + target }), caption,
         this.text, this.problems, row, heading, this.reply, this.history);
       this.form.setAttribute("aria-label", "Call " + this.name);
       this.took.setAttribute("role", "status");
