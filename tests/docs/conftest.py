@@ -14,9 +14,13 @@ def missing(reason):
     pytest.skip(reason)
 
 
-@pytest.fixture(scope="session")
+@pytest.fixture(scope="module")
 def browser():
-    """Debian's Chromium, without a window."""
+    """Debian's Chromium, without a window.
+
+    It goes after each module, because Playwright keeps an event loop running and the blocks of the
+    guide start their own.
+    """
     program = shutil.which("chromium")
     if program is None:
         missing("chromium is missing; as root, tools/setup docs installs it")

@@ -29,7 +29,8 @@ def workplace(tmp_path, monkeypatch):
     shutil.copytree(ROOT / "examples" / "testing", place / "testing")
     monkeypatch.setenv("PATH", str(programs), prepend=":")
     for name, value in (("COLUMNS", "100"), ("NO_COLOR", "1"), ("LC_ALL", "C.UTF-8"), ("TZ", "UTC"),
-                        ("PYTHONIOENCODING", "utf-8")):
+                        ("PYTHONIOENCODING", "utf-8"),
+                        ("PYTHONUNBUFFERED", "1")):  # as on a terminal, in the order of writing
         monkeypatch.setenv(name, value)
     monkeypatch.chdir(place)
     return place
