@@ -35,8 +35,8 @@ inline char* write_short_number(char* place, std::uint32_t value) {
 }
 
 // Returns the eight digits of a number below 10^8, one a byte, the first in the lowest byte. Each
-// step halves the groups: two of four digits, four of two, eight of one. The factors divide: for
-// example, 10486 / 2^20 is 1/100 for every number below 10,000.
+// step halves the groups: two of four digits, four of two, eight of one. A multiplication and a
+// shift replace each division. For example, n * 10486 >> 20 is n / 100 for every n below 10,000.
 inline std::uint64_t eight_digits(std::uint32_t value) {
   const std::uint64_t fours = value / 10000 | std::uint64_t{value % 10000} << 32;
   const std::uint64_t hundreds = (fours * 10486 >> 20) & 0x0000007F0000007Full;

@@ -1,7 +1,7 @@
 // A call's JSON text as a tree that is read once and dropped as a whole.
 //
-// It is parsed exactly as by json_parse, but lives in a few large blocks that belong to the
-// document: nothing may be added to, removed from or deleted in it.
+// It is parsed exactly as by json_parse, but its nodes are parts of a few large allocations, which
+// belong to the document. So nothing may be added to, removed from or deleted in it.
 #pragma once
 
 #include "json/json.h"

@@ -64,8 +64,8 @@ void json_delete(json_node* node);
 // Surface: the module copies no tree. Returns a deep copy without siblings, or null.
 json_node* json_duplicate(const json_node* node);
 
-// Constructors. Each returns a node without a parent, or null if memory is out. A number gets only
-// the field that it is made from: json_new_integer(5) has `number` 0, and a parsed 5 has both.
+// Constructors. Each returns a node without a parent, or null if memory is out. A number sets only
+// the value that it is made from: json_new_integer(5) has `number` 0, but a parsed 5 has both.
 // Surface: the module makes no tree of its own.
 json_node* json_new_null();
 json_node* json_new_true();
@@ -99,17 +99,17 @@ json_node* json_detach_at(json_node* container, std::uint32_t index);
 json_node* json_detach_member(json_node* object, const char* key);
 int json_replace_member(json_node* object, const char* key, json_node* item);
 
-// The list operations that these are made of.
+// The list operations that these are made of. json_unlink ignores a null node. json_link returns
+// `earlier`.
 void json_unlink(json_node* container, json_node* node);
 json_node* json_link(json_node* earlier, json_node* later);
 
 // Surface: the module parses to a json_document. Returns the root of the first value in `text`, or
-// null. Ignores what follows that value. For
-// example, `{"a":1} tail` gives the object.
+// null. Ignores what follows that value. For example, `{"a":1} tail` gives the object.
 json_node* json_parse(const char* text);
 
-// Return the text of a tree, which the caller gives back to the release hook, or null. json_print
-// gives the compact form.
+// Return the text of a tree, or null. The caller must pass the text to the release hook. json_print
+// writes the compact form.
 // Surface: the module writes its replies without a tree.
 char* json_print(const json_node* node);
 char* json_print_pretty(const json_node* node);

@@ -1,4 +1,4 @@
-// The blocks of an arena: each has room for three times as many nodes as the one before it.
+// Allocates the chunks of an arena, each three times as large as the one before it, up to a limit.
 #include "json/memory.h"
 
 #include <algorithm>

@@ -1,10 +1,10 @@
 // Where the parser takes its nodes and texts from: json_arena for a call's tree, json_blocks for
-// json_parse. Both have the same members, for the parser is a template over them.
+// json_parse. Both have the same members, because the parser is a template over them.
 //
-// A call's tree is built once, read once and dropped as a whole, so its nodes lie side by side in a
-// few large blocks. The tree of json_parse may be taken apart node by node, so each of its nodes
-// and texts is a block of the allocation hooks. On a call text of small nodes the arena is four
-// times as fast.
+// A call's tree is built once, read once and dropped as a whole, so its nodes are side by side in a
+// few large allocations. The tree of json_parse may be taken apart node by node, so each of its
+// nodes and texts is allocated separately by the hooks. On a call text of small nodes the arena is
+// four times as fast.
 #pragma once
 
 #include <cstddef>
@@ -33,17 +33,17 @@ class json_arena {
     return next_node_++;
   }
 
-  // Returns room for a string of `size` bytes, its NUL included.
+  // Returns room for a string of `size` bytes, its NUL included. start() has reserved it.
   char* text(std::size_t size) {
     char* const place = next_text_;
     next_text_ += size;
     return place;
   }
 
-  // The nodes stay until the end of the arena.
+  // Does nothing, because the nodes live as long as the arena.
   void drop(json_node*) {}
 
-  // As many bytes as are left in the text may be written from a string's place on.
+  // True because a write at a string's position may be as long as the rest of the call's text.
   static constexpr bool room_for_blocks = true;
 
  private:
@@ -53,7 +53,7 @@ class json_arena {
 
   bool grow();
 
-  // Enough for most calls, which so need no memory from the heap.
+  // Enough for most calls, so that these need no memory from the heap.
   static constexpr std::size_t first_nodes = 16;
   static constexpr std::size_t first_text = 256;
 

@@ -81,8 +81,8 @@ char* json_strdup(const char* text) {
   return static_cast<char*>(std::memcpy(block, text, size));
 }
 
-// Needs no stack: a child is taken off its parent's list, and its `prev` then leads back to the
-// parent.
+// Needs no stack, because a child is taken off its parent's list and its `prev` is then used as the
+// link back to the parent.
 void json_delete(json_node* node) {
   if (node == nullptr) return;
   node->prev = nullptr;

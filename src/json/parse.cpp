@@ -67,7 +67,7 @@ bool parser<Memory>::parse_values(const char* at) {
   return at != nullptr;
 }
 
-// Reads the value of the tree's last node, but of a container only its opening bracket.
+// Reads the value of the tree's last node. Of a container, reads only the opening bracket.
 template <class Memory>
 inline const char* parser<Memory>::begin_value(const char* at) {
   if (at == nullptr) return nullptr;
@@ -94,7 +94,8 @@ inline const char* parser<Memory>::open_container(json_type type, const char* at
 }
 
 // Goes from the end of a value or from an opening bracket to the next value, and closes the
-// containers that end before it. Returns the position after the root once that has ended.
+// containers that end before it. Returns that value's position, or the position after the root if
+// the root has ended.
 template <class Memory>
 inline const char* parser<Memory>::end_value(const char* at) {
   do {
@@ -110,7 +111,7 @@ inline const char* parser<Memory>::end_value(const char* at) {
   return at;
 }
 
-// Makes the open container's next child and goes to its value.
+// Makes the open container's next child. Returns the position of its value.
 template <class Memory>
 inline const char* parser<Memory>::begin_child(const char* at) {
   json_node* const child = memory_.node();
@@ -118,7 +119,7 @@ inline const char* parser<Memory>::begin_child(const char* at) {
   return tree_.container()->type == JSON_ARRAY ? at : parse_key(child, at);
 }
 
-// Reads a member's name and the colon, and goes to its value.
+// Reads a member's name and the colon. Returns the position of its value.
 template <class Memory>
 inline const char* parser<Memory>::parse_key(json_node* node, const char* at) {
   if (*at != '"') return nullptr;
@@ -137,9 +138,9 @@ inline const char* parser<Memory>::parse_text(char** text, const char* at) {
 
 #ifdef __SSE2__
 
-// Most strings are short and have no escape. If the end of this one shows in a block and the memory
-// lets a whole block be stored, stores it so, because a copy of fixed size is faster than one of
-// the string's. Returns null if not.
+// Stores a short string without escapes, as most strings are. Always copies json_block_size bytes,
+// because a copy of fixed size is faster than one of the string's length. Returns null if the
+// string does not end within these bytes, has an escape, or the memory has no room for them.
 template <class Memory>
 inline const char* parser<Memory>::parse_short_text(char** text, const char* at) {
   if (!Memory::room_for_blocks || end_ - at < json_block_size) return nullptr;
@@ -175,14 +176,13 @@ const char* parser<Memory>::parse_long_text(char** text, const char* at) {
   return after_text(stop);
 }
 
-// Reads a number. Whatever may be more than a plain integer of 64 bits is left to
-// json_parse_number.
+// Reads a number. Leaves to json_parse_number what may not be a plain integer of 64 bits.
 template <class Memory>
 inline const char* parser<Memory>::parse_number(json_node* node, const char* start) {
   const bool negative = *start == '-';
   const char* const digits = negative ? start + 1 : start;
   const char* at = digits;
-  std::uint64_t size = 0;  // of more than json_safe_digits digits it means nothing
+  std::uint64_t size = 0;  // meaningless after more than json_safe_digits digits
   for (; json_is_digit(*at); ++at) size = size * 10 + json_digit(*at);
   const auto count = at - digits;
   const bool plain = count > 0 && count <= json_safe_digits && (count == 1 || *digits != '0') &&

@@ -1,5 +1,5 @@
-// Strings with escapes. The end of a string is found by two scans that differ after a short `\u`,
-// as the comment of json_string_end tells; the copy never writes more bytes than it reads.
+// Strings with escapes. The end of a string is found by two scans, which differ after a `\u` with
+// fewer than four digits (see json_string_end).
 #include <cstring>
 
 #include "json/parse.h"
@@ -91,10 +91,10 @@ const char* json_parse_hex4(const char* at, std::uint32_t* out) {
   return at;
 }
 
-// The string ends where copying it stops: a `\u` with fewer than four digits swallows the bytes in
-// their place, even a closing quote. For example, "\u12"x" is one string. But a first scan measures
-// the string and knows no digits, and a string fails if that scan comes upon a backslash as the
-// text's last byte, even one that the copy would have swallowed.
+// The string ends where copying it stops. A `\u` always swallows four bytes, even a closing quote
+// in place of a digit. For example, "\u12"x" is one string. Before that, a first scan takes `\u`
+// for an escape of two bytes. If this scan finds a backslash as the text's last byte, the string
+// fails, even if the copy would have swallowed that backslash.
 const char* json_string_end(const char* at, const char* end) {
   at = json_plain_end(at, end);
   if (*at != '\\') return at;

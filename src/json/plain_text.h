@@ -1,7 +1,7 @@
 // The search for the bytes that a JSON string cannot hold as they are: '"', '\' and the bytes below
-// 0x20. Parsing and printing a string both copy the stretch before the next of these at once.
+// 0x20. Parsing and printing a string both copy all bytes before the next of these at once.
 //
-// The search inspects 16 bytes a step where there is SSE2, eight elsewhere and near the end.
+// The search inspects 16 bytes a step with SSE2, and eight without it and near the end.
 #pragma once
 
 #include <cstdint>
@@ -42,8 +42,8 @@ inline const char* json_plain_end_by_words(const char* at, const char* end) {
 
 constexpr int json_block_size = 16;
 
-// Returns a bit for each of the 16 bytes at `at`: 1 if it is not plain. The first byte's is the
-// lowest.
+// Returns a bit for each of the 16 bytes at `at`: 1 if the byte is not plain. The lowest bit is the
+// first byte's.
 inline std::uint32_t json_special_bits(const char* at) {
   const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
   const __m128i quotes = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('"'));
@@ -54,7 +54,7 @@ inline std::uint32_t json_special_bits(const char* at) {
       _mm_movemask_epi8(_mm_or_si128(controls, _mm_or_si128(quotes, backslashes))));
 }
 
-// As json_plain_end_by_words, by blocks of 16 bytes.
+// Does the same as json_plain_end_by_words, but inspects 16 bytes a step.
 inline const char* json_plain_end(const char* at, const char* end) {
   for (; end - at >= json_block_size; at += json_block_size) {
     const std::uint32_t special = json_special_bits(at);

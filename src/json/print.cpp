@@ -1,3 +1,5 @@
+// The printer of trees, in the compact and the formatted form. It keeps the containers around the
+// current node on a json_path instead of recursing, so any nesting prints on a small stack.
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -10,12 +12,13 @@ namespace kvrpc {
 
 namespace {
 
-// A null text has no form.
+// Prints a quoted string. Returns false for null, which has no JSON form.
 bool print_text(text_buffer& out, const char* text) {
   return text != nullptr && json_write_text(out, text, std::strlen(text));
 }
 
-// Six digits behind the point whatever the locale, with an exponent below 1e-6 and above 1e9.
+// Prints six digits after the point in every locale, with an exponent below 1e-6 and above 1e9. For
+// example, 1.5 gives 1.500000.
 bool print_double(text_buffer& out, double value) {
   constexpr std::size_t room = 64;
   char* place = out.reserve(room);
@@ -33,7 +36,7 @@ bool print_number(text_buffer& out, const json_node& node) {
                               : print_double(out, node.number);
 }
 
-// The escape of a byte that is not plain, or an empty text for one that is dropped.
+// Returns the escape of a byte that is not plain, or an empty text for a byte that is dropped.
 const char* escape_of(char byte) {
   switch (byte) {
     case '"':
@@ -55,7 +58,7 @@ const char* escape_of(char byte) {
   }
 }
 
-// Prints one tree in the order of its lists, the containers around the current node on a path.
+// Prints one tree. `path_` holds the containers around the current node.
 class tree_printer {
  public:
   tree_printer(text_buffer& out, bool formatted) : out_(out), formatted_(formatted) {}
@@ -101,7 +104,7 @@ bool tree_printer::print(const json_node* node) {
   }
 }
 
-// A whole single value, or how a container begins.
+// Prints a single value, or the opening bracket of a container.
 bool tree_printer::print_opening(const json_node& node) {
   switch (node.type) {
     case JSON_FALSE:
@@ -123,7 +126,7 @@ bool tree_printer::print_opening(const json_node& node) {
   }
 }
 
-// The path has been left up to the container.
+// Prints the closing bracket. The container must no longer be on the path.
 bool tree_printer::print_closing(const json_node& container) {
   if (container.type == JSON_ARRAY) return out_.append(']');
   return print_tabs() && out_.append('}');
@@ -141,7 +144,7 @@ bool tree_printer::print_behind(const json_node& child) {
   return !formatted_ || out_.append('\n');
 }
 
-// One tab for each container on the path, in the formatted form alone.
+// In the formatted form, prints one tab for each container on the path.
 bool tree_printer::print_tabs() {
   if (!formatted_) return true;
   char* place = out_.reserve(path_.depth());

@@ -1,3 +1,5 @@
+// The growth and the release of a text_buffer. The first block has at least 256 bytes, the second
+// one at least 4096; later ones double.
 #include "json/text_buffer.h"
 
 #include <algorithm>

@@ -20,12 +20,12 @@ struct text_block {
   std::size_t size;
 };
 
-// The allocator of a text_buffer's block.
+// The allocator of a text_buffer. A block here is its one allocation.
 struct text_memory {
   std::size_t headroom;  // bytes before the text, for the use of the block's owner
-  // Moves the first `used` bytes of a block (null at first) to a block of at least `least` bytes.
-  // It should have `wanted` bytes, so that appending takes time linear in the bytes. On failure,
-  // returns null bytes and keeps the old block.
+  // Moves the first `used` bytes of `block`, which is null at first, to a new block. That must have
+  // `least` bytes and should have `wanted`, so that appending takes time linear in the bytes. On
+  // failure, returns null bytes and keeps the old block.
   text_block (*resize)(char* block, std::size_t used, std::size_t least, std::size_t wanted);
   void (*release)(char* block);
 };
@@ -85,14 +85,14 @@ class text_buffer {
   bool failed_ = false;
 };
 
-// Each appends the JSON text of a value and returns false if memory is out.
+// Each returns false, and marks the buffer failed, if memory is out.
 
-// The decimal digits of `value`.
+// Appends the decimal digits of `value`.
 bool json_write_integer(text_buffer& out, std::int64_t value);
-// A quoted string of `count` bytes. Escapes '"', '\' and five control bytes, drops the other
-// control bytes and copies all other bytes.
+// Appends a quoted string of `count` bytes. Escapes '"', '\' and five control bytes, drops the
+// other control bytes and copies all other bytes.
 bool json_write_text(text_buffer& out, const char* bytes, std::size_t count);
-// The compact text of a tree.
+// Appends the compact text of a tree.
 bool json_write(text_buffer& out, const json_node* node);
 
 }  // namespace kvrpc

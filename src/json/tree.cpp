@@ -1,4 +1,5 @@
-// The parts of json_tree and json_path that need no speed: their ends, and the growth of a path.
+// The parts of json_tree and json_path that need no speed: their destructors, and the growth of a
+// path.
 #include "json/tree.h"
 
 #include <cstdint>

@@ -1,11 +1,11 @@
 // Building and walking a tree without recursion, for the sources of this directory alone.
 //
 // json_tree builds in the order of the text. While a container is open, its `next` holds the
-// container around it: it is the last of its siblings, so the link would be null. Depth therefore
-// costs no memory, and a child is linked after the last one without a walk. The tree belongs to the
-// builder until release(), and the destructor deletes what was not released.
+// container around it. This link is free then, because an open container is the last of its
+// siblings. So depth costs no memory, and a child is linked after the last one without a walk. The
+// builder owns the tree until release(), and its destructor deletes what was not released.
 //
-// json_path remembers the containers around a node of a tree that must not be written to.
+// json_path remembers the containers around a node, for a walk over a tree that must not change.
 #pragma once
 
 #include <cstddef>
@@ -21,8 +21,8 @@ class json_tree {
   json_tree(const json_tree&) = delete;
   json_tree& operator=(const json_tree&) = delete;
 
-  // Takes `node` over as the root or as the open container's next child. Returns false if it is
-  // null.
+  // Appends `node` as the root or as the open container's next child, and then owns it. Returns
+  // false if it is null.
   bool append(json_node* node) {
     if (node == nullptr) return false;
     if (last_ != nullptr) {
