@@ -318,8 +318,8 @@ choice(const char*, const char*, const arm (&)[N]) -> choice<N>;
 //   );
 //
 // They are macros so that a record's name is written once. In a header, `inline` comes before them.
-// With `structure name{...}`, GCC would put the first record of each size into writable memory, because
-// its type is not complete when the variable is declared.
+// With `structure name{...}`, GCC would put the first record of each size into writable memory,
+// because its type is not complete when the variable is declared.
 // clang-format off
 #define KVRPC_RECORD(name, ...) constexpr auto name = structure{#name, {__VA_ARGS__}}
 #define KVRPC_UNION(name, selector, ...) \
