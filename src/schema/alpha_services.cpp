@@ -11,7 +11,7 @@ using namespace wire;
 
 // clang-format off
 
-// The item of a vector.
+// The element of a vector.
 constexpr wire_type chars_81 = chars(81);
 
 // `first` and `next` are plain numbers: the list hangs on `data`.

@@ -12,7 +12,7 @@ using namespace wire;
 
 // clang-format off
 
-// The item of a vector.
+// The element of a vector.
 constexpr wire_type chars_81 = chars(81);
 
 KVRPC_RECORD(get_group_res,

@@ -1,9 +1,9 @@
 // Finding a procedure of a list by its name: a hash index that is constant data like the list.
 //
 // The number of slots is a power of two and at least four times the number of names. A name's slot
-// is the first free one from its hash on, and a search ends at the first empty slot, which is
-// mostly the first that it looks at if the list does not have the name. Each slot has eight more
-// bits of the hash, so that nearly every name that is compared is the right one.
+// is the first free one from its hash on, and a search ends at the first empty slot. If the list
+// does not have the name, this is mostly the first slot that it inspects. Each slot has eight more
+// bits of the hash, so nearly every name that is compared is the right one.
 //
 // The hash reads only the first and last eight bytes and the size of a name: it costs about as much
 // as finding the size. Names that agree in all three have the same hash and are distinguished by

@@ -12,7 +12,7 @@ using namespace wire;
 
 // clang-format off
 
-// The item of a vector.
+// The element of a vector.
 inline constexpr wire_type chars_31 = chars(31);
 
 inline KVRPC_RECORD(check_perm_arg,

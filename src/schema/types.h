@@ -2,8 +2,8 @@
 //
 // A record is data and has no C++ struct: a table of fields in wire order, which is the order in
 // memory and in JSON text as well. Offsets and sizes are computed at compile time with the layout
-// of a 32-bit platform (natural alignment of at most 4, zero padding) but for the width of
-// pointers. A pointer may therefore be at any multiple of 4 and is copied with memcpy.
+// of a 32-bit platform (natural alignment of at most 4, zero padding), except for the width of
+// pointers. So a pointer may be at any multiple of 4 and is copied with memcpy.
 //
 //   type            in memory                    on the wire               in JSON
 //   nothing         none                         none                      anything / null
@@ -21,8 +21,8 @@
 //   string          pointer                      counted string            string
 //   pointer_to(R)   pointer                      bool, then R              object, null
 //   list_next       pointer to the own record    bool, then the record     object, null
-//   vector_of(T, n) n items                      n items                   array of n
-//   array_of(R)     count, pointer               count, items              array
+//   vector_of(T, n) n elements                   n elements                array of n
+//   array_of(R)     count, pointer               count, elements           array
 //   inline_(R)      R's fields                   R's fields                object
 //
 // A counted text's count includes its NUL.
@@ -102,7 +102,7 @@ struct wire_type {
         item(&of) {}
 };
 
-// Return what a type of any kind leads to, or null: the type of a vector's items, or a record.
+// Return what a type of any kind leads to, or null: the type of a vector's elements, or a record.
 inline const wire_type* item_of(const wire_type& type) {
   return type.kind == wire_kind::vector ? type.item : nullptr;
 }
@@ -129,7 +129,7 @@ struct record_type {
   std::uint8_t align;
   std::uint32_t size;
   std::uint32_t wire_size;                 // or variable_size
-  std::int32_t next_field = -1;            // index of the list_next member, or -1
+  std::int32_t next_field = -1;            // index of the list_next field, or -1
   std::uint32_t reply_room = 0;            // see reply_plan.h; 0 for a record of variable size
   const record_field* fields = nullptr;    // of a union: its arms
   const record_field* selector = nullptr;  // of a union: its discriminant, a 32-bit int
@@ -152,7 +152,7 @@ constexpr wire_type fixed(wire_kind kind, std::uint32_t count, std::uint32_t siz
                           std::uint8_t align, std::uint32_t wire_size, std::uint32_t room) {
   return {kind, align, 0, count, size, wire_size, room};
 }
-// A type whose wire form begins with one unit, which tells what follows.
+// A type whose wire form begins with one unit, which says what follows: a count, or a bool.
 constexpr wire_type opened(wire_kind kind, std::uint32_t count, std::uint32_t size,
                            const record_type* target = nullptr) {
   return {kind, 4, 4, count, size, variable_size, 0, target};
@@ -204,7 +204,8 @@ constexpr wire_type inline_(const record_type& target) {
           target.reply_room,
           &target};
 }
-// `item` is kept by address: a named constant, as in `constexpr wire_type line = chars(81);`.
+// `item` is the type of an element. It must be a named constant, because its address is kept. For
+// example, `constexpr wire_type line = chars(81);`.
 constexpr wire_type vector_of(const wire_type& item, std::uint32_t n) {
   const bool variable = item.wire_size == variable_size;
   return {item.align,

@@ -1,4 +1,4 @@
-// Cut and mutated call texts: whatever a script hands over, there is a whole reply with a status.
+// Truncated and mutated call texts: every text of a script gets a complete reply with a status.
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -40,7 +40,7 @@ std::vector<sample> samples() {
   return result;
 }
 
-// Runs one call and checks what holds for every text; the status, or -1.
+// Runs one call and checks what holds for every text. Returns its status, or -1 without a reply.
 int status_of(const sample& from, const std::string& text) {
   fake_client client;
   client.answer = from.answer;

@@ -1,4 +1,4 @@
-// A key that occurs twice: the later value works in place, over the earlier one, and nothing leaks.
+// A key that occurs twice: the later value replaces the earlier one in place, and nothing leaks.
 #include <gtest/gtest.h>
 
 #include "bridge/support/conversion.h"

@@ -11,7 +11,8 @@ namespace {
 
 using encoder = int (*)(const json_node*, int, void*);
 
-// A number that a field holds after the text went in; or that the text was refused.
+// Returns the number that a field holds after the text was encoded. refused() returns true if the
+// text was refused and the field kept its value.
 template <class Field>
 Field encoded(encoder encode, const char* text, Field before = 0) {
   const json_value value(text);

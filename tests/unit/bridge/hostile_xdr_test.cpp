@@ -1,4 +1,5 @@
-// Bytes that no honest server sends: no crash, and no more memory than the bytes are worth.
+// Bytes that no honest server sends: the reader must not crash, and must not allocate more than
+// such bytes can fill.
 #include <gtest/gtest.h>
 
 #include "bridge/support/conversion.h"
@@ -67,7 +68,7 @@ TEST(hostile_bytes, in_each_word_of_a_hundred_valid_encodings) {
     read_each_truncation(valid);
     ++encodings;
   }
-  // A length that does not come is not asked for, so nothing runs out of memory.
+  // Bytes that do not arrive are not allocated for, so memory does not run out.
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 

@@ -51,7 +51,7 @@ std::string list_text(const list_form& form, std::uint32_t nodes) {
   return text;
 }
 
-// A head whose list occurs twice, so that the first is released for the second.
+// A head whose list occurs twice, so that the second one releases the first.
 std::string twice(const std::string& list) {
   return "{\"head\":" + list + ",\"head\":" + list + "}";
 }
@@ -87,7 +87,8 @@ class list_set {
   std::vector<json_node*> trees_;
 };
 
-// The processor's nanoseconds for each node of all walkers over `lists` lists of `nodes` nodes.
+// Returns the processor time of all walkers over `lists` lists of `nodes` nodes, in nanoseconds per
+// node.
 double time_of(const list_form& form, std::uint32_t nodes, std::uint32_t lists) {
   const std::string text = list_text(form, nodes);
   std::clock_t taken = 0;
@@ -100,8 +101,8 @@ double time_of(const list_form& form, std::uint32_t nodes, std::uint32_t lists) 
   return static_cast<double>(taken) * (1e9 / CLOCKS_PER_SEC) / nodes / lists;
 }
 
-// A busy machine disturbs a measurement, never to the good of either side: each counts with its
-// best time, and some more attempts are made when the two are too far apart.
+// A busy machine can only make a measurement slower. So each side counts with its best time, and
+// the test makes more attempts if the two are too far apart.
 TEST(long_list, passes_all_walkers_on_a_small_stack_at_the_same_cost_for_each_node) {
   for (const list_form& form : forms) {
     double small = 1e9;

@@ -1,5 +1,5 @@
-// Members of a structure may have any order: fields are expected in that of the table, and found in
-// every other.
+// Members of a structure may have any order. The encoder expects the table's order, which is
+// fastest, and must find the fields in every other order as well.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -15,7 +15,8 @@ namespace {
 
 enum class order { reversed, shuffled };
 
-// Puts the members of every object below `node` into another order. The values here are not deep.
+// Puts the members of every object below `node` into another order. Recurses, because these values
+// are not deep.
 void reorder(json_node* node, order wanted, random_source& random) {
   std::vector<json_node*> children;
   while (node->child != nullptr) children.push_back(json_detach_at(node, 0));
@@ -78,7 +79,7 @@ TEST(member_order, is_free_in_every_procedure) {
   }
 }
 
-// A text with every kind of order and repetition of three members gives what the last of each says.
+// Three members in every order and with every repetition: the last member of each key counts.
 TEST(member_order, lets_the_last_of_a_member_count_wherever_it_is) {
   static constexpr structure three{"three",
                                    {

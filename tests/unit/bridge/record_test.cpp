@@ -13,7 +13,7 @@ constexpr wire_type versioned = wire::inline_(shapes::versioned);
 
 int encoded(const wire_type& type, const char* text) { return test_value(type).encode(text); }
 
-// What the record gives back after the text went in.
+// Returns the text that the record gives after `text` was encoded.
 std::string round_trip(const wire_type& type, const char* text) {
   test_value value(type);
   EXPECT_EQ(value.encode(text), 1) << text;

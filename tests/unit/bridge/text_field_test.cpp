@@ -7,7 +7,7 @@
 namespace kvrpc::test {
 namespace {
 
-// A converter's value with the block of memory that belongs to it.
+// A value that a converter filled, with the memory that it owns.
 struct counted_block {
   alignas(8) char place[4 + sizeof(char*)] = {};
 
@@ -45,7 +45,7 @@ TEST(fixed_text, a_longer_text_is_dropped_without_a_word) {
   EXPECT_STREQ(field, "abc");
 }
 
-// A short text is converted on the stack and a long one in a block of its own.
+// A short text is converted on the stack, and a long one in memory of its own.
 TEST(texts, of_every_length_are_converted_alike) {
   for (std::size_t length = 0; length < 600; ++length) {
     std::string iso(length, 'a');

@@ -31,7 +31,7 @@ std::string utf8_of_iso(const std::string& iso) {
   return utf8 == nullptr ? "(null)" : utf8.get();
 }
 
-// Into a buffer of exactly `size` bytes of the heap, where a sanitizer sees a byte too many.
+// Converts into exactly `size` bytes of the heap, so that a sanitizer finds a byte too many.
 template <class Convert>
 std::string into_buffer(std::size_t size, Convert convert) {
   const std::unique_ptr<char, freed> buffer(static_cast<char*>(std::malloc(size)));
@@ -125,7 +125,7 @@ TEST(utf8string_to_iso, ends_the_text_at_the_end_of_the_buffer) {
   EXPECT_EQ(into("abc", "?", 3), "ab");
   EXPECT_EQ(into("abc", "?", 1), "");
   EXPECT_EQ(into("a'b", "xy", 4), "axy");
-  EXPECT_EQ(into("a'b", "xy", 3), "ab");  // two bytes and the rest do not fit: left out
+  EXPECT_EQ(into("a'b", "xy", 3), "ab");  // the replacement does not fit and is left out
   char untouched = 'k';
   EXPECT_EQ(utf8string_to_iso("abc", &untouched, 0, "?"), &untouched);
   EXPECT_EQ(untouched, 'k');

@@ -1,5 +1,5 @@
-// Every procedure with its exact bytes: what a call text puts on the wire and what a server's bytes
-// become in the reply.
+// Every procedure with its exact bytes: those that a call text puts on the wire, and the reply text
+// of a server's bytes.
 #include <gtest/gtest.h>
 
 #include <fstream>

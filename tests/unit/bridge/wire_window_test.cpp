@@ -1,5 +1,5 @@
-// What the window must hold at most: the wire bytes from a block's start, or from a pointer, up to
-// the next pointer, whatever records they belong to.
+// Computes from the tables the most bytes that the window must hold: those on the wire from the
+// start of an allocation, or from a pointer, up to the next pointer, across all records.
 #include "bridge/wire_window.h"
 
 #include <gtest/gtest.h>

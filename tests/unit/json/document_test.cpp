@@ -1,4 +1,5 @@
-// The tree of a call: the same as that of json_parse, in few blocks that go at once.
+// The tree of a call: the same as that of json_parse, in a few allocations that are released
+// together.
 #include "json/document.h"
 
 #include <gtest/gtest.h>
@@ -53,7 +54,7 @@ TEST(Document, FailsWithoutMemoryAndLeavesNothing) {
   EXPECT_GE(failures, 3);
 }
 
-// Strings may take all of their room, so that a sanitizer sees a byte too many.
+// The strings here take all of their room, so that a sanitizer finds a byte too many.
 TEST(Document, HasRoomForTextsThatAreAllStrings) {
   for (int size = 1; size < 600; ++size) {
     const std::string one = "\"" + repeated("y", size);

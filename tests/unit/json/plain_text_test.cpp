@@ -1,5 +1,5 @@
-// The search for the end of plain text, and the strings that lie around the size of its steps:
-// every byte at every place, every alignment, and texts whose NUL is the last byte before a border.
+// The search for the end of plain text, and strings about as long as its steps: every byte at every
+// position, every alignment, and texts whose NUL is the last byte before a border.
 #include "json/plain_text.h"
 
 #include <gtest/gtest.h>
@@ -56,7 +56,7 @@ TEST(PlainEnd, FindsTheFirstOfTwoBytes) {
   }
 }
 
-// The tree of `text` by both roads, from memory that ends at a border.
+// Returns the tree of `text` by both parsers, from memory that ends at a border.
 void compare_roads(page_border& memory, const std::string& text, const std::string& expected) {
   const char* const bordered = memory.text(text);
   ASSERT_EQ(describe(tree_ptr(json_parse(bordered)).get()), expected) << text;

@@ -8,7 +8,7 @@
 namespace kvrpc::test {
 namespace {
 
-// The processor's seconds for so many times the whole road of a text.
+// Returns the processor time, in seconds, of parsing, copying and printing a text `times` times.
 double seconds_of(const std::string& text, int times) {
   const std::clock_t start = std::clock();
   for (int i = 0; i < times; ++i) {
@@ -20,10 +20,10 @@ double seconds_of(const std::string& text, int times) {
   return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
 }
 
-// One text that is sixteen times as long must take far less than sixteen times as long as the same
-// amount in sixteen texts, which is what a cost that grows with the square comes to; the bound
-// leaves room for caches. A busy machine disturbs a measurement, never to the good of either side:
-// each counts with its best time, and more attempts are made when the two are too far apart.
+// Compares one text with sixteen texts of a sixteenth of its length. If the cost grew with the
+// square of the length, the one text would take sixteen times as long. The bound is lower than that
+// and leaves room for caches. A busy machine can only make a measurement slower, so each side
+// counts with its best time, and the test makes more attempts if the two are too far apart.
 void expect_linear(std::string (*text_of)(std::int32_t)) {
   constexpr double bound = 6;
   const std::string short_text = text_of(2'000);

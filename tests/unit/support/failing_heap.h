@@ -22,7 +22,7 @@ class failing_heap {
   std::int64_t allocations() const;  // asked for since construction, failed ones included
   std::int64_t live_blocks() const;  // allocated less released since construction
   std::size_t peak_bytes() const;    // the most bytes held at one time since construction
-  bool failed() const;               // whether an allocation was made to fail
+  bool failed() const;               // true if an allocation was made to fail
 };
 
 // Runs `body(number)` for 0, 1, 2, ... until a run in which no allocation failed, and returns the

@@ -1,4 +1,4 @@
-// A listener without room: a connection that is begun waits until somebody accepts.
+// A listener whose queue is full: a new connection waits until one of the queue is accepted.
 #pragma once
 
 #include "rpc/rpc_os.h"

@@ -82,7 +82,7 @@ inline rpc_address loopback(std::uint16_t port, const char* host = "127.0.0.1") 
   return address;
 }
 
-// A socket bound to `port` of `host`, 0 for any; -1 when the address is not to be had.
+// Returns a socket bound to `port` of `host`, or -1 if it cannot be bound. Port 0 means any port.
 inline int bound_socket(int type, std::uint16_t port = 0, const char* host = "127.0.0.1") {
   const int sock = socket(AF_INET, type, 0);
   const int on = 1;
@@ -114,8 +114,8 @@ inline bool read_exactly(int sock, char* bytes, std::size_t length) {
   return true;
 }
 
-// The data of the next record; empty at the end of the stream. The fragments' lengths go to
-// `lengths`.
+// Returns the data of the next record, or an empty text at the end of the stream. Stores the
+// fragments' lengths in `lengths`.
 inline std::string read_record(int sock, std::vector<std::uint32_t>* lengths = nullptr) {
   std::string record;
   for (bool last = false; !last;) {
@@ -198,7 +198,7 @@ class udp_peer {
   script_thread thread_;
 };
 
-// The next datagram, empty when none comes within the time.
+// Returns the next datagram, or an empty text if none comes within the time.
 inline datagram receive(int sock, int milliseconds = 10000) {
   datagram got = {std::string(65536, '\0'), {}};
   if (!readable(sock, milliseconds)) return {"", {}};
@@ -216,7 +216,7 @@ inline void answer(int sock, const datagram& to, const std::string& data) {
 
 // ---- the process around the client
 
-// Sets an environment variable, or removes it, for the length of a block.
+// Sets an environment variable, or removes it, until the end of the scope.
 class environment_guard {
  public:
   environment_guard(const char* name, const char* value)
@@ -232,7 +232,7 @@ class environment_guard {
   std::pair<bool, std::string> before_;
 };
 
-// Installs an interrupt hook for the length of a block.
+// Installs an interrupt hook until the end of the scope.
 class hook_guard {
  public:
   explicit hook_guard(int (*hook)()) { rpc_set_interrupt_hook(hook); }

@@ -1,5 +1,5 @@
-// A text at the end of readable memory: the byte after its last one lies in a page that nothing may
-// read, so that reading one byte too many crashes the test, with a sanitizer or without.
+// A text at the end of readable memory: the byte after its last one is in a page that nothing may
+// read, so that reading one byte too many crashes the test, with or without a sanitizer.
 #pragma once
 
 #include <cstddef>

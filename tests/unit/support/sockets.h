@@ -16,7 +16,7 @@
 #endif
 #include <winsock2.h>
 #include <ws2tcpip.h>
-// Behind them:
+// Must follow the headers of the socket layer:
 #include <windows.h>
 #undef TRUE
 #undef FALSE

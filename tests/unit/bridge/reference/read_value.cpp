@@ -1,4 +1,4 @@
-// Reads a value into memory with the routines of rpc/xdr.h, one item after the other.
+// Reads a value into memory with the routines of rpc/xdr.h, one field or element after the other.
 #include "bridge/reference/read_value.h"
 
 #include <cstdio>

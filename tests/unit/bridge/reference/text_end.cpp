@@ -37,7 +37,7 @@ std::uint64_t first_pointer_in_row(const char* base, const wire_type& item, std:
     const std::uint64_t inner = from > start ? from - start : 0;
     const std::uint64_t place = first_pointer(base + start, item, inner);
     if (place < item.size) return start + place;
-    if (item.wire_size != variable_size) break;  // no item holds a pointer
+    if (item.wire_size != variable_size) break;  // no element holds a pointer
   }
   return count * item.size;
 }

@@ -32,7 +32,7 @@ json_node* base64(const char* bytes, std::size_t size) {
   return owned_string(base64_encode(bytes, size, nullptr));
 }
 
-// The block whose memory a text may extend into, and what is done with texts.
+// Makes the tree of one block, which is the memory that a text may extend in (see text_end.h).
 class tree_maker {
  public:
   tree_maker(const char* base, const wire_type& type, int raw_text)
@@ -124,7 +124,8 @@ json_node* tree_maker::record(const char* base, const record_type& record) const
   return add_fields(object.get(), base, record, 0, record.field_count) ? object.release() : nullptr;
 }
 
-// A vector's items belong to its block; an array's elements are blocks.
+// Makes the array of a vector or of an array. A vector's elements are parts of its block; each
+// element of an array is a block of its own.
 json_node* tree_maker::items(const char* base, const wire_type& item, std::uint32_t count,
                              bool blocks) const {
   tree array(json_new_array());

@@ -1,4 +1,4 @@
-// One call through server_call, with what came of it.
+// Makes one call through server_call and keeps its reply and status.
 #pragma once
 
 #include <cstdlib>

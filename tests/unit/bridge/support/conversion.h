@@ -1,5 +1,5 @@
-// A value of a table's type on each of its roads: JSON text, record, XDR bytes, and back. For
-// tests and fuzz targets; nothing here takes memory through malloc, which failing_heap counts.
+// Converts a value of a table's type between its forms: JSON text, record and XDR bytes. For tests
+// and fuzz targets. Nothing here allocates with malloc, because failing_heap counts that.
 #pragma once
 
 #include <cstdlib>

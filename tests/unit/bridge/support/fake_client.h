@@ -1,5 +1,5 @@
-// A client handle without a transport: it keeps the bytes of the arguments that it was given and
-// answers with bytes or a failure that the test has set.
+// A client handle without a transport. It keeps the bytes of the last call's argument, and answers
+// with bytes or a failure that the test has set.
 #pragma once
 
 #include "bridge/support/test_streams.h"

@@ -27,7 +27,7 @@ inline const char* check_written(test_value& value) {
   return again.text() == again.reply() ? nullptr : "the reader's text is not the reference's";
 }
 
-// Type by the first byte, then a JSON text.
+// The first byte selects the type. A JSON text follows.
 inline const char* fuzz_records_json(const char* input, std::size_t size) {
   if (size == 0) return nullptr;
   const json_value json(std::string(input + 1, size - 1));
@@ -36,7 +36,7 @@ inline const char* fuzz_records_json(const char* input, std::size_t size) {
   return value.encode(json.node()) ? check_written(value) : nullptr;
 }
 
-// Type by the first byte, then XDR bytes.
+// The first byte selects the type. XDR bytes follow.
 inline const char* fuzz_records_xdr(const char* input, std::size_t size) {
   if (size == 0) return nullptr;
   const bytes wire(input + 1, input + size);

@@ -19,7 +19,7 @@ class random_source {
  public:
   explicit random_source(std::uint32_t seed) : engine_(seed) {}
 
-  // 0 to bound - 1.
+  // Returns a number from 0 to bound - 1.
   std::uint32_t below(std::uint32_t bound) { return bits() % bound; }
   std::uint32_t bits() { return static_cast<std::uint32_t>(engine_()); }
   bool chance(std::uint32_t one_in) { return below(one_in) == 0; }

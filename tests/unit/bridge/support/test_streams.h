@@ -75,7 +75,7 @@ class source_stream {
     return reinterpret_cast<source_stream*>(stream->x_private);
   }
 
-  // The next `length` bytes, or null when there are not so many.
+  // Returns the next `length` bytes, or null if there are fewer.
   const char* take(std::uint64_t length) {
     if (length > static_cast<std::uint64_t>(end_ - at_)) return nullptr;
     const char* place = at_;
