@@ -31,11 +31,13 @@ def log_in(alpha: Alpha) -> int:
 
 
 def submit(alpha: Alpha, number: str, text: str) -> int:
-    """Makes a document of one page and a send job for it. Returns the number of the job."""
+    """Makes a document, a page up to each form feed, and a job. Returns the number of the job."""
     document = alpha.a_mk_dok_1(USER)
     if not document:
         raise NotSent(f"{USER} may not make a document")
-    alpha.a_put_page_1({"userid": USER, "faxid": document, "seitennr": 1, "data": text})
+    for number_of_page, page in enumerate(text.rstrip("\f").split("\f"), 1):
+        alpha.a_put_page_1({"userid": USER, "faxid": document, "seitennr": number_of_page,
+                            "data": page})
     answer = alpha.a_send_new_1({"selection": 1, "v1": {
         "userid": USER, "poolfaxid": document, "s_rec_v1": {"empfnr": number}}})["v0"]
     if answer["errcode"]:
@@ -62,7 +64,7 @@ def wait(alpha: Alpha, job: int) -> SRecV1:
             print(f"job {job}: status {told}, {record['seitenok']} of {record['seiten']} pages")
         if record["errstat"]:
             raise NotSent(f"job {job}: errstat {record['errstat']}, {record['error_string']}")
-        if record["seitenok"] == record["seiten"]:
+        if 0 < record["seiten"] == record["seitenok"]:
             return record
         time.sleep(0.2)
     raise NotSent(f"job {job} is not through after {PATIENCE:.0f} seconds")

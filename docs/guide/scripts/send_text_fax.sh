@@ -13,8 +13,10 @@ session=$(jq .loginid <<< "$login")
 trap 'kvrpc call a_logout -s userid="$FAX_USER" -s loginid="$session" > /dev/null' EXIT
 
 document=$(kvrpc call a_mk_dok "\"$FAX_USER\"")
-jq -n --rawfile data "$file" --argjson faxid "$document" \
-  '{userid: env.FAX_USER, $faxid, seitennr: 1, $data}' | kvrpc call a_put_page - > /dev/null
+jq -nc --rawfile text "$file" --argjson faxid "$document" \
+  '$text | rtrimstr("\f") | split("\f") | to_entries[] |
+   {userid: env.FAX_USER, $faxid, seitennr: (.key + 1), data: .value}' |
+  while read -r page; do kvrpc call a_put_page - <<< "$page" > /dev/null; done
 answer=$(kvrpc call a_send_new -s selection=1 -s v1.userid="$FAX_USER" \
   -s v1.poolfaxid="$document" -s v1.s_rec_v1.empfnr="$number")
 [ "$(jq .v0.errcode <<< "$answer")" = 0 ] || { echo "refused: $answer" >&2; exit 1; }
@@ -26,7 +28,7 @@ for _ in {1..600}; do
   if jq -e '.errstat != 0' <<< "$record" > /dev/null; then
     jq -r '"not sent: errstat \(.errstat), \(.error_string)"' <<< "$record" >&2
     exit 1
-  elif jq -e '.seitenok == .seiten' <<< "$record" > /dev/null; then
+  elif jq -e '.seiten > 0 and .seitenok == .seiten' <<< "$record" > /dev/null; then
     echo "$file is through to $number"
     exit 0
   fi
