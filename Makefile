@@ -1,4 +1,4 @@
-# The front door. `make help` lists what it opens; `make demo` and `make test` set a machine up first.
+# The commands of the project. `make help` lists them. Most set the machine up first.
 SHELL := bash
 .SHELLFLAGS := -euo pipefail -c
 .DEFAULT_GOAL := build

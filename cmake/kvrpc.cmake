@@ -12,7 +12,7 @@ endif()
 if(KVRPC_SANITIZE)
   target_compile_options(kvrpc_flags INTERFACE
     -fsanitize=${KVRPC_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
-    -ftls-model=initial-exec)  # LeakSanitizer may misread a dlopened library's own TLS block and crash
+    -ftls-model=initial-exec)  # LeakSanitizer may crash on a TLS block of a dlopened library
   target_link_options(kvrpc_flags INTERFACE -fsanitize=${KVRPC_SANITIZE})
 endif()
 if(KVRPC_COVERAGE)
@@ -31,7 +31,7 @@ function(kvrpc_sources variable directory)
   set(${variable} ${sources} PARENT_SCOPE)
 endfunction()
 
-# kvrpc_library(NAME [OTHER...]): src/NAME as the static library kvrpc_NAME over the others.
+# kvrpc_library(NAME [OTHER...]): src/NAME as the static library kvrpc_NAME, linked to each OTHER.
 function(kvrpc_library name)
   kvrpc_sources(sources ${PROJECT_SOURCE_DIR}/src/${name})
   add_library(kvrpc_${name} STATIC ${sources})
@@ -62,7 +62,7 @@ if(WIN32)
   kvrpc_runtime()
 endif()
 
-# kvrpc_find_googletest(): the target GTest::gtest_main; built from its sources for another platform.
+# kvrpc_find_googletest(): the target GTest::gtest_main, built from source for another platform.
 function(kvrpc_find_googletest)
   if(NOT CMAKE_CROSSCOMPILING)
     find_package(GTest REQUIRED)
@@ -92,9 +92,9 @@ function(kvrpc_regression_tests)
   kvrpc_test_program(regression regression kvrpc_bridge kvrpc_directory)
 endfunction()
 
-# kvrpc_test_program(NAME DIRECTORY LIBRARY...): tests/DIRECTORY as the GoogleTest program NAME_test.
-# ctest runs it in two halves, so that two processors are busy and a test still costs no process of its
-# own.
+# kvrpc_test_program(NAME DIRECTORY LIBRARY...): tests/DIRECTORY as the GoogleTest program
+# NAME_test. ctest runs it as two processes with half of the tests each: this uses two processors
+# without a process for each test.
 function(kvrpc_test_program name directory)
   kvrpc_sources(sources ${PROJECT_SOURCE_DIR}/tests/${directory})
   kvrpc_find_googletest()

@@ -1,10 +1,10 @@
-# The Python side: the extension module, the files that the build generates for kvrpc_tools, and what
-# is installed.
+# The Python side: the extension module, the files that the build generates for kvrpc_tools, and
+# what is installed.
 
-# One line for each generated file: the script that writes it, then the file, below kvrpc_tools/. A
-# script runs as `python SCRIPT SCHEMA OUTPUT`, where SCHEMA is the build's schema.json, and needs the
-# standard library, KVRPC_GENERATOR_MODULES and the files in tools/reference only. A generated file
-# belongs in .gitignore.
+# One line for each generated file: the script that writes it, then the file in kvrpc_tools/. A
+# script runs as `python SCRIPT SCHEMA OUTPUT`, where SCHEMA is the build's schema.json. It may need
+# only the standard library, KVRPC_GENERATOR_MODULES and the files in tools/reference. A generated
+# file must be in .gitignore.
 set(KVRPC_GENERATORS
   tools/generate_types.py arguments.py
   tools/generate_types.py results.py

@@ -12,7 +12,7 @@
 //    "characters":[[UNIT,BYTE], ...],
 //    "meanings":{"procedures":{NAME:{NOTE,"see":[NAME, ...]}, ...},
 //                "keys":{KEY:{NOTE}, ...},
-//                "fields":{"RECORD.KEY":{NOTE}, ...},    where one key says different things
+//                "fields":{"RECORD.KEY":{NOTE}, ...},    where one key has several meanings
 //                "records":{NAME:{NOTE}, ...},           where it does not follow from the tables
 //                "groups":[{"name":...,"note":...,"start":[NAME, ...],
 //                           "procedures":[NAME, ...]}, ...],
@@ -47,7 +47,7 @@ std::uint32_t program_number(const char* name) {
   return 0;
 }
 
-// A comma in front of every member but the first, on a line of its own.
+// Begins a member on a new line, with a comma before it unless it is the first.
 void begin_member(bool& first, const char* indent) {
   std::printf("%s\n%s", first ? "" : ",", indent);
   first = false;
@@ -202,7 +202,7 @@ void print_procedure_notes() {
   std::printf("}");
 }
 
-// The notes of keys: those of every record, or those of one.
+// Prints the notes of keys: those that hold in every record, or those of single records.
 void print_key_notes(const char* title, bool of_one_record) {
   bool first = true;
   std::printf(",\n  \"%s\":{", title);

@@ -4,8 +4,8 @@
     make_examples.py OUTPUT
 
 OUTPUT is tools/reference/examples.json: the argument, the call text and the reply by procedure.
-Needs the module. The simulator is fresh, and its clock stands still, so that each run writes the
-same. Each example finds the same state.
+Needs the module. The simulator is new and its clock is stopped, so that each run writes the same
+file. Each example begins with the same state.
 """
 
 import contextlib
@@ -36,7 +36,7 @@ time.time = lambda: {NOW}
 from kvrpc_tools.simulator.__main__ import main
 main(["--control", "{TOKEN}"])
 """
-# What each example finds done: a session, two documents and a job, entries in the directories.
+# The calls before each example: they make a session, two documents, a job, and directory entries.
 PREPARED = """
     a_login_1 a_mk_dok_1 a_mk_dok_1 a_put_page_1 a_put_log_1 a_send_new_1 a_put_sig_1 o_put_tele_1
     a_put_tebul_1 a_put_tgroup_1 a_put_tgroupl_1 a_put_muser_1 a_put_gwuser_1 a_put_reply_addr_1
@@ -47,7 +47,7 @@ PREPARED = """
 
 @contextlib.contextmanager
 def simulator():
-    """Starts a simulator whose clock stands still, and leads the module's clients to it."""
+    """Starts a simulator whose clock is stopped, and sets the environment to reach it."""
     paths = os.pathsep.join(str(path) for path in sys.path)
     with subprocess.Popen([sys.executable, "-u", "-c", SIMULATOR], stdout=subprocess.PIPE,
                           env={**os.environ, "PYTHONPATH": paths, "TZ": "UTC"},
@@ -62,7 +62,7 @@ def simulator():
 
 
 def _ports(output):
-    """Returns the ports that the simulator says, by name."""
+    """Returns the ports that the simulator prints, by name."""
     said = {}
     while "KORVEXRPCPORT" not in said:
         name, _, value = next(output).strip().partition("=")
@@ -82,7 +82,7 @@ def calls_of(schema):
 
 
 def examples(started, state):
-    """Returns the examples by procedure. `state` is a file for the state that each finds."""
+    """Returns the examples by procedure. `state` is a file for the state that each begins with."""
     schema = own()
     calls = {procedure.name: (argument, text) for procedure, argument, text in calls_of(schema)}
     connections = {server.name: ModuleTransport(server.name)

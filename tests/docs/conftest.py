@@ -8,7 +8,7 @@ import pytest
 
 
 def missing(reason):
-    """Fails where all counterparts have to be there, and skips elsewhere."""
+    """Skips the test because a peer is missing. Fails it if every peer is required."""
     if os.environ.get("KVRPC_REQUIRE_PEERS"):
         pytest.fail(reason)
     pytest.skip(reason)

@@ -1,8 +1,8 @@
 """Answers a_zeitstring_1 with the text of its argument, so that a client sees whose answer it got.
 
-It serves any number of TCP connections and the datagrams of anybody on one port. A message that is
-no such call is told as a line `bad HEX`: bytes of two processes on one connection, for example. A
-negative argument is answered after that many milliseconds.
+Serves any number of TCP connections, and datagrams of any client, on one port. Prints a line
+`bad HEX` for a message that is not such a call, for example bytes of two processes on one
+connection. Answers a negative argument after that many milliseconds.
 """
 
 import socket
@@ -18,7 +18,7 @@ TEXT_SIZE = 21
 
 
 def reply_to(call):
-    """Returns the reply message, or None for what is no call."""
+    """Returns the reply message, or None if the bytes are not a call."""
     words = struct.unpack(">11I", call) if len(call) == CALL_SIZE else ()
     if words[1:6] != (0, 2, PROGRAM, 1, PROCEDURE):
         print("bad", call.hex(), flush=True)

@@ -21,7 +21,8 @@ TEXTS = {
 
 
 def failure(status, member="", text=""):
-    """The reply of a failed call; `member` follows `re_status`, `text` the status's text."""
+    """Returns the reply of a failed call. `member` follows `re_status`, and `text` the status's
+    text."""
     return (f'{{"status":3,"rpc_err":{{"re_status":{status}{member}}},'
             f'"message":"rpc_call: {TEXTS[status]}{text}\\n"}}').encode("ascii")
 

@@ -12,7 +12,8 @@ LAMBDA, VERSION, SLOT = 26011932, 1, 3
 
 
 class Procedures:
-    """As pyvisa-py wants them: handle_N unpacks the argument, turns around and packs the result."""
+    """Procedures in pyvisa-py's form: handle_N unpacks the argument, calls turn_around and packs
+    the result."""
 
     def handle_9(self):
         """l_startserver_1: the name comes as eleven characters, a unit each."""
@@ -35,7 +36,7 @@ class Procedures:
 
 
 class Stream(socket.socket):
-    """pyvisa-py takes the end of a stream for a lull and asks again for ever; this one says it."""
+    """Raises EOFError at the end of a stream, because pyvisa-py would read again forever."""
 
     def recv(self, size):
         data = super().recv(size)

@@ -1,6 +1,6 @@
 """Answers `a_get_s_1` with a list as long as the argument's `loginid` says.
 
-All records are alike but for their number, so that a hundred thousand are made in a moment.
+All records are alike except for their number, so that making a hundred thousand is fast.
 """
 
 import socket
@@ -16,7 +16,7 @@ def text(writer, value, size):
 
 
 def fields_behind_the_number():
-    """The nineteen fields of a send record behind `faxid`."""
+    """Returns the bytes of the nineteen fields of a send record that follow `faxid`."""
     writer = Writer()
     text(writer, "meier", 11)
     for number in (1, 3, 2):
@@ -32,7 +32,7 @@ def fields_behind_the_number():
 
 
 def answer_list(count):
-    """anz, then each node: present, its record, its successor; then none."""
+    """Returns the bytes of `anz`, then of each node a true bool and its record, then a false."""
     writer = Writer()
     writer.long(count)
     present, rest = (1).to_bytes(4, "big"), fields_behind_the_number()
@@ -41,7 +41,7 @@ def answer_list(count):
 
 
 def replies(connection):
-    """Answers call after call; a list that was asked for before is ready."""
+    """Answers call after call. Keeps each list, so that a second call for it takes no time."""
     lists = {}
     records = transport.RecordReader()
     while True:

@@ -22,14 +22,14 @@ SECONDS = 60
 
 
 def missing(reason):
-    """A counterpart is not to be had: a failure where all have to be there."""
+    """Skips the test because a peer is missing. Fails it if every peer is required."""
     if os.environ.get("KVRPC_REQUIRE_PEERS"):
         pytest.fail(reason)
     pytest.skip(reason)
 
 
 def is_free():
-    """Whether TCP and UDP can both be bound; PermissionError for who may not."""
+    """Returns true if TCP and UDP can both be bound. Raises PermissionError if only root may."""
     with contextlib.ExitStack() as stack:
         for kind in (socket.SOCK_STREAM, socket.SOCK_DGRAM):
             probe = stack.enter_context(socket.socket(socket.AF_INET, kind))
@@ -53,7 +53,7 @@ def wait_until(condition, what):
 
 @contextlib.contextmanager
 def taken():
-    """Port 111, free and for nobody else who asks this way."""
+    """Waits until port 111 is free, and keeps it from all other users of this function."""
     with open(Path(tempfile.gettempdir()) / "kvrpc-port-111", "a") as lock:
         fcntl.flock(lock, fcntl.LOCK_EX)
         try:
@@ -64,7 +64,7 @@ def taken():
 
 
 def ask(procedure, *arguments):
-    """The first word of the portmapper's answer, or None when there is none in time."""
+    """Returns the first word of the portmapper's answer, or None if none comes in time."""
     call = messages.words(7, 0, 2, PROGRAM, VERSION, procedure, 0, 0, 0, 0, *arguments)
     with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as sock:
         sock.settimeout(0.2)
@@ -85,7 +85,7 @@ def register(program, protocol, port):
 
 @contextlib.contextmanager
 def remote_tea():
-    """Remote Tea's portmapper on port 111."""
+    """Runs Remote Tea's portmapper on port 111."""
     if shutil.which("java") is None or not all(jar.exists() for jar in JARS):
         missing("Remote Tea's portmapper is missing")
     with taken():

@@ -35,7 +35,7 @@ class Raised(Exception):
 
 
 class Wrong(Exception):
-    """An answer that nobody could expect."""
+    """An answer that is wrong, whatever the storm did."""
 
 
 class Allow:
@@ -44,8 +44,8 @@ class Allow:
 
 
 def ended_by_storm(reply, in_child):
-    """Tells whether others closed the connection in both attempts, or a handler forked the process
-    that runs this in the second one."""
+    """Returns true if others closed the connection in both attempts, or if a handler forked this
+    process in the second one."""
     if reply == REFUSED:
         return True
     error = json.loads(reply).get("rpc_err", {})
@@ -100,14 +100,14 @@ class Storm:
         raise Raised
 
     def fork(self):
-        """The child goes on with what was interrupted, until `leave_child` ends it."""
+        """Forks. The child continues what was interrupted, until `leave_child` ends it."""
         if len(self.children) < MOST_CHILDREN and os.getpid() == self.process:
             child = os.fork()
             if child != 0:
                 self.children[child] = time.monotonic() + CHILD_SECONDS
 
     def act(self, *actions):
-        """One action at random. Depth is bounded, so that each storm comes to an end."""
+        """Runs one action at random. Depth is bounded, so that each storm ends."""
         depth = getattr(self.depth, "value", 0)
         if depth < DEEPEST:
             self.depth.value = depth + 1
@@ -119,7 +119,7 @@ class Storm:
     # ---- children
 
     def leave_child(self):
-        """In a child: makes calls on what it inherited, in threads of its own, and exits."""
+        """In a child, calls on the inherited clients, in threads of its own, and exits."""
         if os.getpid() == self.process:
             return
         signal.signal(signal.SIGALRM, signal.SIG_IGN)
@@ -133,7 +133,7 @@ class Storm:
             os._exit(code)
 
     def reap(self):
-        """Waits for the children, one look at a time."""
+        """Checks each child once: forgets it if it has ended, aborts it if it hangs."""
         for child, deadline in list(self.children.items()):
             hangs = time.monotonic() > deadline
             if hangs:
@@ -158,7 +158,7 @@ class Storm:
 
 
 class Whirl:
-    """A verifier in whose vettings others act."""
+    """A verifier that acts on other clients in its vettings."""
 
     def __init__(self, storm):
         self.storm = storm

@@ -1,4 +1,4 @@
-"""Replies that end too early or come in pieces: each byte of a small record and of a list."""
+"""Replies that end too early or come in pieces, at each byte of a small record and of a list."""
 
 import json
 from pathlib import Path

@@ -2,7 +2,7 @@
 
 import pytest
 
-# In a process of its own, since the limit is the process's.
+# In a process of its own, because the limit belongs to the process.
 SCRIPT = """
     import os, resource, socket, sys
     import kvrpc

@@ -24,7 +24,7 @@ def reason(module, *arguments):
 
 
 def opened(peer):
-    """Whether a client connects, or has since it was last asked."""
+    """Returns true if a client connects, or has connected since the last time."""
     try:
         while peer.event(10)["event"] != "open":
             continue

@@ -29,7 +29,7 @@ def ask(client, allow, count):
 
 
 def seconds(client, allow, count, calls):
-    """Processor time of the calls: what else the machine does is not measured."""
+    """Returns the processor time of the calls, which other work of the machine does not change."""
     start = time.process_time()
     for _ in range(calls):
         ask(client, allow, count)
@@ -42,7 +42,7 @@ def expected(count):
             % (count, nodes, "}" * count)).encode("utf-8")
 
 
-# Among them texts that just fit a block of memory, and texts that just do not.
+# Among them are texts that just fit in a block of reply_text.cpp, and texts that just do not.
 @pytest.mark.parametrize(
     "count", [0, 1, 2, 12, 13, 14, 204, 205, 206, 1000, 3250, 3260, 3270, 100_000,
               pytest.param(210_000, marks=pytest.mark.slow)])
@@ -54,7 +54,7 @@ def test_a_list_of_any_length_has_the_right_text(client, allow, count):
 
 
 def test_replies_that_are_kept_take_no_more_than_their_text(client, allow):
-    """Far more of them than larger blocks would find room for in 32 bits."""
+    """Keeps more replies than would fit in 32 bits of address space if each kept a large block."""
     text = expected(3300)
     replies = [ask(client, allow, 3300) for _ in range(200)]
     assert all(reply == text for reply in replies)
@@ -63,7 +63,8 @@ def test_replies_that_are_kept_take_no_more_than_their_text(client, allow):
 @pytest.mark.slow
 @pytest.mark.skipif("KVRPC_SANITIZED" in os.environ, reason="the sanitizers' time is not ours")
 def test_time_grows_with_the_length_and_no_faster(client, allow):
-    """Well above what a quiet machine shows, so that only another order of growth fails here."""
+    """The bound is far above the figure of a quiet machine, so only a higher order of growth
+    fails."""
     ask(client, allow, 100_000)
     short = min(seconds(client, allow, 1000, 100) for _ in range(3))
     long = min(seconds(client, allow, 100_000, 1) for _ in range(3))

@@ -5,16 +5,17 @@ import sys
 
 import pytest
 
-# Under the address sanitizer, released blocks are to be used again at once.
+# Makes the address sanitizer reuse released memory at once.
 NO_QUARANTINE = ":".join(
     [os.environ.get("ASAN_OPTIONS", ""), "quarantine_size_mb=0:thread_local_quarantine_size_kb=0"]
 ).lstrip(":")
 
 _testcapi = pytest.importorskip("_testcapi")
 
-# Runs `action` while the allocation with each number in turn fails, once alone and once with all
-# that follow. A run ends as it should, in MemoryError, or, when the failure struck the vetting, in
-# a refusal. The sweep is over when nothing has failed for a while.
+# Runs `action` again and again, each time with another allocation that fails: once that one alone,
+# and once that one and all after it. A run must succeed or raise MemoryError; if the allocation
+# failed in the vetting, the call may be refused instead. The sweep ends when nothing has failed for
+# a while.
 SWEEP = """
     import json, os, sys, _testcapi
     import kvrpc
@@ -228,7 +229,7 @@ def test_the_import(run_script):
     ],
 )
 def test_nothing_is_left_behind(run_script, action):
-    """Neither blocks of the interpreter nor memory of the process, over many repetitions."""
+    """Repeats each action many times: neither the interpreter's blocks nor the process may grow."""
     done = run_script(
         f"""
         import gc, sys

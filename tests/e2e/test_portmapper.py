@@ -21,7 +21,7 @@ def portmapper():
 
 @pytest.fixture
 def peer(fault_peer, monkeypatch):
-    """A server for `lambda` whose port no variable tells."""
+    """Starts a server for `lambda` whose port is in no variable."""
     started = fault_peer()
     monkeypatch.delenv("KORVEXRPCPORT")
     return started
@@ -29,7 +29,7 @@ def peer(fault_peer, monkeypatch):
 
 @pytest.fixture
 def registered(peer):
-    """Registers the peer for a protocol, alone."""
+    """Registers the peer for this protocol only."""
 
     def register(protocol, program=LAMBDA):
         for other in (TCP, UDP):

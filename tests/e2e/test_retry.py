@@ -1,4 +1,4 @@
-"""The second attempt of a call: what brings it, what it sends, and what the script is told."""
+"""The second attempt of a call: what causes it, what it sends, and what the script gets."""
 
 import pytest
 from failures import (
@@ -33,7 +33,7 @@ def peer(fault_peer):
 
 @pytest.fixture
 def client(module, peer):
-    """A client over TCP that has the peer's first connection."""
+    """Returns a client over TCP that has the peer's first connection."""
     made = module.RpcClient("lambda")
     assert kinds([peer.event()]) == [("open", 1)]
     yield made

@@ -1,4 +1,4 @@
-"""A timer that ticks all the time during calls, and Ctrl-C while a server is silent."""
+"""A timer that fires all the time during calls, and Ctrl-C while a server is silent."""
 
 import os
 import signal
@@ -21,7 +21,7 @@ def transport(request):
 
 @pytest.fixture
 def ticks():
-    """The times at which the timer rang."""
+    """Returns a list that gets the time of each signal of the timer."""
     rung = []
     before = signal.signal(signal.SIGALRM, lambda number, frame: rung.append(time.monotonic()))
     signal.setitimer(signal.ITIMER_REAL, TICK, TICK)

@@ -1,4 +1,4 @@
-"""Everything at once for a minute, on clients that all share. tests/e2e/storm.py says what.
+"""Runs the storms of tests/e2e/storm.py for a minute each: everything at once, on shared clients.
 
 `make test-slow` runs this on the debug build and under the sanitizers of addresses and of threads,
 each time in the interpreter's development mode.

@@ -20,7 +20,7 @@ from settings import clean_environment, plain_environment
 HERE = Path(__file__).resolve().parent
 WAIT_SECONDS = 20
 
-# Winsock's numbers; 10107 stands for what it has no name for.
+# Winsock's numbers. 10107 is the number for every error that Winsock has no name for.
 NUMBERS = {
     "EACCES": 10013, "EPERM": 10013, "EFAULT": 10014, "EINVAL": 10022, "EMFILE": 10024,
     "ENFILE": 10024, "EAGAIN": 10035, "EINPROGRESS": 10036, "EALREADY": 10037, "ENOTSOCK": 10038,
@@ -85,7 +85,7 @@ class TracedClient:
 
     @contextlib.contextmanager
     def failing(self, call, error, when="1..2"):
-        """The system call fails for the length of the block; it must have been made."""
+        """Makes the system call fail until the end of the block. The client must make it there."""
         tracer = subprocess.Popen(
             ["strace", "-p", str(self.pid), "-o", str(self.log), "-e", f"trace={call}",
              "-e", f"inject={call}:error={error}:when={when}"],
@@ -99,7 +99,7 @@ class TracedClient:
         assert "(INJECTED)" in self.log.read_text(), f"{call} was not made"
 
     def said(self):
-        """What it has written to the standard error stream."""
+        """Returns what the client has written to the standard error stream."""
         return self.errors.read_text()
 
     def stop(self):
@@ -128,7 +128,7 @@ LEAST_LEAK = 200
 
 
 def assert_nothing_left(traced, steps):
-    """Runs the steps three times: after the first time they leave nothing in use."""
+    """Runs the steps three times. Only the first time may leave memory in use."""
     usages = []
     for _ in range(3):
         steps()

@@ -11,7 +11,7 @@ REFUSED = b'{"status":9,"message":"call is not allowed"}'
 
 
 class Names:
-    """Refuses each call and keeps the name it was asked for."""
+    """Refuses each call and keeps the procedure's name."""
 
     def __init__(self):
         self.names = []

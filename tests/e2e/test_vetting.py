@@ -11,7 +11,7 @@ TEXT = '{"l_nothing_1":0}'
 
 @pytest.fixture(autouse=True)
 def reports_to_standard_error(monkeypatch):
-    """The test runner catches unraisable exceptions itself."""
+    """Restores the interpreter's hook, because the test runner catches unraisable exceptions."""
     monkeypatch.setattr(sys, "unraisablehook", sys.__unraisablehook__)
 
 

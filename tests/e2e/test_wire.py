@@ -10,7 +10,7 @@ LAMBDA, VERSION_NUMBER = 26011932, 1
 
 
 def id_word(call):
-    """The id as the word that a little-endian machine stores."""
+    """Returns the id as the number that a little-endian machine stores."""
     return struct.unpack("<I", call.id)[0]
 
 

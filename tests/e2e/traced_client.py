@@ -1,13 +1,13 @@
-"""A client of `lambda` that does what it is told, for a tracer to attach to.
+"""A client of `lambda` that runs commands, for a tracer to attach to.
 
-A word on standard input is a command, its result a line of JSON on standard output; it ends with
-its input:
+Each command is a word on standard input, and its result a line of JSON on standard output. The
+client ends with its input:
 
     create  connects; "connected", or the message of the failure
     call    calls l_get_status_1 with a verifier that allows it; the reply
     close   closes the client
     number  the descriptor of the client's socket
-    drop    closes that descriptor behind the client's back
+    drop    closes that descriptor without the client's knowledge
     usage   the number of descriptors, and the bytes in use as malloc knows them
 """
 

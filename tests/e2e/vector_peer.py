@@ -1,8 +1,8 @@
-"""Answers calls with the bytes of the vectors, if they are asked with the bytes of the vectors.
+"""Answers each call with the bytes of its vector, if the call has the bytes of that vector.
 
-All servers, TCP and UDP. A procedure's lines are taken in turn, from the first again after the
-last. A call that differs from its line by a byte is answered with a system error, and a line on
-standard output says how it differs.
+Serves for all servers over TCP and UDP. Takes a procedure's lines in turn, and begins again after
+the last. Answers a call that differs from its line with a system error, and prints how it differs
+on standard output.
 
     vector_peer.py FILE
 """
@@ -22,7 +22,7 @@ PROGRAMS = (("alpha", 16011967), ("gamma", 1481537), ("theta", 1102104009), ("la
 
 
 def read_vectors(path):
-    """(program, number) -> its lines, endlessly in turn."""
+    """Returns, by (program, number), an endless iterator over the lines of that procedure."""
     found = collections.defaultdict(list)
     for text in Path(path).read_text(encoding="utf-8").splitlines():
         line = json.loads(text)
@@ -31,7 +31,7 @@ def read_vectors(path):
 
 
 def call_bytes(xid, program, number, argument):
-    """The bytes of a call: version 2, program version 1, null credential and verifier."""
+    """Returns the bytes of a call: version 2, program version 1, null credential and verifier."""
     writer = Writer()
     for word in (xid, 0, 2, program, 1, number, 0, 0, 0, 0):
         writer.long(word)

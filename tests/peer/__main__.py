@@ -5,7 +5,7 @@ first line of output is the port. Each command is a line of JSON on standard inp
 by one line, a list of the events since the last answer:
 
     {"script": [...], "otherwise": ...}   sets the actions for the next calls and for all later ones
-    {"wait": SECONDS}                     waits so long for an event if there is none yet
+    {"wait": SECONDS}                     waits for an event, at most so long, if there is none yet
 
     {"event": "open", "connection": N}    a connection was accepted
     {"event": "call", "transport": "tcp" or "udp", "connection": N, "time": seconds, "bytes": hex}

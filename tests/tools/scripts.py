@@ -8,7 +8,7 @@ ROOT = Path(__file__).resolve().parents[2]
 
 
 def run(*command, cwd=ROOT, **variables):
-    """Runs a command in an environment with nothing but the system's programs and `variables`."""
+    """Runs a command in an environment that has only the system's programs and `variables`."""
     environment = {"PATH": "/usr/bin:/bin", "HOME": "/nonexistent", **variables}
     environment.pop("LD_PRELOAD", None)
     return subprocess.run([os.fspath(word) for word in command], cwd=cwd, env=environment,

@@ -28,7 +28,7 @@ def git(root, *arguments):
 
 @pytest.fixture
 def tree(tmp_path):
-    """A source tree in order: one file of each directory, each including what it may."""
+    """Returns a source tree without findings: one file in each directory, with allowed includes."""
     write(tmp_path, "src/json/json.h", "#include <cstdint>\n")
     write(tmp_path, "src/schema/types.h", "")
     write(tmp_path, "src/rpc/xdr.h", "")

@@ -1,6 +1,6 @@
-"""Mistakes on the road of a reply are found: by the compiler, or by the unit tests.
+"""Mistakes in the conversion of a reply are found by the compiler or by the unit tests.
 
-Each is planted in a copy of src/, and what depends on it is compiled as the build does and linked
+Each test plants one in a copy of src/, compiles what depends on it as the build does, and links it
 with the build's own objects. Needs a build with bridge_test.
 """
 import json

@@ -1,4 +1,4 @@
-"""What counts in the reports of sanitized processes."""
+"""tools/sanitizer-findings: which parts of a sanitized process's report are findings."""
 
 import sys
 

@@ -9,7 +9,7 @@ REFERENCE = re.compile(r"`([\w/]+\.(?:py|cpp))::([\w.]+)`")
 
 
 def exists(file, name):
-    """Whether the file, below tests/, defines the test: `def NAME(` or `TEST(SUITE, NAME)`."""
+    """Returns true if the file in tests/ defines the test: `def NAME(` or `TEST(SUITE, NAME)`."""
     path = ROOT / "tests" / file
     if not path.is_file():
         return False

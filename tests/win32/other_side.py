@@ -21,7 +21,7 @@ ERRORS = HERE.parents[1] / "build" / "win32" / "peers"
 
 
 def runs_a_peer(arguments):
-    """Whether a command runs a script of the tests or the simulator alone."""
+    """Returns true if a command runs only a script of the tests or the simulator."""
     if not arguments or arguments[0] != sys.executable:
         return False
     words = [word for word in arguments[1:] if word not in ("-u",)]
@@ -42,7 +42,7 @@ class Popen(subprocess.Popen):
         super().__init__(arguments, **options)
 
     def wait(self, timeout=None):
-        """The peer has gone as well, with its ports."""
+        """Waits for the process. Afterwards the peer has ended as well and released its ports."""
         code = super().wait(timeout)
         if self._name:
             starter = ("127.0.0.1", int(os.environ["KVRPC_PEER_STARTER"]))
@@ -58,7 +58,7 @@ def start_peers_on_the_other_side():
 
 
 def excluded():
-    """The beginnings of test ids, with their reasons."""
+    """Returns the beginnings of excluded test ids, with their reasons."""
     lines = (HERE / "excluded.txt").read_text(encoding="utf-8").splitlines()
     return dict(line.split(None, 1) for line in lines if line and not line.startswith("#"))
 

@@ -30,7 +30,7 @@ def runs_of(files):
 
 
 def run(files, options, environment):
-    """Whether the files' tests passed."""
+    """Returns true if the files' tests passed."""
     python = BUILD / "python" / "python.exe"
     command = [str(ROOT / "tools" / "win32-run"), str(python), "-m", "pytest", "-q",
                "-o", "pythonpath=.", "-p", "other_side", "-p", "no:cacheprovider", *files, *options]

@@ -35,7 +35,7 @@ ROWS = [(["--version"], 0, r"kvrpc \d.*\n", "", ""),
 
 @pytest.fixture(scope="module")
 def results():
-    """What each row gave: exit code, output, errors."""
+    """Returns the exit code, output and errors of each row."""
     given = json.dumps([[row[0], row[4]] for row in ROWS])
     command = [str(ROOT / "tools" / "win32-run"), str(BUILD / "python" / "python.exe"), "-c",
                RUN_ALL, given]

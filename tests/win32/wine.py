@@ -9,7 +9,8 @@ BUILD = ROOT / "build" / "win32"
 
 
 def run(library, script):
-    """Runs the script with the module of build/win32/LIBRARY: exit code, output, errors."""
+    """Runs the script with the module of build/win32/LIBRARY. Returns its exit code, output and
+    errors."""
     python = BUILD / "python" / "python.exe"
     command = [str(ROOT / "tools" / "win32-run"), str(python), "-c", script]
     done = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=120,
