@@ -13,15 +13,15 @@ namespace {
 
 constexpr std::int32_t id_size = 4;
 
-// Allocated together with both buffers. In memory: this record, the input buffer, the output
-// buffer.
+// The handle's private record. One allocation holds this record, the input buffer and the output
+// buffer, in this order.
 struct cu_data {
   rpc_socket cu_sock;
   bool cu_closeit;  // the socket is the handle's own
   rpc_address cu_raddr;
   std::int32_t cu_rlen;
   rpc_timeval cu_wait;   // interval between two transmissions
-  rpc_timeval cu_total;  // tv_usec -1: not set, the timeout of a call counts
+  rpc_timeval cu_total;  // if tv_usec is -1, it is not set and the timeout of a call counts
   rpc_err cu_error;      // outcome of the last call
   XDR cu_outxdrs;
   std::uint32_t cu_xdrpos;  // size of the header

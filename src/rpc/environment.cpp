@@ -1,4 +1,4 @@
-// Numbers of the environment.
+// Reads numbers from the environment.
 #include "rpc/environment.h"
 
 #include "rpc/decimal.h"

@@ -1,5 +1,6 @@
-// The environment variables that the runtime and the directory read, each named once. A variable is
-// read anew at each use, unless its comment says otherwise.
+// The environment variables that src/rpc and src/directory read. Each name occurs only here. A
+// variable is read at each use, unless its comment says otherwise. CONTRIBUTING.md lists the places
+// that a new one needs.
 //
 // LAMBDAHOST, GAMMAHOST, THETAHOST and PIHOST are reserved and change nothing.
 #pragma once
@@ -26,12 +27,12 @@ inline constexpr char base_port[] = "KORVEXRPCPORT";  // for every host
 inline constexpr char port_map[] = "KORVEXRPCMAP";    // by host; wins over the base port
 
 // Added to every program number. The directory reads it once, at the first creation of a client. A
-// port lookup reads it each time, to get back to the number before.
+// port lookup reads it each time, and subtracts it to find the server's slot.
 inline constexpr char program_offset[] = "KORVEXRPCOFFSET";
 
 }  // namespace variable
 
-// Reads a 32-bit number, 0 if the variable does not exist. Returns false without memory.
+// Reads a 32-bit number, or 0 if the variable does not exist. Returns false if memory is out.
 bool environment_number(const char* name, std::int32_t* number);
 
 }  // namespace kvrpc

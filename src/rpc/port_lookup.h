@@ -22,9 +22,9 @@ namespace kvrpc {
 std::int32_t port_slot(std::uint32_t program);
 
 // Returns the port in the host's order, or 0 if the environment gives none. Reports a malformed map
-// on stderr and returns the port found so far, and so for a map for which there is no memory. If
-// there is none for one of the numbers, returns -1 with the reason in rpc_createerr, because
-// another port would lead to another server.
+// on stderr and returns the port found so far. If there is no memory for the map, reports that and
+// returns the base port. If there is none for one of the numbers, returns -1 with the reason in
+// rpc_createerr, because another port would lead to another server.
 std::int32_t rpc_port_lookup(const char* host, std::uint32_t program, std::uint32_t version);
 
 }  // namespace kvrpc

@@ -37,8 +37,8 @@ void rpc_unlock(rpc_lock_record* lock);
 
 // ---- forks
 
-// Returns how many forks lie between the process that ran rpc_startup and this one. Two values
-// differ exactly if a fork happened in between and this process is the child. Always 0 on Windows.
+// Returns the number of forks from the process that ran rpc_startup to this one. Two values differ
+// exactly if a fork happened in between and this process is the child. Always 0 on Windows.
 std::uint32_t rpc_fork_count();
 
 // ---- sockets
@@ -62,7 +62,7 @@ struct rpc_address {
 };
 static_assert(sizeof(rpc_address) == 16, "the address of the socket calls");
 
-// A port between the host's order and the network's; the same step both ways.
+// Converts a port between the host's order and the network's, in both directions.
 std::uint16_t rpc_network_order(std::uint16_t port);
 
 // Winsock's numbers, on every platform. rpc_os_errors_posix.cpp has the whole table.
@@ -78,7 +78,7 @@ enum rpc_socket_error : std::int32_t {
   RPC_EISCONN = 10056,
 };
 
-// The number of the last failed socket call of this thread.
+// Returns the error number of this thread's last failed socket call.
 std::int32_t rpc_socket_errno();
 
 // Returns a new socket, negative on failure. A child process closes its copy at the moment of the
@@ -99,8 +99,8 @@ std::int32_t rpc_socket_connect(rpc_socket sock, const rpc_address* address);
 // -1.
 std::int32_t rpc_socket_await(rpc_socket sock, rpc_timeval span);
 
-// Prepares a stream socket so that a receive can be the wait as well, which saves a system call.
-// Returns false where that takes more than it may: on Windows no socket option is set.
+// Prepares a stream socket so that a receive can also wait, which saves a system call. Returns
+// false if that is not possible: on Windows it would need a socket option, and none is set there.
 bool rpc_socket_wait_in_receive(rpc_socket sock);
 
 // Waits for up to `span` and receives once. Returns the number of bytes, 0 at the end of the
@@ -130,7 +130,7 @@ void rpc_set_interrupt_hook(int (*hook)());
 // cf_stat of the failure: RPC_UNKNOWNHOST, or RPC_SYSTEMERROR with the reason in `*number`, a
 // socket error number or ENOMEM. Must be called between rpc_resolver_enter and rpc_resolver_leave.
 std::int32_t rpc_resolve(const char* host, rpc_address* address, std::int32_t* number);
-// The number of the protocol `name`, or -1.
+// Returns the number of the protocol `name`, or -1.
 std::int32_t rpc_protocol_number(const char* name);
 
 // ---- messages
@@ -147,8 +147,8 @@ void rpc_write_error(const char* text);
 // bytes, to be released with free. Returns null with errno 0 if it does not exist, or with ENOMEM.
 char* rpc_environment(const char* name);
 
-// Such a copy for the length of a block. A reader must ask `failed` before it takes a variable that
-// has no text for one that does not exist.
+// Owns such a copy until the end of the scope. If get() returns null, the caller must test
+// failed(), because the variable may exist without memory for its copy.
 class environment_text {
  public:
   explicit environment_text(const char* name);

@@ -1,6 +1,6 @@
 // The table from errno values to Winsock's numbers, so that a script reads the same number on every
-// platform. Values are matched by name; the first row wins where a platform gives two names one
-// value. What Winsock has no name for becomes RPC_ESYSCALL.
+// platform. Values are matched by name. If a platform gives two names the same value, the first row
+// counts. A value without a name in Winsock becomes RPC_ESYSCALL.
 
 #include <cerrno>
 #include <cstdint>

@@ -9,7 +9,7 @@
 
 namespace kvrpc {
 
-// Platform: starts the socket layer, or ends the process after its message; and stops it.
+// Platform: start the socket layer, or end the process after its message; and stop it.
 void rpc_start_sockets();
 void rpc_stop_sockets();
 
@@ -67,11 +67,11 @@ std::int32_t rpc_first_address(const Hostent* found, rpc_address* address, std::
 
 // ---- POSIX alone
 
-// The sockets that a child process closes after a fork.
+// Adds a socket to those that a child process closes after a fork.
 void rpc_track_socket(rpc_socket sock);
 void rpc_untrack_socket(rpc_socket sock);
 
-// Winsock's number for an errno value.
+// Returns Winsock's number for an errno value.
 std::int32_t rpc_winsock_number(std::int32_t error);
 constexpr std::int32_t RPC_ESYSCALL = 10107;  // for an errno value that Winsock has no name for
 

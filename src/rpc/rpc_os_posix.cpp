@@ -125,7 +125,7 @@ void rpc_unlock(rpc_lock_record* lock) {
   if (!is_inherited(lock)) pthread_mutex_unlock(&lock->mutex);
 }
 
-// getaddrinfo would sort the addresses.
+// Does not use getaddrinfo, because that sorts the addresses.
 std::int32_t rpc_resolve(const char* host, rpc_address* address, std::int32_t* number) {
   hostent entry;
   hostent* found = nullptr;

@@ -60,7 +60,8 @@ rpc_socket rpc_socket_open(rpc_socket_type type, rpc_protocol protocol) {
   return sock;
 }
 
-// An interrupted close has closed the descriptor. A second one might close another thread's.
+// Does not retry an interrupted close, because it has closed the descriptor, and a second close
+// might close one that another thread has opened since.
 std::int32_t rpc_socket_close(rpc_socket sock) {
   rpc_untrack_socket(sock);
   return close(sock) < 0 && errno != EINTR ? failed() : 0;

@@ -1,4 +1,5 @@
-// Winsock 1.1 calls only; windows.h brings them along.
+// Locks, names, the environment, messages and the clock on Windows. Only Winsock 1.1 is used, which
+// windows.h includes.
 #include <windows.h>
 #undef TRUE
 #undef FALSE
@@ -56,8 +57,8 @@ std::int32_t rpc_protocol_number(const char* name) {
   return protocol == nullptr ? -1 : protocol->p_proto;
 }
 
-// From the process and not from the C runtime, which need not be the interpreter's. The variable
-// may change between the question for its size and the copy; then both are done again.
+// Reads the process's environment and not the C runtime's, because the interpreter may use another
+// runtime. Starts again if the variable changes between the query for its size and the copy.
 char* rpc_environment(const char* name) {
   char* copy = nullptr;
   DWORD capacity = 0;
@@ -82,9 +83,10 @@ char* rpc_environment(const char* name) {
   return nullptr;
 }
 
-// Not through this C runtime's stderr, which keeps the handle of its start: os.dup2 in the
-// interpreter's runtime closes that handle, and its number may become another file's. Both runtimes
-// give STD_ERROR_HANDLE the new one. Line ends are those of a text stream.
+// Does not use this C runtime's stderr, because that keeps the handle that it had at its start.
+// os.dup2 in the interpreter's runtime closes this handle, and its number may become another
+// file's. Both runtimes store the new handle in STD_ERROR_HANDLE. Line ends are those of a text
+// stream.
 void rpc_write_error(const char* text) {
   const DWORD error = GetLastError();  // also the last socket error
   const HANDLE stream = GetStdHandle(STD_ERROR_HANDLE);

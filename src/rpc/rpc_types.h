@@ -1,5 +1,5 @@
-// What every part of the runtime speaks of: the status words, the reason of a failure, and a span
-// of time. Data only; nothing below this header belongs to the runtime.
+// The types that every part of the runtime uses: the status words, the reason of a failure, and a
+// span of time. Contains only data, and includes nothing else of the runtime.
 #pragma once
 
 #include <cstdint>

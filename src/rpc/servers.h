@@ -1,5 +1,6 @@
-// The servers of an installation: one row for each. A new server is a new row here; one whose
-// procedures scripts can call is also a row of schema/programs.cpp.
+// The servers of an installation: one row for each. A new server is a new row here. If scripts can
+// call its procedures, it needs a row of schema/programs.cpp as well. CONTRIBUTING.md has the whole
+// list.
 #pragma once
 
 #include <cstdint>
@@ -11,8 +12,8 @@ namespace kvrpc {
 struct server_entry {
   const char* name;
   std::uint32_t program;
-  std::int32_t slot;          // it listens on the base port plus this
-  const char* host_variable;  // its host, unless empty; null if variable::host counts for it
+  std::int32_t slot;          // the server listens on the base port plus this
+  const char* host_variable;  // names the variable of its host; null for variable::host
 };
 
 // In the order in which names are compared. All have version 1.

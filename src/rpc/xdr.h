@@ -5,10 +5,10 @@
 // serves all three directions, selected by `x_op`: memory to stream, stream to memory, and the
 // release of what an earlier decode allocated. In XDR_FREE, a routine never touches the stream.
 //
-// On decode, a routine fills the block that a pointer points to; for a null pointer it allocates
-// one (zero-filled, from the standard runtime). Each routine returns TRUE or FALSE. After a decode
-// that failed half way, the caller must run xdr_free on the object. A handle belongs to one thread
-// at a time.
+// On decode, a routine fills the block that a pointer points to. If the pointer is null, it
+// allocates a zero-filled block from the standard runtime. Each routine returns TRUE, or FALSE on
+// failure. After a decode that failed half way, the caller must run xdr_free on the object. A
+// handle belongs to one thread at a time.
 #pragma once
 
 #include <cstddef>
@@ -122,8 +122,7 @@ struct xdr_discrim {
 // A block that is allocated here has the exact size, followed by one zero byte. It grows as its
 // bytes or elements arrive, so that a length that the stream cannot fill costs little more than
 // what has arrived. xdr_string sends a null text as an empty one. If xdr_array fails half way, it
-// sets
-// `*count` to the number of elements in the block; those that did not arrive are zero.
+// sets `*count` to the number of elements in the block; those that did not arrive are zero.
 // Surface: the interface has no netobj, xdr_array or xdr_pointer; record_xdr walks its tables.
 bool_t xdr_opaque(XDR* xdrs, char* data, std::uint32_t count);
 bool_t xdr_bytes(XDR* xdrs, char** data, std::uint32_t* size, std::uint32_t maximum);

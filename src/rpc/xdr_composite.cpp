@@ -1,4 +1,4 @@
-// The routines for what has a length or a pointer: bytes, texts, unions, arrays, references.
+// The routines for values with a length or a pointer: bytes, texts, unions, arrays, references.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -59,8 +59,8 @@ bool walk_elements(XDR* xdrs, char* array, std::uint32_t from, std::uint32_t to,
   return true;
 }
 
-// Decodes `*count` elements into a block of their own, and lowers `*count` to what the block holds
-// where it could not be made whole: whoever releases the record walks that many.
+// Decodes `*count` elements into a new block. If it fails half way, lowers `*count` to the number
+// of elements in the block, because a release of the record walks that many.
 bool decode_elements(XDR* xdrs, char** array, std::uint32_t* count, std::uint32_t element_size,
                      xdrproc_t element) {
   const std::uint32_t wanted = *count;

@@ -10,9 +10,9 @@
 namespace kvrpc {
 namespace {
 
-// Takes `length` bytes from what is left. What does not fit is taken all the same, so that a
-// stream that failed once fails for every later transfer; the count stops at its lowest value
-// instead of coming round to a positive one.
+// Subtracts `length` from the bytes that are left. Returns false if there are fewer. Subtracts even
+// then, so that a stream that failed once fails for every later transfer. The count stops at its
+// lowest value, because it would overflow to a positive one.
 bool take(XDR* xdrs, std::uint32_t length) {
   const std::int64_t left = std::int64_t{xdrs->x_handy} - std::int64_t{length};
   constexpr std::int64_t lowest = std::numeric_limits<std::int32_t>::min();

@@ -19,7 +19,7 @@ constexpr std::uint32_t default_size = 4000;
 // The callbacks count in signed 32 bits.
 constexpr std::uint32_t largest_size = 0x7FFFFFFCu;
 
-// A position would be the one of a file descriptor, which `tcp_handle` is not.
+// Returns no position: it would be that of a file descriptor, and `tcp_handle` is none.
 std::uint32_t xdrrec_getpos(XDR*) { return 0xFFFFFFFFu; }
 bool_t xdrrec_setpos(XDR*, std::uint32_t) { return FALSE; }
 
@@ -59,7 +59,7 @@ std::uint32_t adjusted_size(std::uint32_t size) {
   return size > largest_size ? size : (size + 3) / 4 * 4;
 }
 
-// The stream with its buffers, or null. Sizes beyond the callbacks' count have no memory either.
+// Returns a stream with its buffers, or null if memory is out or a size is above largest_size.
 RECSTREAM* allocate_stream(std::uint32_t sendsize, std::uint32_t recvsize) {
   const std::uint64_t bytes = std::uint64_t{sendsize} + recvsize + 4;
   if (sendsize > largest_size || recvsize > largest_size || bytes > SIZE_MAX) return nullptr;

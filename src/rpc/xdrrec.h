@@ -21,7 +21,7 @@ namespace kvrpc {
 // Moves up to `length` bytes between the stream and `tcp_handle`. An input function returns the
 // number of bytes read, at least 1, or -1 on failure; the end of the connection is a failure. An
 // output function returns `length`; any other value is a failure. If it is positive, it must be the
-// number of bytes that left.
+// number of bytes that were sent.
 using xdrrec_io = std::int32_t (*)(void* tcp_handle, char* bytes, std::int32_t length);
 
 // Sets up the stream. A buffer size below 100 becomes 4000, any other is rounded up to a multiple
@@ -30,16 +30,16 @@ using xdrrec_io = std::int32_t (*)(void* tcp_handle, char* bytes, std::int32_t l
 void xdrrec_create(XDR* xdrs, std::uint32_t send_size, std::uint32_t receive_size, void* tcp_handle,
                    xdrrec_io readit, xdrrec_io writeit);
 
-// From now on, full output buffers wait for the end of their record and leave with it in one call
-// of the output function, because a peer may delay the acknowledgement that a second send waits
-// for. The bytes are the same. If no memory is left for them to wait in, they leave at once as
-// before. After a failure, the stream is as if each buffer had been sent when it was full: the
+// From now on, full output buffers wait for the end of their record and are sent with it in one
+// call of the output function, because a peer may delay the acknowledgement that a second send
+// waits for. The bytes are the same. If there is no memory to keep them in, they are sent at once
+// as before. After a failure, the stream is as if each buffer had been sent when it was full: the
 // buffer that failed is kept, the record ends with it, and later buffers are dropped.
 void xdrrec_hold_output(XDR* xdrs);
 
 // Ends the record being written. If `send_now` is FALSE, the record waits in the buffer for later
 // ones, provided that no buffer became full and there is room for the next header. After a failure,
-// the unsent bytes stay and leave first with the next flush.
+// the unsent bytes stay and are sent first with the next flush.
 bool_t xdrrec_endofrecord(XDR* xdrs, bool_t send_now);
 
 // Skips to the start of the next record.

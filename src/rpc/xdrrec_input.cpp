@@ -1,6 +1,6 @@
-// Input of a record stream: fragments are joined to records. Whatever was taken from the
-// connection counts as consumed, also if the rest did not arrive, so that a reader who gave up in
-// the middle of a record can still skip to the end of it.
+// Input of a record stream: joins fragments to records. Bytes that were taken from the connection
+// count as consumed even if the rest did not arrive, so that a reader that gave up in the middle of
+// a record can still skip to its end.
 
 #include <algorithm>
 #include <cstring>
@@ -44,7 +44,7 @@ std::uint32_t take_input_bytes(RECSTREAM* stream, char* destination, std::uint32
   return taken;
 }
 
-// Takes `length` bytes of the current fragment. Returns whether all of them arrived.
+// Takes `length` bytes of the current fragment. Returns true if all of them arrived.
 bool take_of_fragment(RECSTREAM* stream, char* destination, std::uint32_t length) {
   const std::uint32_t taken = take_input_bytes(stream, destination, length);
   stream->fbtbc -= static_cast<std::int32_t>(taken);

@@ -1,5 +1,5 @@
-// Output of a record stream: records are cut into fragments, and full buffers either leave or wait
-// for the end of their record. xdrrec_stream.h draws the memory.
+// Output of a record stream: records are cut into fragments, and full buffers either are sent or
+// wait for the end of their record. xdrrec_stream.h draws the memory.
 
 #include <algorithm>
 #include <cstdlib>
@@ -11,11 +11,11 @@ namespace kvrpc {
 
 namespace {
 
-// What one call of the output function can take, and so what can wait.
+// The most bytes that one call of the output function can take, and so the most that can wait.
 constexpr std::size_t largest_send = 0x7FFFFFFC;
 constexpr std::size_t smallest_held_block = std::size_t{64} << 10;
-// A block of this size is kept for the next record: fresh pages cost more than what is written to
-// them. A larger one is released when its bytes have left.
+// A block of this size is kept for the next record, because fresh pages cost more than writing to
+// them. A larger one is released when its bytes have been sent.
 constexpr std::size_t kept_block = std::size_t{1} << 20;
 
 void put_header(RECSTREAM* stream, std::uint32_t last) {
@@ -32,7 +32,7 @@ void start_buffer(RECSTREAM* stream, char* base) {
   stream->out_finger = base + fragment_header_size;
 }
 
-// Empties the output after all of it has left.
+// Empties the output after all of it has been sent.
 void restart(RECSTREAM* stream) {
   if (stream->held_room > kept_block) release_output(stream);
   stream->out_start = stream->held_block != nullptr ? stream->held_block : stream->the_buffer;
@@ -52,8 +52,8 @@ bool grow(RECSTREAM* stream, std::size_t used, std::size_t needed) {
   return true;
 }
 
-// Lets the full buffer wait and begins the next one after it. Returns false if the buffer has to
-// leave now: the stream does not hold its output, there is no memory, or up to three bytes of the
+// Lets the full buffer wait and begins the next one after it. Returns false if the buffer must be
+// sent now, because the stream does not hold its output, memory is out, or up to three bytes of the
 // buffer are unused (keep_unsent counts whole buffers).
 bool hold_buffer(RECSTREAM* stream) {
   if (!stream->holding || stream->out_finger != stream->out_boundry) return false;
@@ -74,9 +74,9 @@ char* last_header(char* at, const char* end) {
   }
 }
 
-// Leaves the stream as if each buffer had been sent when it was full, and the one that contains
-// byte number `sent` had failed: buffers before it are gone, and so are those after it, because
-// they would not have been written. If the buffer is a full one, sets frag_sent.
+// Changes the stream as if each buffer had been sent when it was full, and the one that contains
+// byte number `sent` had failed. Drops the buffers before it, which were sent, and those after it,
+// which would not have been written. If the buffer is a full one, sets frag_sent.
 void keep_unsent(RECSTREAM* stream, std::size_t sent) {
   const auto waiting = static_cast<std::size_t>(stream->out_base - stream->out_start);
   const std::size_t from = std::min(sent / stream->sendsize * stream->sendsize, waiting);
@@ -162,7 +162,7 @@ bool_t xdrrec_endofrecord(XDR* xdrs, bool_t send_now) {
   if (send_now || stream->frag_sent || stream->out_boundry - stream->out_finger <= 4) {
     stream->frag_sent = false;
     if (flush_out(stream, true)) return TRUE;
-    // A buffer that had waited did not leave. Without holding, its writer would have failed and
+    // A buffer that had waited was not sent. Without holding, its writer would have failed and
     // would have ended the record there, so the record ends there now.
     if (stream->frag_sent) {
       stream->frag_sent = false;

@@ -1,9 +1,9 @@
 // The private record of a record stream, shared by the three sources of xdrrec.h. Nobody else
 // includes this.
 //
-// Output. `out_base` is the buffer that is being filled; `sendsize` bytes at most fit into it.
-// Normally it leaves when it is full. On a stream that holds its output, a full buffer waits
-// instead, and the next one follows it in memory:
+// Output. `out_base` is the buffer that is being filled; it has room for `sendsize` bytes. Normally
+// it is sent when it is full. On a stream that holds its output, a full buffer waits instead, and
+// the next one follows it in memory:
 //
 //   out_start                     out_base       frag_header          out_finger   out_boundry
 //   |  full buffers that wait     |  records, fragments  |  open fragment  |  free      |
@@ -36,7 +36,7 @@ struct RECSTREAM {
   char* frag_header;  // where the header of the open fragment goes
   bool frag_sent;     // a buffer became full in the current record
   bool holding;       // full buffers wait for the end of the record
-  char* out_start;    // the first byte that has not left
+  char* out_start;    // the first byte that has not been sent
   char* held_block;   // the output block once output was held, or null
   std::size_t held_room;
 

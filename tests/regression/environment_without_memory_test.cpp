@@ -21,8 +21,8 @@ bool failed_for_memory() {
 }
 
 // Makes allocation number `number` of a creation fail, and then creates a client with memory.
-// Returns whether the first failed for that reason, unless it could do without, and the second
-// reaches the right host and program.
+// Returns true if the first creation failed for that reason, unless it did not need the memory, and
+// the second one reaches the right host and program.
 bool fails_and_leaves_nothing(std::int64_t number, const char* host) {
   const descriptor listener(bound_socket(SOCK_STREAM, 0, host));
   std::string call;

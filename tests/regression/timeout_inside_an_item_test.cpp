@@ -14,7 +14,7 @@ namespace {
 
 const std::string body = "eight by";
 
-// Three fragments, so that each kind of item is cut in one place or another.
+// Three fragments, so that each kind of item is divided by one of their borders.
 std::string reply_to(const std::string& call) {
   const std::string data =
       call.substr(0, 4) + words({1, 0, 0, 0, 0, 7}) + words({8}) + body + words({9});

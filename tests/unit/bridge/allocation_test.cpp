@@ -1,4 +1,4 @@
-// Every allocation failed in turn, through each conversion and through whole calls.
+// Makes each allocation fail in turn, in every conversion and in whole calls.
 #include <gtest/gtest.h>
 
 #include "bridge/stub.h"
@@ -126,8 +126,8 @@ std::vector<call_case> call_cases() {
 
 int refuse(const char*, void*) { return 0; }
 
-// No reply and status 7, or a whole reply with the status of the step that found no memory, which
-// a success never is.
+// Expects status 7 without a reply, or a complete reply with the status of the step that had no
+// memory. That status must not be a success.
 void expect_stated(const call_case& one, const call_outcome& outcome, bool failed) {
   if (!outcome.reply.has_value()) {
     EXPECT_TRUE(failed);
@@ -173,8 +173,7 @@ TEST(failing_allocation, in_a_call_of_each_status_gives_the_stated_result) {
   EXPECT_TRUE(only_stated_messages(testing::internal::GetCapturedStderr()));
 }
 
-// A result text for which there is no room is a result that does not convert, and the reply says
-// so.
+// If there is no memory for a result's text, the reply says that the result does not convert.
 TEST(failing_allocation, in_a_long_result_is_status_2) {
   fake_client client;
   client.answer = units({100});

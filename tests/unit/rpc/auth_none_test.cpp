@@ -65,7 +65,7 @@ TEST(AuthNone, ThatIsNullFailsEveryOperation) {
   EXPECT_EQ(AUTH_REFRESH(nullptr), FALSE);
 }
 
-// In a process of its own, where none was made yet: 0 when all is as it should be.
+// Runs in a process of its own, where no AUTH has been made. Returns 0 if all checks hold.
 int create_without_memory() {
   AUTH* without = nullptr;
   {

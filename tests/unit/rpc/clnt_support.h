@@ -1,5 +1,4 @@
-// What the transports' tests share: clients towards a peer of loopback_peer.h, and calls through
-// them.
+// Helpers of the transports' tests: clients of a peer of loopback_peer.h, and calls through them.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -82,7 +81,7 @@ inline std::function<void(descriptor&)> late_by(int milliseconds) {
   };
 }
 
-// Takes what a client sends until it is silent for long, and tells when each datagram came.
+// Takes a client's datagrams until it is silent for long. Keeps each one and its time.
 struct silent_server {
   std::vector<std::int64_t> times;
   std::vector<std::string> calls;

@@ -42,7 +42,7 @@ std::int32_t call_texts(client* clnt, texts* result) {
   return clnt_call(clnt->get(), test_procedure, xdr_long, &argument, xdr_texts, result, 25, 0);
 }
 
-// Whether the call brought all texts; releases them either way.
+// Returns true if the call brought all texts. Releases them in any case.
 bool brings_texts(client* clnt, std::int32_t* status) {
   texts result = {};
   *status = call_texts(clnt, &result);
@@ -76,8 +76,8 @@ TEST(tcp_stall, at_each_byte_times_out_and_the_late_rest_is_skipped) {
   }
 }
 
-// The stream waits for the rest of the record, so it takes the next reply for it: the caller who
-// wants an answer makes a new handle.
+// The stream waits for the rest of the record, and takes the next reply for that rest. So a caller
+// that wants an answer must make a new handle.
 TEST(tcp_stall, for_good_costs_the_next_reply_on_that_handle) {
   tcp_peer peer([&](descriptor& connection) {
     read_record(connection.get());

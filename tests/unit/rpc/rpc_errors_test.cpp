@@ -151,7 +151,7 @@ TEST(RpcPrinting, AddsNoLineEndOfItsOwn) {
   EXPECT_EQ(printed([] { clnt_pcreateerror("create"); }), "create: RPC: Unknown host\n");
 }
 
-// In a process of its own, where no text was built yet: 0 when all is as it should be.
+// Runs in a process of its own, where no text has been built. Returns 0 if all checks hold.
 int texts_without_memory() {
   failing_heap heap(0, true);
   if (clnt_sperror(&client, "call") != nullptr) return 2;

@@ -83,7 +83,7 @@ TEST(startup, runs_once_until_a_shutdown) {
       testing::ExitedWithCode(0), "");
 }
 
-// Whether a second thread gets in while this one holds the resolver.
+// Returns true if a second thread can enter the resolver while this one is in it.
 bool resolver_admits_two() {
   rpc_resolver_enter();
   bool inside = false;

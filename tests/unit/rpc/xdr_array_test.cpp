@@ -33,7 +33,7 @@ class XdrWalk : public ::testing::Test {
   }
 };
 
-// A list node whose link lies at an address that is a multiple of 4 only.
+// A list node whose link is at an address that is a multiple of 4 and need not be one of 8.
 struct node {
   std::int32_t number;
   char next[sizeof(char*)];

@@ -53,7 +53,7 @@ struct encoding : memory_stream {
   explicit encoding(std::size_t room = 1024) : memory_stream(bytes(room, '\x55'), XDR_ENCODE) {}
 };
 
-// What `routine` writes for the object; empty when it fails.
+// Returns what `routine` writes for the object, or no bytes if it fails.
 template <class Object>
 bytes encoded(xdrproc_t routine, Object object) {
   encoding stream;

@@ -45,7 +45,8 @@ TEST(records, name_each_key_once) {
   }
 }
 
-// A reference leads to a record, a vector to its item, and nothing else leads anywhere.
+// A pointer, an array and an inline record have a target, a vector has an element type, and no
+// other type has either.
 void expect_resolved(const wire_type& type, const std::string& where) {
   const bool leads = type.kind == wire_kind::pointer || type.kind == wire_kind::array ||
                      type.kind == wire_kind::record;

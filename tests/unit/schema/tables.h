@@ -26,7 +26,7 @@ inline std::vector<const record_field*> fields_of(const record_type& record) {
   return fields;
 }
 
-// Null when there is none.
+// Returns null if there is none.
 inline const record_type* record_named(const char* name) {
   for (const record_type* record : reachable_records()) {
     if (std::strcmp(record->name, name) == 0) return record;

@@ -15,7 +15,7 @@ class wire_reader {
  public:
   explicit wire_reader(std::string bytes) : bytes_(std::move(bytes)) {}
 
-  // Whether the bytes are of this type from the first to the last.
+  // Returns true if all of the bytes, and no more, are a value of this type.
   bool is(const wire_type& type) {
     pass(type);
     return sound_ && at_ == bytes_.size();
