@@ -1,3 +1,4 @@
+// The envelope of a reply: the members of rpc_err for each failure, and the message of each status.
 #include "bridge/envelope.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// Whole calls: the status of each kind of call text, the vetting, and the reply.
 #include "bridge/server_call.h"
 
 #include <gtest/gtest.h>

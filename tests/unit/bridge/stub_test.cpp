@@ -1,3 +1,4 @@
+// One call of a procedure: argument to record, the transport's part, and the result's text.
 #include "bridge/stub.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// From a server's name to its program number, host and transport, under each variable.
 #include "directory/directory.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// Makes each allocation of the JSON library fail in turn: the result is null, and nothing leaks.
 #include <gtest/gtest.h>
 
 #include "json_support.h"

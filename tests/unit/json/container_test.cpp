@@ -1,3 +1,4 @@
+// Lookup in arrays and objects, and changes to them.
 #include <gtest/gtest.h>
 
 #include "json_support.h"

@@ -1,3 +1,4 @@
+// Replays the corpus of the fuzz target json_parse.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -9,7 +10,7 @@
 namespace kvrpc::test {
 namespace {
 
-// The fuzzer's seeds hold what it checks, also where no fuzzer runs.
+// Checks on the fuzzer's seeds what the fuzzer checks, also on machines without a fuzzer.
 TEST(Corpus, PrintsAndReparsesToItself) {
   int files = 0;
   int parsed = 0;

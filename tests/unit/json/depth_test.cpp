@@ -1,3 +1,4 @@
+// Deeply nested trees on a small stack: nothing may recurse over the depth.
 #include <gtest/gtest.h>
 
 #include <cstring>

@@ -1,3 +1,4 @@
+// Describes trees, and counts and fails the calls of the allocation hooks.
 #include "json_support.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// Truncated and mutated texts: the parser must not crash or leak.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -7,9 +8,9 @@
 namespace kvrpc::test {
 namespace {
 
-// What holds for every text: parsing it leaks nothing, a document is the same tree, and a
-// tree prints to a text that parses. A printed fraction parses to zero, so it is the second print
-// that all later ones equal.
+// Checks what holds for every text: parsing it leaks nothing, a document is the same tree, and a
+// tree prints to a text that parses. A printed fraction parses to zero, so the first print may
+// differ from the second, but all later prints must equal the second.
 void check_text(const std::string& text) {
   const tree_ptr tree = parse(text);
   ASSERT_EQ(describe_document(text), describe(tree.get())) << text;

@@ -1,3 +1,4 @@
+// The constructors of nodes, deletion, duplication, and the allocation hooks.
 #include <gtest/gtest.h>
 
 #include <cstring>

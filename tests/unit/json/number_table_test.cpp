@@ -1,3 +1,4 @@
+// A table of numbers with their trees.
 #include "text_case.h"
 
 namespace kvrpc::test {

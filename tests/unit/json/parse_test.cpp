@@ -1,3 +1,4 @@
+// The parser and its scanners, one at a time.
 #include "json/parse.h"
 
 #include <gtest/gtest.h>

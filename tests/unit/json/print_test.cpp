@@ -1,3 +1,4 @@
+// The compact and the formatted text of trees.
 #include <gtest/gtest.h>
 
 #include <clocale>

@@ -1,3 +1,4 @@
+// A table of strings with their trees: their ends and their escapes.
 #include "text_case.h"
 
 namespace kvrpc::test {

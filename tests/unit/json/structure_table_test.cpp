@@ -1,3 +1,4 @@
+// A table of keywords, arrays, objects and white space with their trees.
 #include "text_case.h"
 
 namespace kvrpc::test {

@@ -1,3 +1,4 @@
+// The growth of a text_buffer, its failures, and the writers of values.
 #include "json/text_buffer.h"
 
 #include <gtest/gtest.h>

@@ -9,8 +9,8 @@
 
 namespace kvrpc::test {
 
-// A text, its tree as describe() writes it and the text that this prints to; a text that fails has
-// the tree "fail" and prints nothing.
+// A text, its tree as describe() writes it, and the text that this tree prints to. A text that must
+// not parse has the tree "fail" and prints nothing.
 struct text_case {
   const char* text;
   const char* tree;

@@ -1,3 +1,4 @@
+// Fifty valid texts of every kind, for the tests of parsing, printing and copying.
 #include "json_support.h"
 
 namespace kvrpc::test {

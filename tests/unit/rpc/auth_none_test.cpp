@@ -1,3 +1,4 @@
+// The one AUTH of the process: its bytes, and what holds without memory for it.
 #include "rpc/auth_none.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// Creation of a handle by host and transport name, with the port from the environment.
 #include <gtest/gtest.h>
 
 #include <string>

@@ -1,3 +1,4 @@
+// Replies over TCP: dropped, refused, undecodable, truncated and delayed ones.
 #include <gtest/gtest.h>
 
 #include <string>

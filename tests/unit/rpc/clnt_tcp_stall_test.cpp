@@ -1,3 +1,4 @@
+// TCP replies that stall: the call times out, and the late rest must not disturb later calls.
 #include <gtest/gtest.h>
 
 #include <cstdlib>

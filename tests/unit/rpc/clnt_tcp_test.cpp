@@ -1,3 +1,4 @@
+// The TCP transport: calls, transaction ids, creation and control requests.
 #include "rpc/clnt_tcp.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// The time limit of a TCP read: the call's timeout, or the one that control has set.
 #include <gtest/gtest.h>
 
 #include <string>

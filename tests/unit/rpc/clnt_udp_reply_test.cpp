@@ -1,3 +1,4 @@
+// Datagrams that come as replies over UDP: which are accepted, and which are dropped.
 #include <gtest/gtest.h>
 
 #include <atomic>

@@ -1,3 +1,4 @@
+// The UDP transport: calls, transaction ids, creation and control requests.
 #include "rpc/clnt_udp.h"
 
 #include <gtest/gtest.h>

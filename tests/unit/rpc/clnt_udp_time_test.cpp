@@ -1,3 +1,4 @@
+// The times of a UDP call: the interval between two transmissions, and the total.
 #include <gtest/gtest.h>
 
 #include <string>

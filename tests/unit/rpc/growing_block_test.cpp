@@ -1,3 +1,4 @@
+// The sizes of growing blocks, and what grow_block keeps and clears.
 #include "rpc/growing_block.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// The portmapper query over both transports, with each answer and each failure.
 #include "rpc/pmap.h"
 
 #include <gtest/gtest.h>

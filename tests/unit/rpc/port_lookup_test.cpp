@@ -1,3 +1,4 @@
+// Ports from the environment: base port, map and offset, well-formed or not.
 #include "rpc/port_lookup.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// The texts of all statuses, failed calls and failed creations.
 #include <gtest/gtest.h>
 
 #include <cstdint>

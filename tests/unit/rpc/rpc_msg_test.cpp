@@ -1,3 +1,4 @@
+// The bytes of calls and replies, and the rpc_err of each reply.
 #include "rpc/rpc_msg.h"
 
 #include <gtest/gtest.h>

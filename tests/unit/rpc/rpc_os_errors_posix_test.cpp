@@ -1,3 +1,4 @@
+// The table from errno values to Winsock's numbers.
 #include <gtest/gtest.h>
 
 #include <cerrno>

@@ -1,3 +1,4 @@
+// Forks: the count, and the sockets and locks that a child inherits.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>

@@ -1,3 +1,4 @@
+// Waits, sockets and connects on all platforms.
 #include <gtest/gtest.h>
 
 #include <cstring>

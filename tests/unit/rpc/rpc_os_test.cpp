@@ -1,3 +1,4 @@
+// Start-up, locks, names and the environment on all platforms.
 #include "rpc/rpc_os.h"
 
 #include <gtest/gtest.h>

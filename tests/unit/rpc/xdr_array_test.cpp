@@ -1,3 +1,4 @@
+// Arrays, vectors, references and pointers: their bytes, their limits and their release.
 #include <gtest/gtest.h>
 
 #include <cstdint>

@@ -1,3 +1,4 @@
+// Opaque bytes, counted bytes, texts and unions: their bytes, their limits and their release.
 #include <gtest/gtest.h>
 
 #include <cstdint>

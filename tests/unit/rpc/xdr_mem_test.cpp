@@ -1,3 +1,4 @@
+// The memory stream: its positions, and its failures at the end of the buffer.
 #include <gtest/gtest.h>
 
 #include <cstdint>

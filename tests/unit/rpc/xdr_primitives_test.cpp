@@ -1,3 +1,4 @@
+// The routines for single units, in all three directions.
 #include <gtest/gtest.h>
 
 #include <cstdint>

@@ -1,3 +1,4 @@
+// Input of a record stream: fragments of every size, skips, and failures in between.
 #include <gtest/gtest.h>
 
 #include <algorithm>

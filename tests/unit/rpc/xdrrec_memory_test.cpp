@@ -1,3 +1,4 @@
+// The memory of a record stream, and the stream for which there is none.
 #include <gtest/gtest.h>
 
 #include <cstdint>

@@ -1,3 +1,4 @@
+// Output of a record stream: fragments, records that wait, and failed sends.
 #include <gtest/gtest.h>
 
 #include <cstdint>

@@ -1,3 +1,4 @@
+// The wrapped allocation functions, which count and fail for failing_heap.h.
 #include "support/failing_heap.h"
 
 #include <malloc.h>

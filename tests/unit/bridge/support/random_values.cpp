@@ -1,3 +1,4 @@
+// Makes random tables and values. Writes each value's JSON text and XDR bytes side by side.
 #include "bridge/support/random_values.h"
 
 #include "bridge/base64.h"
