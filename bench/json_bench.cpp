@@ -1,5 +1,5 @@
-// How fast JSON texts are parsed and printed, in MB/s, and whether the time per byte stays the same
-// from documents of 10 MB to documents of 100 MB.
+// Measures how fast JSON texts are parsed and printed, in MB/s, and checks that the time per byte
+// stays the same from documents of 10 MB to documents of 100 MB.
 //
 // The call texts are parsed as a call parses its own, to a json_document; their goal is 1 GB/s. The
 // other texts go to trees of separate nodes and back. Exits with 1 if a call text misses its goal
@@ -86,7 +86,7 @@ std::string record_call() {
 
 using text_maker = std::string (*)(std::size_t);
 
-// Seconds for each byte of text.
+// Processor time in seconds for each byte of text.
 struct cost {
   double parse = 1e9;
   double print = 1e9;

@@ -73,7 +73,7 @@ def seconds(work: Callable[[], Any]) -> float:
 
 
 def measure(case: Case) -> bool:
-    """Prints the times of a call both ways. Returns whether the limit is held."""
+    """Prints the times of a call both ways. Returns true if the limit is kept."""
     allow = Allow()
     text = json.dumps({case.procedure: case.arguments[0] if case.arguments else None})
     with contextlib.ExitStack() as stack:

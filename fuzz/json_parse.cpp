@@ -1,6 +1,6 @@
 // Parses arbitrary bytes and holds the tree against its own copies: a duplicate prints alike, and
 // the second print, in which fractions have become what they parse to, is one that all later
-// prints equal, the formatted form's included. The text lies in a block of its exact size.
+// prints equal, the formatted form's included. The text is in a buffer of its exact size.
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>

@@ -19,9 +19,9 @@
 // the connection is the parent's (see clnt_is_inherited). The handle's memory must stay there until
 // end_call, because the thread that forked may be the one in the middle of the call.
 //
-// The connection is a heap object with a count of its users, and knows none of them: a thread that
-// vanishes in a fork or at the interpreter's exit, or a greenlet that is never resumed, leaves
-// nothing behind that points into its stack. What such a user held is never released.
+// The connection is a heap object with a count of its users, and has no pointer to any of them. So
+// a thread that vanishes in a fork or at the interpreter's exit, or a greenlet that is never
+// resumed, leaves no pointer into its stack. What such a user held is never released.
 //
 // Must be used with the GIL held.
 #pragma once
@@ -38,15 +38,15 @@ class connection {
   static connection* make();
   // Adds a user. Returns this connection.
   connection* share();
-  // Removes a user. The last one releases the object but not the handle: the socket of a client
-  // that is dropped without `close` stays open for the life of the process, and that is meant.
+  // Removes a user. The last one releases the object but not the handle. Compatibility: the socket
+  // of a client that is dropped without `close` stays open for the life of the process.
   void leave();
 
   // Gives a closed connection its handle, which may be null. Owns it from then on.
   void open(CLIENT* clnt);
   // Returns true if the connection has a handle that this process may use.
   bool is_open() const { return state_ != state::closed && !clnt_is_inherited(clnt_); }
-  // Returns true if, besides, no call has the stream.
+  // Returns true if is_open() and no call has the stream.
   bool is_idle() const { return state_ == state::idle && is_open(); }
   CLIENT* handle() const { return clnt_; }
 

@@ -1,9 +1,9 @@
 // The class `RpcClient`: one connection to one server program.
 //
-// An instance owns its handle from `create` to `close`. Dropping the instance does not destroy the
-// handle: its socket stays open for the life of the process, and that is meant. In a process that
-// inherited the instance through fork it counts as not connected. `which` and `host` are the
-// objects of the constructor and never change; both are encoded anew whenever needed.
+// An instance owns its handle from `create` to `close`. Compatibility: dropping the instance does
+// not destroy the handle, so its socket stays open for the life of the process. In a process that
+// inherited the instance through fork, it counts as not connected. `which` and `host` are the
+// objects of the constructor and never change; each use encodes them again.
 #pragma once
 
 #include "module/ref.h"

@@ -1,4 +1,4 @@
-// The life of one call, and the handle that stands in for a closed one.
+// The life of one call, and the closed handle: every operation on it fails without a socket.
 #include "module/running_call.h"
 
 #include "rpc/rpc_os.h"

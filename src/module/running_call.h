@@ -12,7 +12,7 @@
 //
 // A call that begins while another one waits for its reply, from a signal handler, has no handle at
 // all (RPC_FAILED). In each case RpcClient.call makes a second attempt on a connection of its own.
-// A nested call out of `verify_call` shares the handle, on which nothing is under way then.
+// A nested call from `verify_call` shares the handle, because no call uses its stream then.
 #pragma once
 
 #include "module/connection.h"
@@ -36,8 +36,8 @@ class running_call {
   // vetting and anything that is sent.
   void end_vetting();
 
-  // Closes the client's connection if it is still this call's. For a call that was ended in the
-  // middle of a reply: a later one would take the rest for its own.
+  // Closes the client's connection if it is still this call's. Must be called if a call ended in
+  // the middle of a reply, because a later call would take the rest for its own reply.
   void drop_connection();
 
   // Makes what closed handles need. Returns false with an exception set on failure.

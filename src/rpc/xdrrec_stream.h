@@ -10,7 +10,7 @@
 //   |<------ n * sendsize ------->|<------------------- sendsize ----------------------->|
 //
 // 1. out_base == out_start unless full buffers wait.
-// 2. [out_start, out_boundry) lies inside the output block. It is the first part of `the_buffer`
+// 2. [out_start, out_boundry) is inside the output block. That is the first part of `the_buffer`
 //    until output is held for the first time, and then a block of its own.
 // 3. The header at `frag_header` is written when the fragment ends; all earlier ones are complete.
 #pragma once

@@ -1,4 +1,4 @@
-"""Failing allocations of the interpreter, and what many calls leave behind."""
+"""Failing allocations of the interpreter, and the memory in use after many calls."""
 
 import os
 import sys

@@ -1,4 +1,4 @@
-"""The type stub tells what the module has: the same names, the same signatures."""
+"""The type stub has what the module has: the same names, the same signatures."""
 
 import ast
 import inspect
@@ -26,7 +26,7 @@ def functions(node):
 
 
 def stub_parameters(function):
-    """Names in order, whether they go by position only, and whether they have a default."""
+    """Returns each parameter in order: its name, if it is positional only, if it has a default."""
     taken = function.args
     assert not (taken.vararg or taken.kwarg or taken.kwonlyargs)
     both = taken.posonlyargs + taken.args

@@ -72,7 +72,7 @@ def procedures(calls):
 
 
 def marks(packets):
-    """Returns each record mark in the packets: whether it is the last fragment, and its length."""
+    """Returns each record mark in the packets: a flag for the last fragment, and the length."""
     return [(BOOLEANS[last], int(length)) for packet in packets
             for last, length in zip(packet.get("rpc.lastfrag", ()), packet.get("rpc.fraglen", ()))]
 

@@ -1,4 +1,4 @@
-"""What the tests of fleet do on each host. It stands in a module of its own, to be picklable."""
+"""What the tests of fleet do on each host. A module of its own, because it must be picklable."""
 
 import os
 import signal

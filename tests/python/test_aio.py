@@ -16,7 +16,7 @@ from kvrpc_tools._worker import WorkerError
 from kvrpc_tools.aio import AsyncAlpha, AsyncLambda
 from tests.python.waits import GOOD, HOST, WAITS
 
-STALL = 0.05  # seconds for which the loop may stand still at most
+STALL = 0.05  # the loop must not stop for more seconds
 
 
 def own_time():
@@ -51,7 +51,7 @@ async def longest_stall(waiting):
 
 
 async def assert_steady(make_waiting):
-    """The loop never stands still while it awaits. Other processes can stop it, but not always."""
+    """The loop never stops while it awaits. Other processes can stop it, but not every time."""
     stalls = []
     while len(stalls) < 5:
         stalls.append(await longest_stall(make_waiting()))

@@ -1,4 +1,4 @@
-"""The clients over a transport that keeps what it carries and answers as it is told."""
+"""The clients over a transport that keeps each call and answers as the test has set."""
 
 import json
 import pickle

@@ -1,4 +1,4 @@
-"""What clients tell about their calls, and what they never tell."""
+"""What clients report about their calls, and what they never report."""
 
 import json
 import logging

@@ -66,7 +66,7 @@ def test_pyright_names_each_planted_mistake(tmp_path, stubs):
 
 
 def conforms(value, wanted):
-    """Whether a value is of a type: a TypedDict, or what those are made of."""
+    """Returns true if a value is of a type: a TypedDict, or a type that those contain."""
     arguments_of = typing.get_args(wanted)
     origin = typing.get_origin(wanted)
     if origin is typing.Union:

@@ -45,7 +45,7 @@ def worker_of(client):
 
 
 def is_running(pid):
-    """Whether a process runs; a zombie does not."""
+    """Returns true if a process runs. A zombie does not run."""
     try:
         state = Path(f"/proc/{pid}/stat").read_text().rpartition(")")[2].split()[0]
     except OSError:

@@ -33,7 +33,7 @@ def median_of_calls(client, text, allow):
 def test_a_call_of_any_length_leaves_without_a_pause(module, server, allow, length):
     client = module.RpcClient("lambda")
     text = '{"l_statfile_1":{"filename":"%s"}}' % ("x" * length)
-    # Not every acknowledgement is delayed, so the median tells. A busy machine slows some attempts
+    # Not every acknowledgement is delayed, so the median counts. A busy machine slows some attempts
     # down; a pause is in all of them.
     attempts = 1
     while median_of_calls(client, text, allow) >= 0.03:

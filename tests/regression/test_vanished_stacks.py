@@ -27,7 +27,7 @@ VETTING_THREADS = """
         return patients
 """
 
-# What a child does in a thread of its own, whose stack may lie where the vanished one was.
+# What a child does in a thread of its own, whose stack may be where the vanished one was.
 ACTIONS = {
     "close": "client.close()",
     "create": "client.create()",

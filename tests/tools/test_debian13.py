@@ -1,4 +1,4 @@
-"""tools/debian13 without a root of Debian 13: programs that only log stand in for the system's."""
+"""tools/debian13 without a root of Debian 13: programs that only log replace the system's."""
 
 import os
 import shutil

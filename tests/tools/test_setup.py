@@ -9,7 +9,7 @@ import pytest
 
 from tests.tools.scripts import ROOT, executable, run
 
-# Stands in for an interpreter of version 3.11 without the module that makes virtual environments.
+# Replaces an interpreter of version 3.11 without the module that makes virtual environments.
 BARE = """
 case "$*" in
   *Python.h*) echo "003011002 $0" ;;
@@ -19,7 +19,7 @@ case "$*" in
 esac
 """
 
-# Stands in for an interpreter that makes virtual environments at once, with nothing in them.
+# Replaces an interpreter. Makes virtual environments at once, with nothing in them.
 QUICK = """
 case "$*" in
   *Python.h*) echo "003011002 $0" ;;

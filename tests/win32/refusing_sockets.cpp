@@ -1,8 +1,7 @@
-// A stand-in for the socket library that refuses to start, and for the message box: linked into a
-// module of its own, it takes the place of what the module imports, and tells on standard output
-// what it was asked for.
+// Replaces the socket library's start, which fails here, and the message box. Linked into a module
+// of its own instead of the libraries that the module imports. Prints each call on standard output.
 #include <winsock2.h>
-// Behind it:
+// Must follow winsock2.h:
 #include <windows.h>
 
 #include <cstdio>

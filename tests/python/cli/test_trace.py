@@ -1,4 +1,4 @@
-"""kvrpc trace: calls pass the relay unchanged, are told, recorded, and replayed serverless."""
+"""kvrpc trace: calls pass the relay unchanged, are printed, recorded, and replayed serverless."""
 
 import json
 import os

@@ -23,7 +23,8 @@ class directory : public testing::Test {
     set_environment(name, value.c_str());
   }
 
-  // Whether a client for `which` at `host` reaches the loopback address and asks for the program.
+  // Returns true if a client for `which` at `host` reaches the loopback address and asks for the
+  // program.
   static bool reaches(const char* which, const char* host, const char* address,
                       std::uint32_t program, std::uint16_t slot) {
     std::string call;

@@ -84,7 +84,7 @@ class wire_reader {
   bool sound_ = true;
 };
 
-// The text or number behind a key that no other text of the line holds.
+// Returns the text or number that follows a key. No other text of the line may contain the key.
 std::string value_of(const std::string& line, const std::string& key) {
   const std::string label = "\"" + key + "\": ";
   std::size_t begin = line.find(label);

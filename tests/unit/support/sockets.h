@@ -62,7 +62,7 @@ inline std::pair<bool, std::string> get_environment(const char* name) {
   return {true, std::string(value, length)};
 }
 
-// Whether something is to be read within the time, the end of a stream included.
+// Returns true if something can be read within the time. The end of a stream counts.
 inline bool readable(int sock, int milliseconds) {
   WSAPOLLFD entry = {static_cast<SOCKET>(sock), POLLIN, 0};
   return WSAPoll(&entry, 1, milliseconds) > 0;
