@@ -257,8 +257,12 @@ def process_of(storm, context, target):
     child = context.Process(target=target, args=(0,))
     child.start()
     child.join(CHILD_SECONDS)
-    if child.exitcode != 0:
+    if child.exitcode is None:
+        os.kill(child.pid, signal.SIGABRT)  # faulthandler tells where it hangs
+        child.join(CHILD_SECONDS)
         child.kill()
+        raise Wrong("a process hangs")
+    if child.exitcode != 0:
         raise Wrong(f"a process ended with {child.exitcode}")
 
 
@@ -270,6 +274,17 @@ def pool_of(storm, context, target):
 def executor_of(storm, context, target):
     with concurrent.futures.ProcessPoolExecutor(2, context) as pool:
         assert storm.process not in pool.map(target, range(4), timeout=CHILD_SECONDS)
+
+
+def ways_to_start():
+    """Returns functions that start processes and wait for them.
+
+    Pools start threads in the middle of their forks. A thread that starts allocates, and a child of
+    that moment inherits AddressSanitizer's allocator locked for ever, so there it is processes only.
+    """
+    if "libasan" in os.environ.get("LD_PRELOAD", ""):
+        return [process_of]
+    return [process_of, pool_of, executor_of]
 
 
 def processes(storm, seconds):
@@ -284,7 +299,7 @@ def processes(storm, seconds):
     def step():
         forked = storm.random.random() < 0.85
         context = multiprocessing.get_context("fork" if forked else "spawn")
-        start = storm.random.choice([process_of, pool_of, executor_of])
+        start = storm.random.choice(ways_to_start())
         start(storm, context, work_on_inherited if forked else work_on_own)
         storm.results["groups"] += 1
         if time.monotonic() > deadline:
