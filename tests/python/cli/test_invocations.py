@@ -49,7 +49,7 @@ ALONE = [
     line("describe zzzzzzz", 2, err=r"kvrpc: .*no procedure or record 'zzzzzzz'\n"),
     line("describe", 2, err=r"kvrpc: Missing argument 'NAME'\.\n"),
     line("console --simulator --host x", 2, err=r"kvrpc: --simulator and --host exclude .*\n"),
-    line("docs --path", 0, r"/.*kvrpc_tools/reference\.html\n"),
+    line("docs --path", 0, r".*kvrpc_tools[/\\]reference\.html\n"),
     line("docs a_logn_1", 2, err=r"kvrpc: .*no procedure or record 'a_logn_1', did you mean .*\n"),
     line("call", 2, err=r"kvrpc: Missing argument 'PROCEDURE'\.\n"),
     line("call a_logn_1", 2, err=r"kvrpc: .*no procedure 'a_logn_1', did you mean a_login_1\?\n"),
