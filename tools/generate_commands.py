@@ -57,7 +57,8 @@ def commands():
                     options = list(simulator_options())
                     notes = inspect.cleandoc(option_parser("kvrpc simulate").epilog)
                 else:
-                    records = [each.get_help_record(context) for each in command.params]
+                    records = [each.get_help_record(context) for each in command.params
+                               if isinstance(each, click.Option)]  # newer clicks list arguments too
                     options = [(spelling, " ".join(meaning.split()))
                                for spelling, meaning in filter(None, records)]
                 usage = " ".join(["kvrpc", name, *command.collect_usage_pieces(context)])
