@@ -38,7 +38,7 @@ test-slow: ## what takes longer: real time limits, a hundred thousand calls, lon
 test-debian13: ## make demo, test and check in a root of Debian 13; as root
 	@tools/debian13
 
-test-clang: ## the same tests on clang's release build
+test-clang: ## the tests of the module on clang's release build
 	@tools/setup build peers check
 	@tools/run-tests clang
 
