@@ -279,8 +279,8 @@ def executor_of(storm, context, target):
 def ways_to_start():
     """Returns functions that start processes and wait for them.
 
-    Pools start threads in the middle of their forks. A thread that starts allocates, and a child of
-    that moment inherits AddressSanitizer's allocator locked for ever, so there it is processes only.
+    Pools start threads in the middle of their forks. A thread that starts allocates, and a child
+    of that moment inherits AddressSanitizer's allocator locked for ever. So it gets no pools.
     """
     if "libasan" in os.environ.get("LD_PRELOAD", ""):
         return [process_of]

@@ -91,14 +91,18 @@ TEST_P(socket_recv, is_not_prolonged_by_signals) {
   EXPECT_LT(watch.milliseconds(), 4000);
 }
 
-TEST_P(socket_recv, reports_the_end_and_a_reset) {
+TEST_P(socket_recv, reports_the_end) {
   both_.other().close();
   EXPECT_EQ(receive({5, 0}), 0);
-  connection lost;
-  lost.other().reset();
-  EXPECT_EQ(lost.receive({5, 0}, GetParam() && lost.waits_in_receive()), -1);
+}
+
+#ifndef _WIN32  // a peer under Wine closes in order, even with SO_LINGER; see tcp_cut for a reset
+TEST_P(socket_recv, reports_a_reset) {
+  both_.other().reset();
+  EXPECT_EQ(receive({5, 0}), -1);
   EXPECT_EQ(rpc_socket_errno(), RPC_ECONNRESET);
 }
+#endif
 
 TEST_P(socket_recv, asks_the_hook_before_it_begins) {
   write_bytes(both_.other().get(), "x");
