@@ -39,6 +39,7 @@ def lines_named(text):
     return {int(line) for line in re.findall(rf"{SCRIPT.name}:(\d+)(?::\d+)?:? -? ?error", text)}
 
 
+@pytest.mark.slow
 def test_mypy_names_each_planted_mistake_in_time(tmp_path, stubs):
     before = resource.getrusage(resource.RUSAGE_CHILDREN)
     run = subprocess.run(
@@ -52,6 +53,7 @@ def test_mypy_names_each_planted_mistake_in_time(tmp_path, stubs):
 
 
 @pytest.mark.peers
+@pytest.mark.slow
 def test_pyright_names_each_planted_mistake(tmp_path, stubs):
     if importlib.util.find_spec("pyright") is None:
         if os.environ.get("KVRPC_REQUIRE_PEERS"):

@@ -6,6 +6,10 @@ import subprocess
 import sys
 from pathlib import Path
 
+import pytest
+
+pytestmark = pytest.mark.slow  # each collects a whole run
+
 ROOT = Path(__file__).resolve().parents[2]
 
 
