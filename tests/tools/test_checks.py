@@ -115,8 +115,8 @@ def build(tmp_path):
         write(tmp_path, "src/a.h", header)
         path = write(tmp_path, "src/a.cpp", '#include "a.h"\n' + source)
         objects = tmp_path / "build" / "CMakeFiles" / "kvrpc_a.dir"
-        objects.mkdir(parents=True, exist_ok=True)
-        subprocess.run(["g++", "-fPIC", "-c", path, "-o", objects / "a.o"], check=True)
+        (objects / "src").mkdir(parents=True, exist_ok=True)
+        subprocess.run(["g++", "-fPIC", "-c", path, "-o", objects / "src" / "a.cpp.o"], check=True)
         result = subprocess.run([sys.executable, str(TOOLS / "check-callers"),
                                  str(tmp_path / "build"), str(tmp_path / "src")],
                                 stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
@@ -131,6 +131,17 @@ def test_a_function_without_a_caller_is_found(build):
     assert build("int called();\n\n// Surface: why.\nint alone();\n", source) == (0, "")
     # A comment that names it does not mark it.
     assert build("// Surface: not alone().\nint called();\n\nint alone();\n", source)[0] == 1
+
+
+def test_an_object_without_a_source_does_not_count(build, tmp_path):
+    assert build("int alone();\n", "int alone() { return 1; }\n")[0] == 1
+    (tmp_path / "src" / "a.cpp").rename(tmp_path / "src" / "b.cpp")
+    objects = tmp_path / "build" / "CMakeFiles" / "kvrpc_a.dir" / "src"
+    shutil.copy(objects / "a.cpp.o", objects / "b.cpp.o")
+    (tmp_path / "src" / "a.h").write_text("// Surface: why.\nint alone();\n", encoding="utf-8")
+    (objects / "a.cpp.o").write_bytes(b"no object")
+    assert subprocess.run([sys.executable, str(TOOLS / "check-callers"), str(tmp_path / "build"),
+                           str(tmp_path / "src")]).returncode == 0
 
 
 def test_a_function_in_a_table_has_a_caller(build):
