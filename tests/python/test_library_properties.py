@@ -6,6 +6,7 @@ compared on the wire, where nobody of this package has a say.
 
 import base64
 import json
+import os
 
 import pytest
 from hypothesis import HealthCheck, given, settings
@@ -24,7 +25,7 @@ CODEC = Codec(own())
 
 few = settings(max_examples=4, deadline=None, database=None,
                suppress_health_check=list(HealthCheck))
-many = settings(few, max_examples=100)
+many = settings(few, max_examples=int(os.environ.get("KVRPC_EXAMPLES", "100")))
 
 
 def arrives_as(wire, value):
