@@ -70,11 +70,11 @@ class _Exchanges:
             self._told(found, message)
 
     def end(self) -> None:
-        """Tells the calls that never got a reply."""
+        """Tells the calls that never got a reply. When it returns, all of them have been told."""
         with self._lock:
-            left, self._open = self._open, {}
-        for found in left.values():
-            self._told(found, None)
+            for found in self._open.values():
+                self._told(found, None)
+            self._open.clear()
 
     def _told(self, found: Tuple[float, bytes], reply: Optional[bytes]) -> None:
         came, call = found
@@ -102,7 +102,7 @@ class Relay:
         """Stops listening and tells the calls that have no reply."""
         for sock in self._sockets:
             sock.close()
-        for exchanges in self._peers:
+        for exchanges in list(self._peers):  # connections that end meanwhile leave the list
             exchanges.end()
 
     def _exchanges(self, server: Server, transport: str) -> _Exchanges:

@@ -103,8 +103,8 @@ def test_export_shows_a_progress_bar(terminal, simulator, tmp_path):
 def test_colours_are_for_a_terminal_that_wants_them(terminal):
     terminal.type("clear; kvrpc list nue; echo code $?", "Enter")
     assert "\x1b[1m" in terminal.wait_for(r"code 0", "-e")
-    terminal.type("clear; NO_COLOR=1 kvrpc list nue; echo code $?", "Enter")
-    assert "\x1b[" not in terminal.wait_for(r"nue: .*\n(.*\n)*code 0", "-e")
+    terminal.type("clear; NO_COLOR=1 kvrpc list nue; echo plain $?", "Enter")
+    assert "\x1b[" not in terminal.wait_for(r"nue: .*\n(.*\n)*plain 0", "-e")
 
 
 def test_a_tab_completes_a_procedure_in_bash(terminal):
