@@ -32,7 +32,7 @@ def code(title, text):
 
 
 def folded(links, what):
-    """Returns links in a line, or behind a summary if there are many."""
+    """Returns links in one line. If there are many, they open under a summary."""
     if len(links) <= FEW:
         return tag("p", listed(links))
     return tag("details", tag("summary", f"{len(links)} {what}"), tag("p", listed(links)))

@@ -11,7 +11,7 @@ import click
                context_settings={"ignore_unknown_options": True, "allow_interspersed_args": False})
 @click.argument("words", nargs=-1, type=click.UNPROCESSED, metavar="[OPTIONS]")
 def simulate(words: Tuple[str, ...]) -> int:
-    """Run a stand-in for the servers on loopback, over TCP and UDP, until Ctrl-C.
+    """Run a simulator of the servers on loopback, over TCP and UDP, until Ctrl-C.
 
     It prints the base port, KORVEXRPCPORT=..., that leads a script to it.
     """
