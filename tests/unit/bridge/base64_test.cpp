@@ -60,7 +60,7 @@ TEST(base64_encode, writes_one_unbroken_line) {
   EXPECT_EQ(text.find_first_of("\r\n"), std::string::npos);
 }
 
-TEST(base64_encode, tells_the_reserved_size) {
+TEST(base64_encode, returns_the_reserved_size) {
   for (std::size_t size : {0u, 1u, 3u, 44u, 45u, 46u, 100u, 1000u}) {
     const std::string bytes(size, 'x');
     std::size_t reserved = 0;
@@ -104,7 +104,7 @@ TEST(base64_decode, goes_on_after_padding) {
   EXPECT_EQ(decoded("TWE=TWFuTQ=="), "MaManM");
 }
 
-TEST(base64_decode, refuses_padding_where_none_can_stand) {
+TEST(base64_decode, refuses_padding_where_none_can_be) {
   for (const char* text : {"TQ=", "TQ=x", "=", "T=", "TWFu=", "TWE==", "TQ===", "TQ= ="}) {
     testing::internal::CaptureStderr();
     EXPECT_EQ(decoded(text), std::nullopt) << text;

@@ -92,7 +92,7 @@ TEST(scalar_encoders, floating_fields_take_the_floating_side) {
   json_delete(node);
 }
 
-TEST(scalar_encoders, write_no_byte_behind_their_field) {
+TEST(scalar_encoders, write_no_byte_after_their_field) {
   std::int16_t pair[2] = {0, 0x5555};
   const json_value value("-1");
   EXPECT_EQ(json_encode_short(value.node(), 0, pair), 1);

@@ -6,9 +6,9 @@
 #include <memory>
 
 #include "bridge/support/conversion.h"
-#include "bridge/support/small_stack.h"
 #include "bridge/support/test_records.h"
 #include "support/failing_heap.h"
+#include "support/small_stack.h"
 
 namespace kvrpc::test {
 namespace {

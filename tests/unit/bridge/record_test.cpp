@@ -26,7 +26,7 @@ TEST(structure, an_empty_object_fills_nothing) {
             R"({"long":0,"int":0,"u_long":0,"short":0,"bool":false,"tail":0})");
 }
 
-TEST(structure, members_stand_in_any_order_and_come_back_in_the_records) {
+TEST(structure, members_may_have_any_order_and_come_back_in_the_records) {
   EXPECT_EQ(round_trip(scalars, R"({"tail":6,"bool":true,"long":1})"),
             R"({"long":1,"int":0,"u_long":0,"short":0,"bool":true,"tail":6})");
 }
@@ -120,7 +120,7 @@ TEST(structure, a_list_without_nodes_is_valid_in_both_directions) {
   EXPECT_EQ(back.reply(), back.text());
 }
 
-TEST(structure, a_failure_behind_many_nodes_leaves_what_is_released) {
+TEST(structure, a_failure_after_many_nodes_leaves_what_is_released) {
   test_value value(wire::inline_(shapes::next_middle));
   EXPECT_EQ(value.encode(R"({"next":{"next":{"next":{"name":7},"id":1},"id":1},"id":1})"), 0);
 }

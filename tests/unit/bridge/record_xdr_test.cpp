@@ -81,7 +81,7 @@ TEST(record_wire, fixed_opaques_are_padded) {
   EXPECT_EQ(text_of_wire(wire::opaque64(3), of("\x69\xB7\x1D\xFF", 4)), "\"abcd\"");
 }
 
-TEST(record_wire, a_list_carries_its_links_where_next_stands) {
+TEST(record_wire, a_list_carries_its_links_where_next_is) {
   EXPECT_EQ(
       wire_of(wire::inline_(shapes::next_first), R"({"id":1,"next":{"id":2,"next":{"id":3}}})"),
       units({1, 1, 0, 3, 2, 1}));
@@ -130,7 +130,7 @@ TEST(record_release, an_array_with_count_0_gives_back_its_block) {
   EXPECT_EQ(heap.live_blocks(), 0);
 }
 
-TEST(record_release, goes_on_behind_a_union_of_unknown_value) {
+TEST(record_release, goes_on_after_a_union_of_unknown_value) {
   static constexpr structure both{"both",
                                   {
                                       {"which", wire::inline_(shapes::selected)},

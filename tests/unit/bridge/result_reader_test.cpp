@@ -56,7 +56,7 @@ std::string text_of(const wire_type& type, const bytes& wire) {
   return whole.text();
 }
 
-TEST(result_reader, runs_a_text_on_to_the_link_behind_it_and_starts_each_node_clean) {
+TEST(result_reader, runs_a_text_on_to_the_link_after_it_and_starts_each_node_clean) {
   wire_bytes wire;
   wire.chars_of("abcd").units({0x44434241}).chars_of("xyz").units({1});
   wire.chars_of(std::string("q\0\0\0", 4)).units({7}).chars_of("uvw").units({0});
@@ -65,7 +65,7 @@ TEST(result_reader, runs_a_text_on_to_the_link_behind_it_and_starts_each_node_cl
             R"({"d":{"a":"q","n":7},"z":"uvw","next":null}})");
 }
 
-TEST(result_reader, runs_a_text_on_to_the_end_of_a_node_whose_link_stands_first) {
+TEST(result_reader, runs_a_text_on_to_the_end_of_a_node_whose_link_is_first) {
   wire_bytes wire;
   wire.units({1, 1, 0});
   wire.chars_of("abcd").units({0x44434241}).chars_of("xyz");
@@ -76,7 +76,7 @@ TEST(result_reader, runs_a_text_on_to_the_end_of_a_node_whose_link_stands_first)
             R"("d":{"a":"efghA","n":65},"z":""},"d":{"a":"efghEFGH","n":1212630597},"z":""})");
 }
 
-TEST(result_reader, runs_a_text_on_to_the_pointer_behind_it_and_no_farther) {
+TEST(result_reader, runs_a_text_on_to_the_pointer_after_it_and_no_farther) {
   wire_bytes wire;
   wire.chars_of("abcd").units({0});
   wire.chars_of("efgh").units({0, 0});

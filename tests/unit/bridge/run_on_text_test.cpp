@@ -67,7 +67,7 @@ TEST(run_on_text, goes_on_from_a_nested_record_into_the_outer_and_ends_with_the_
             R"({"p":{"a":"ab..ABCDxyz.tail","n":1145258561,"b":"xyz.tail"},"tail":"tail"})");
 }
 
-TEST(run_on_text, goes_on_through_the_items_of_a_vector) {
+TEST(run_on_text, goes_on_through_the_elements_of_a_vector) {
   test_value value(inline_(row));
   fill(value, 0, "aabbccNN");
   EXPECT_EQ(text_of(value), R"({"v":["aabbccNN", "bbccNN", "ccNN"],"n":20046})");
@@ -81,7 +81,7 @@ TEST(run_on_text, stops_at_the_end_of_an_array_element) {
                             R"({"a":"cd..EFGHuvw.","n":1212630597,"b":"uvw."}])");
 }
 
-TEST(run_on_text, takes_a_count_but_stops_before_the_pointer_behind_it) {
+TEST(run_on_text, takes_a_count_but_stops_before_the_pointer_after_it) {
   test_value value(inline_(with_text));
   const std::string text(64, 'x');  // with its NUL, as many bytes as the code of 'A'
   ASSERT_EQ(value.encode(R"({"t":")" + text + R"(","b":"bbb"})"), 1);
@@ -114,7 +114,7 @@ TEST(run_on_text, a_null_pointer_ends_it_as_well) {
   EXPECT_EQ(text_of(value), R"({"a":"aaaa","p":null})");
 }
 
-TEST(run_on_text, behind_a_pointer_it_ends_with_the_record) {
+TEST(run_on_text, after_a_pointer_it_ends_with_the_record) {
   test_value value(inline_(with_text));
   ASSERT_EQ(value.encode(R"({"t":"xyz"})"), 1);
   fill(value, 8 + sizeof(char*), "bbbb");

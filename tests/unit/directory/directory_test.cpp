@@ -180,7 +180,7 @@ bool fails_with(const char* which, std::int32_t status) {
   return server_clnt_create(which, nullptr) == nullptr && rpc_createerr.cf_stat == status;
 }
 
-TEST_F(directory, hands_the_transport_on_as_it_stands) {
+TEST_F(directory, passes_the_transport_on_unchanged) {
   set("RPCTRANSPORT", "");
   EXPECT_IN_CHILD(fails_with("lambda", RPC_UNKNOWNPROTO));
   set("RPCTRANSPORT", "ip");
@@ -238,7 +238,7 @@ TEST_F(directory, lets_the_caller_choose_the_host) {
   EXPECT_IN_CHILD(reaches("alpha", "127.0.0.3", "127.0.0.3", 16011967, 0));
 }
 
-TEST_F(directory, tells_the_last_failure) {
+TEST_F(directory, reports_the_last_failure) {
   rpc_createerr = {};
   rpc_createerr.cf_stat = RPC_SYSTEMERROR;
   rpc_createerr.cf_error.re_errno = 10061;

@@ -2,11 +2,12 @@
 #include <gtest/gtest.h>
 
 #include "json_support.h"
+#include "support/failing_heap.h"
 
 namespace kvrpc::test {
 namespace {
 
-TEST(Find, IgnoresAsciiCaseAlone) {
+TEST(find, ignores_ascii_case_alone) {
   const tree_ptr tree = parse("{\"Name\":1,\"@[\":2,\"\xC3\xA4\":3}");
   EXPECT_EQ(json_find(tree.get(), "nAME")->integer, 1);
   EXPECT_EQ(json_find(tree.get(), "Nam"), nullptr);
@@ -16,14 +17,14 @@ TEST(Find, IgnoresAsciiCaseAlone) {
   EXPECT_EQ(json_find(tree.get(), "\xC3\xA4")->integer, 3);
 }
 
-TEST(Find, GivesTheEarlierOfTwoSpellings) {
+TEST(find, gives_the_earlier_of_two_spellings) {
   const tree_ptr lower_first = parse(R"({"x":1,"X":2})");
   EXPECT_EQ(json_find(lower_first.get(), "X")->integer, 1);
   const tree_ptr upper_first = parse(R"({"X":2,"x":1})");
   EXPECT_EQ(json_find(upper_first.get(), "x")->integer, 2);
 }
 
-TEST(Find, FindsNothingInAnArrayOrInNothing) {
+TEST(find, finds_nothing_in_an_array_or_in_nothing) {
   const tree_ptr array = parse("[1,2]");
   EXPECT_EQ(json_find(array.get(), "a"), nullptr);
   EXPECT_EQ(json_find(array.get(), ""), nullptr);
@@ -31,7 +32,7 @@ TEST(Find, FindsNothingInAnArrayOrInNothing) {
   EXPECT_EQ(json_find(parse("{}").get(), "a"), nullptr);
 }
 
-TEST(Find, EndsAtAChildWithoutAKey) {
+TEST(find, ends_at_a_child_without_a_key) {
   const tree_ptr object(json_new_object());
   json_add_member(object.get(), "a", json_new_integer(1));
   json_add_item(object.get(), json_new_integer(2));
@@ -40,7 +41,7 @@ TEST(Find, EndsAtAChildWithoutAKey) {
   EXPECT_EQ(json_find(object.get(), "b"), nullptr);
 }
 
-TEST(Children, AreCountedAndIndexed) {
+TEST(children, are_counted_and_indexed) {
   const tree_ptr tree = parse("[10,20,30]");
   EXPECT_EQ(json_child_count(tree.get()), 3U);
   EXPECT_EQ(json_child_at(tree.get(), 0)->integer, 10);
@@ -50,7 +51,7 @@ TEST(Children, AreCountedAndIndexed) {
   EXPECT_EQ(json_child_count(parse("[]").get()), 0U);
 }
 
-TEST(AddItem, AppendsAtTheTail) {
+TEST(add_item, appends_at_the_tail) {
   const tree_ptr tree = parse("[1]");
   EXPECT_EQ(json_add_item(tree.get(), json_new_integer(2)), 1);
   EXPECT_EQ(json_add_item(tree.get(), json_new_integer(3)), 1);
@@ -59,8 +60,8 @@ TEST(AddItem, AppendsAtTheTail) {
   EXPECT_EQ(json_add_item(tree.get(), nullptr), 0);
 }
 
-TEST(AddMember, GivesTheItemACopyOfTheKey) {
-  const counting_hooks hooks;
+TEST(add_member, gives_the_child_a_copy_of_the_key) {
+  const failing_heap heap(-1);
   {
     const tree_ptr tree(json_new_object());
     char key[] = "a";
@@ -71,25 +72,25 @@ TEST(AddMember, GivesTheItemACopyOfTheKey) {
     EXPECT_EQ(print(tree.get()), R"({"b":1})");
     EXPECT_EQ(json_add_member(tree.get(), "c", nullptr), 0);
   }
-  EXPECT_EQ(hooks.live_blocks(), 0);
+  EXPECT_EQ(heap.live_blocks(), 0);
 }
 
-TEST(AddMember, LeavesTheItemWithTheCallerWithoutMemory) {
-  const counting_hooks hooks(3);
+TEST(add_member, leaves_the_child_with_the_caller_without_memory) {
+  const failing_heap heap(3);
   tree_ptr tree(json_new_object());
   tree_ptr item(json_new_integer(1));
   item->key = json_strdup("old");
   EXPECT_EQ(json_add_member(tree.get(), "new", item.get()), 0);
-  EXPECT_TRUE(hooks.failed());
+  EXPECT_TRUE(heap.failed());
   EXPECT_EQ(item->key, nullptr);
   EXPECT_EQ(tree->child, nullptr);
-  EXPECT_EQ(hooks.live_blocks(), 2);
+  EXPECT_EQ(heap.live_blocks(), 2);
   item.reset();
   tree.reset();
 }
 
-TEST(Removal, DeletesByIndexAndByKey) {
-  const counting_hooks hooks;
+TEST(removal, deletes_by_index_and_by_key) {
+  const failing_heap heap(-1);
   {
     const tree_ptr tree = parse(R"({"a":1,"b":[2],"c":3,"d":4})");
     EXPECT_EQ(json_delete_at(tree.get(), 1), 1);
@@ -102,10 +103,10 @@ TEST(Removal, DeletesByIndexAndByKey) {
     EXPECT_EQ(json_delete_at(tree.get(), 0), 1);
     EXPECT_EQ(describe(tree.get()), "{}");
   }
-  EXPECT_EQ(hooks.live_blocks(), 0);
+  EXPECT_EQ(heap.live_blocks(), 0);
 }
 
-TEST(Removal, DetachesByIndexAndByKey) {
+TEST(removal, detaches_by_index_and_by_key) {
   const tree_ptr tree = parse(R"({"a":1,"b":2,"c":3})");
   const tree_ptr middle(json_detach_member(tree.get(), "B"));
   EXPECT_EQ(middle->integer, 2);
@@ -118,26 +119,26 @@ TEST(Removal, DetachesByIndexAndByKey) {
   EXPECT_EQ(json_detach_member(tree.get(), "b"), nullptr);
 }
 
-TEST(ReplaceMember, PutsTheNewOneAtTheTail) {
+TEST(replace_member, puts_the_new_one_at_the_tail) {
   const tree_ptr tree = parse(R"({"a":1,"b":2})");
   EXPECT_EQ(json_replace_member(tree.get(), "A", json_new_integer(3)), 1);
   EXPECT_EQ(describe(tree.get()).substr(0, 10), "{'b':2 'A'");
   EXPECT_EQ(print(tree.get()), R"({"b":2,"A":3})");
 }
 
-TEST(ReplaceMember, AppendsUnderAnAbsentKey) {
+TEST(replace_member, appends_under_an_absent_key) {
   const tree_ptr tree = parse(R"({"a":1})");
   EXPECT_EQ(json_replace_member(tree.get(), "b", json_new_null()), 1);
   EXPECT_EQ(print(tree.get()), R"({"a":1,"b":null})");
 }
 
-TEST(ReplaceMember, HasDeletedTheOldOneWhenThereIsNoNewOne) {
+TEST(replace_member, has_deleted_the_old_one_when_there_is_no_new_one) {
   const tree_ptr tree = parse(R"({"a":1,"b":2})");
   EXPECT_EQ(json_replace_member(tree.get(), "a", nullptr), 0);
   EXPECT_EQ(print(tree.get()), R"({"b":2})");
 }
 
-TEST(Unlink, ClearsTheLinksOfTheNodeInEveryCase) {
+TEST(unlink, clears_the_links_of_the_node_in_every_case) {
   const tree_ptr tree = parse("[1,2]");
   json_node* tail = tree->child->next;
   json_unlink(nullptr, tail);
@@ -151,7 +152,7 @@ TEST(Unlink, ClearsTheLinksOfTheNodeInEveryCase) {
   EXPECT_EQ(describe(tree.get()), "[2]");
 }
 
-TEST(Link, GivesTheEarlierNodeBack) {
+TEST(link, gives_the_earlier_node_back) {
   const tree_ptr earlier(json_new_null());
   const tree_ptr later(json_new_null());
   EXPECT_EQ(json_link(earlier.get(), later.get()), earlier.get());

@@ -11,7 +11,7 @@ namespace kvrpc::test {
 namespace {
 
 // Checks on the fuzzer's seeds what the fuzzer checks, also on machines without a fuzzer.
-TEST(Corpus, PrintsAndReparsesToItself) {
+TEST(corpus, prints_and_reparses_to_itself) {
   int files = 0;
   int parsed = 0;
   const auto folder = std::filesystem::path(KVRPC_SOURCE_DIR) / "fuzz" / "corpus" / "json_parse";

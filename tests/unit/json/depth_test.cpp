@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "json_support.h"
+#include "support/small_stack.h"
 
 namespace kvrpc::test {
 namespace {
@@ -40,11 +41,11 @@ void deep_pretty_print() {
   EXPECT_EQ(print(again.get()), print(tree.get()));
 }
 
-TEST(Depth, TakesNestedObjectsOnASmallStack) { run_on_small_stack(deep_objects); }
-TEST(Depth, TakesNestedArraysOnASmallStack) { run_on_small_stack(deep_arrays); }
-TEST(Depth, FailsOpenBracketsOnASmallStack) { run_on_small_stack(open_brackets); }
-TEST(Depth, FailsOpenObjectsOnASmallStack) { run_on_small_stack(open_objects); }
-TEST(Depth, PrintsTheFormattedFormOnASmallStack) { run_on_small_stack(deep_pretty_print); }
+TEST(depth, takes_nested_objects_on_a_small_stack) { run_on_small_stack(deep_objects); }
+TEST(depth, takes_nested_arrays_on_a_small_stack) { run_on_small_stack(deep_arrays); }
+TEST(depth, fails_open_brackets_on_a_small_stack) { run_on_small_stack(open_brackets); }
+TEST(depth, fails_open_objects_on_a_small_stack) { run_on_small_stack(open_objects); }
+TEST(depth, prints_the_formatted_form_on_a_small_stack) { run_on_small_stack(deep_pretty_print); }
 
 }  // namespace
 }  // namespace kvrpc::test

@@ -1,11 +1,9 @@
-// Describes trees, and counts and fails the calls of the allocation hooks.
+// Describes trees, and parses texts from copies that the sanitizers watch.
 #include "json_support.h"
 
 #include <gtest/gtest.h>
-#include <pthread.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 #include "json/document.h"
@@ -13,42 +11,6 @@
 namespace kvrpc::test {
 
 namespace {
-
-struct {
-  std::int64_t fail_at;
-  std::int64_t live_blocks;
-  std::int64_t allocations;
-  std::int64_t resizes;
-  bool failed;
-} counts;
-
-bool must_fail() {
-  const bool fails = counts.allocations + counts.resizes == counts.fail_at;
-  counts.failed = counts.failed || fails;
-  return fails;
-}
-
-void* counted_allocate(std::size_t size) {
-  const bool fails = must_fail();
-  ++counts.allocations;
-  if (fails) return nullptr;
-  ++counts.live_blocks;
-  return std::malloc(size);
-}
-
-void* counted_resize(void* block, std::size_t size) {
-  const bool fails = must_fail();
-  ++counts.resizes;
-  if (fails) return nullptr;
-  if (block == nullptr) ++counts.live_blocks;
-  return std::realloc(block, size);
-}
-
-void counted_release(void* block) {
-  EXPECT_NE(block, nullptr);
-  --counts.live_blocks;
-  std::free(block);
-}
 
 std::string quoted(const char* text) {
   std::string out = "'";
@@ -130,27 +92,19 @@ std::string taken(char* text) {
 class exact_copy {
  public:
   explicit exact_copy(const std::string& text)
-      : original_(text.c_str()), copy_(static_cast<char*>(std::malloc(original_.size() + 1))) {
-    std::memcpy(copy_, original_.c_str(), original_.size() + 1);
+      : original_(text.c_str()), copy_(new char[original_.size() + 1]) {
+    std::memcpy(copy_.get(), original_.c_str(), original_.size() + 1);
   }
-  ~exact_copy() {
-    EXPECT_EQ(copy_, original_) << "the parser wrote to its text";
-    std::free(copy_);
-  }
+  ~exact_copy() { EXPECT_EQ(copy_.get(), original_) << "the parser wrote to its text"; }
   exact_copy(const exact_copy&) = delete;
   exact_copy& operator=(const exact_copy&) = delete;
 
-  const char* text() const { return copy_; }
+  const char* text() const { return copy_.get(); }
 
  private:
   std::string original_;
-  char* copy_;
+  std::unique_ptr<char[]> copy_;  // a failing_heap does not count it
 };
-
-void* run_body(void* body) {
-  (*static_cast<void (**)()>(body))();
-  return nullptr;
-}
 
 }  // namespace
 
@@ -178,30 +132,6 @@ std::uint64_t bits_of(double value) {
   std::uint64_t bits = 0;
   std::memcpy(&bits, &value, sizeof bits);
   return bits;
-}
-
-counting_hooks::counting_hooks(std::int64_t fail_at) {
-  counts = {};
-  counts.fail_at = fail_at;
-  const json_allocator hooks = {counted_allocate, counted_resize, counted_release};
-  json_set_hooks(&hooks);
-}
-
-counting_hooks::~counting_hooks() { json_set_hooks(nullptr); }
-
-std::int64_t counting_hooks::live_blocks() const { return counts.live_blocks; }
-std::int64_t counting_hooks::allocations() const { return counts.allocations; }
-std::int64_t counting_hooks::resizes() const { return counts.resizes; }
-bool counting_hooks::failed() const { return counts.failed; }
-
-void run_on_small_stack(void (*body)()) {
-  pthread_attr_t attributes;
-  ASSERT_EQ(pthread_attr_init(&attributes), 0);
-  ASSERT_EQ(pthread_attr_setstacksize(&attributes, 512 * 1024), 0);
-  pthread_t thread;
-  ASSERT_EQ(pthread_create(&thread, &attributes, run_body, &body), 0);
-  pthread_join(thread, nullptr);
-  pthread_attr_destroy(&attributes);
 }
 
 std::string repeated(const std::string& text, std::int32_t count) {

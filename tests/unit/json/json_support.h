@@ -1,5 +1,5 @@
-// What the tests of the value tree share: owners for trees and printed texts, a written form of
-// trees, hooks that count and fail, and a thread with a small stack.
+// What the tests of the value tree share: owners for trees and printed texts, and a written form of
+// trees.
 #pragma once
 
 #include <cstdint>
@@ -56,24 +56,6 @@ std::string describe(const json_node* node);
 std::string describe_document(const std::string& text);
 
 std::uint64_t bits_of(double value);
-
-// Replaces the hooks until its end by ones that count, and that fail the allocation or resize with
-// the number `fail_at` (0 is the first; negative: none).
-class counting_hooks {
- public:
-  explicit counting_hooks(std::int64_t fail_at = -1);
-  ~counting_hooks();
-  counting_hooks(const counting_hooks&) = delete;
-  counting_hooks& operator=(const counting_hooks&) = delete;
-
-  std::int64_t live_blocks() const;
-  std::int64_t allocations() const;  // by the allocate hook
-  std::int64_t resizes() const;
-  bool failed() const;
-};
-
-// Runs `body` in a thread whose stack has 512 KiB, and waits for its end.
-void run_on_small_stack(void (*body)());
 
 // `count` times `text`.
 std::string repeated(const std::string& text, std::int32_t count);

@@ -4,6 +4,7 @@
 #include <random>
 
 #include "json_support.h"
+#include "support/failing_heap.h"
 
 namespace kvrpc::test {
 namespace {
@@ -49,7 +50,7 @@ void mutate(std::string& text, std::mt19937& random) {
   }
 }
 
-TEST(ValidTexts, AreFiftyThatParse) {
+TEST(valid_texts, are_fifty_that_parse) {
   EXPECT_EQ(valid_texts().size(), 50U);
   for (const std::string& text : valid_texts()) {
     EXPECT_NE(parse(text), nullptr) << text;
@@ -57,21 +58,21 @@ TEST(ValidTexts, AreFiftyThatParse) {
   }
 }
 
-TEST(ValidTexts, GiveAResultForEveryPrefix) {
-  const counting_hooks hooks;
+TEST(valid_texts, give_a_result_for_every_prefix) {
+  const failing_heap heap(-1);
   std::int64_t failed = 0;
   for (const std::string& text : valid_texts()) {
     for (std::size_t length = 0; length < text.size(); ++length) {
       const std::string prefix = text.substr(0, length);
       failed += parse(prefix) == nullptr ? 1 : 0;
       check_text(prefix);
-      ASSERT_EQ(hooks.live_blocks(), 0) << prefix;
+      ASSERT_EQ(heap.live_blocks(), 0) << prefix;
     }
   }
   EXPECT_GT(failed, 500);
 }
 
-TEST(ValidTexts, FailForEveryPrefixOfAContainer) {
+TEST(valid_texts, fail_for_every_prefix_of_a_container) {
   for (const std::string text :
        {R"({"a":1,"b":[1,2,{"c":"x"}],"d":"\u00e9"})", R"([[1,[true]],{"k":null},"\\",-5])"}) {
     for (std::size_t length = 0; length < text.size(); ++length) {
@@ -81,8 +82,8 @@ TEST(ValidTexts, FailForEveryPrefixOfAContainer) {
   }
 }
 
-TEST(Mutations, HarmNothing) {
-  const counting_hooks hooks;
+TEST(mutations, harm_nothing) {
+  const failing_heap heap(-1);
   std::mt19937 random(3101);
   std::int32_t parsed = 0;
   for (int i = 0; i < 100'000; ++i) {
@@ -90,7 +91,7 @@ TEST(Mutations, HarmNothing) {
     for (auto count = random() % 6 + 1; count > 0; --count) mutate(text, random);
     parsed += parse(text) != nullptr ? 1 : 0;
     check_text(text);
-    ASSERT_EQ(hooks.live_blocks(), 0) << text;
+    ASSERT_EQ(heap.live_blocks(), 0) << text;
   }
   EXPECT_GT(parsed, 10'000);
   EXPECT_LT(parsed, 90'000);

@@ -111,9 +111,9 @@ const std::vector<text_case> fractions = {
     {"[1.5,2.5]", "[g3FC00000 g40200000]", "[5.284267e-315, 5.315351e-315]"},
 };
 
-TEST(NumberTable, IntegersNeverFailAndSaturate) { check(integers); }
+TEST(number_table, integers_never_fail_and_saturate) { check(integers); }
 
-TEST(NumberTable, FractionsKeepTheirFloatBitsAlone) { check(fractions); }
+TEST(number_table, fractions_keep_their_float_bits_alone) { check(fractions); }
 
 }  // namespace
 }  // namespace kvrpc::test

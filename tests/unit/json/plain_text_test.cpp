@@ -31,7 +31,7 @@ void compare_searches(page_border& memory, const std::string& text) {
   }
 }
 
-TEST(PlainEnd, FindsEachByteAtEachPlace) {
+TEST(plain_end, finds_each_byte_at_each_place) {
   page_border memory;
   for (std::size_t length = 1; length <= 40; length += 3) {
     for (std::size_t place = 0; place < length; ++place) {
@@ -44,7 +44,7 @@ TEST(PlainEnd, FindsEachByteAtEachPlace) {
   }
 }
 
-TEST(PlainEnd, FindsTheFirstOfTwoBytes) {
+TEST(plain_end, finds_the_first_of_two_bytes) {
   page_border memory;
   for (int first = 0; first < 256; ++first) {
     for (int second = 0; second < 256; ++second) {
@@ -64,7 +64,7 @@ void compare_roads(page_border& memory, const std::string& text, const std::stri
   ASSERT_EQ(describe(document.parse(bordered)), expected) << text;
 }
 
-TEST(Strings, OfEveryLengthAreReadToTheBorder) {
+TEST(strings, of_every_length_are_read_to_the_border) {
   page_border memory;
   for (int length = 0; length <= 70; ++length) {
     const std::string plain = repeated("x", length);

@@ -90,9 +90,9 @@ const std::vector<text_case> units = {
     {R"("\u\u0041"x")", "''", R"("")"},
 };
 
-TEST(StringTable, StringsEndAtAQuoteAControlByteOrTheEnd) { check(strings); }
+TEST(string_table, strings_end_at_a_quote_a_control_byte_or_the_end) { check(strings); }
 
-TEST(StringTable, ShortUnitsSwallowFourBytes) { check(units); }
+TEST(string_table, short_units_swallow_four_bytes) { check(units); }
 
 }  // namespace
 }  // namespace kvrpc::test

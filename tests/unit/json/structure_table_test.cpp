@@ -121,13 +121,13 @@ const std::vector<text_case> objects = {
     {R"({"a"::1})", "fail"},
 };
 
-TEST(StructureTable, KeywordsAreExactInCaseAndNeedNoEnd) { check(keywords); }
+TEST(structure_table, keywords_are_exact_in_case_and_need_no_end) { check(keywords); }
 
-TEST(StructureTable, ControlAndHighBytesOutsideStringsAreSkipped) { check(skipped_bytes); }
+TEST(structure_table, control_and_high_bytes_outside_strings_are_skipped) { check(skipped_bytes); }
 
-TEST(StructureTable, ArraysNeedAValueBehindEachComma) { check(arrays); }
+TEST(structure_table, arrays_need_a_value_after_each_comma) { check(arrays); }
 
-TEST(StructureTable, ObjectsNeedQuotedKeysAndColons) { check(objects); }
+TEST(structure_table, objects_need_quoted_keys_and_colons) { check(objects); }
 
 }  // namespace
 }  // namespace kvrpc::test

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "json_support.h"
+#include "support/failing_heap.h"
 
 namespace kvrpc::test {
 namespace {
@@ -19,7 +20,7 @@ std::string written(const std::string& bytes) {
   return std::string(out.data(), out.size());
 }
 
-TEST(TextBuffer, HandsTheTextOverAndStartsAnew) {
+TEST(text_buffer, hands_the_text_over_and_starts_anew) {
   text_buffer out;
   EXPECT_TRUE(out.append("abc", 3));
   EXPECT_TRUE(out.append('d'));
@@ -30,7 +31,7 @@ TEST(TextBuffer, HandsTheTextOverAndStartsAnew) {
   EXPECT_EQ(released(out), "x");
 }
 
-TEST(TextBuffer, GivesAnEmptyTextWhenNothingWasAppended) {
+TEST(text_buffer, gives_an_empty_text_when_nothing_was_appended) {
   text_buffer out;
   EXPECT_TRUE(out.append("", 0));
   EXPECT_FALSE(out.failed());
@@ -38,7 +39,7 @@ TEST(TextBuffer, GivesAnEmptyTextWhenNothingWasAppended) {
   EXPECT_EQ(released(out), "");
 }
 
-TEST(TextBuffer, LeavesRoomForTheNulAtEveryLength) {
+TEST(text_buffer, leaves_room_for_the_nul_at_every_length) {
   for (std::int32_t length = 0; length < 3000; ++length) {
     text_buffer out;
     const std::string bytes = repeated("x", length);
@@ -47,18 +48,18 @@ TEST(TextBuffer, LeavesRoomForTheNulAtEveryLength) {
   }
 }
 
-TEST(TextBuffer, GrowsGeometrically) {
-  const counting_hooks hooks;
+TEST(text_buffer, grows_geometrically) {
+  const failing_heap heap(-1);
   {
     text_buffer out;
     for (int i = 0; i < 10'000'000; ++i) out.append('x');
     EXPECT_EQ(out.size(), 10'000'000U);
   }
-  EXPECT_LE(hooks.resizes(), 24);
-  EXPECT_EQ(hooks.live_blocks(), 0);
+  EXPECT_LE(heap.allocations(), 24);
+  EXPECT_EQ(heap.live_blocks(), 0);
 }
 
-TEST(TextBuffer, CommitsWhatWasWrittenInPlace) {
+TEST(text_buffer, commits_what_was_written_in_place) {
   text_buffer out;
   char* place = out.reserve(1000);
   place[0] = 'a';
@@ -67,8 +68,8 @@ TEST(TextBuffer, CommitsWhatWasWrittenInPlace) {
   EXPECT_EQ(released(out), "ab");
 }
 
-TEST(TextBuffer, KeepsTheTextAndFailsForGoodWithoutMemory) {
-  const counting_hooks hooks(1);
+TEST(text_buffer, keeps_the_text_and_fails_for_good_without_memory) {
+  const failing_heap heap(1);
   {
     text_buffer out;
     ASSERT_TRUE(out.append("abc", 3));
@@ -82,7 +83,7 @@ TEST(TextBuffer, KeepsTheTextAndFailsForGoodWithoutMemory) {
     EXPECT_EQ(out.size(), 3U);
     EXPECT_EQ(out.release(), nullptr);
   }
-  EXPECT_EQ(hooks.live_blocks(), 0);
+  EXPECT_EQ(heap.live_blocks(), 0);
 }
 
 // Memory with room in front of the text, in blocks of half as much again as is asked for.
@@ -97,8 +98,8 @@ constexpr text_memory roomy_memory = {
     [](char* block) { json_hooks().release(block); },
 };
 
-TEST(TextBuffer, UsesTheBlocksOfItsMemoryWhole) {
-  const counting_hooks hooks;
+TEST(text_buffer, uses_the_blocks_of_its_memory_whole) {
+  const failing_heap heap(-1);
   for (std::int32_t length = 0; length < 100'000; length = 2 * length + 1) {
     text_buffer out(roomy_memory);
     const std::string bytes = repeated("x", length);
@@ -116,10 +117,10 @@ TEST(TextBuffer, UsesTheBlocksOfItsMemoryWhole) {
     text_buffer unused(roomy_memory);
     EXPECT_TRUE(unreleased.append('x'));
   }
-  EXPECT_EQ(hooks.live_blocks(), 0);
+  EXPECT_EQ(heap.live_blocks(), 0);
 }
 
-TEST(TextBuffer, ForgetsItsEnd) {
+TEST(text_buffer, forgets_its_end) {
   text_buffer out;
   out.clear();
   EXPECT_EQ(out.size(), 0U);
@@ -130,14 +131,14 @@ TEST(TextBuffer, ForgetsItsEnd) {
   EXPECT_EQ(released(out), "abx");
 }
 
-TEST(TextBuffer, RefusesSizesThatNoBlockCanHave) {
+TEST(text_buffer, refuses_sizes_that_no_block_can_have) {
   text_buffer out;
   ASSERT_TRUE(out.append('x'));
   EXPECT_EQ(out.reserve(SIZE_MAX), nullptr);
   EXPECT_TRUE(out.failed());
 }
 
-TEST(TextBuffer, FailsWhenAWriterSaysSo) {
+TEST(text_buffer, fails_when_a_writer_says_so) {
   text_buffer out;
   ASSERT_TRUE(out.append("abc", 3));
   EXPECT_FALSE(out.fail());
@@ -145,7 +146,7 @@ TEST(TextBuffer, FailsWhenAWriterSaysSo) {
   EXPECT_EQ(out.release(), nullptr);
 }
 
-TEST(WriteInteger, WritesDecimalDigits) {
+TEST(write_integer, writes_decimal_digits) {
   text_buffer out;
   EXPECT_TRUE(json_write_integer(out, 0));
   EXPECT_TRUE(json_write_integer(out, INT64_MIN));
@@ -153,12 +154,12 @@ TEST(WriteInteger, WritesDecimalDigits) {
   EXPECT_EQ(released(out), "0-92233720368547758089223372036854775807");
 }
 
-TEST(WriteText, TakesCountedBytesANulIncluded) {
+TEST(write_text, takes_counted_bytes_a_nul_included) {
   EXPECT_EQ(written(std::string("a\0b", 3)), "\"ab\"");
   EXPECT_EQ(written(""), "\"\"");
 }
 
-TEST(WriteText, FindsTheSpecialByteAtEveryPlace) {
+TEST(write_text, finds_the_special_byte_at_every_place) {
   for (std::int32_t before = 0; before < 20; ++before) {
     for (std::int32_t behind = 0; behind < 20; ++behind) {
       for (int byte = 0; byte < 256; ++byte) {
@@ -178,7 +179,7 @@ TEST(WriteText, FindsTheSpecialByteAtEveryPlace) {
   }
 }
 
-TEST(Write, AppendsATreeAndMarksTheBufferWhenItCannot) {
+TEST(write, appends_a_tree_and_marks_the_buffer_when_it_cannot) {
   text_buffer out;
   const tree_ptr tree = parse(R"([1,{"a":"x"}])");
   EXPECT_TRUE(out.append("reply: ", 7));

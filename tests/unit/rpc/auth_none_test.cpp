@@ -13,7 +13,7 @@
 namespace kvrpc::test {
 namespace {
 
-TEST(AuthNone, IsOneForTheWholeProcess) {
+TEST(auth_none, is_one_for_the_whole_process) {
   AUTH* first = authnone_create();
   ASSERT_NE(first, nullptr);
   failing_heap heap(-1);
@@ -21,7 +21,7 @@ TEST(AuthNone, IsOneForTheWholeProcess) {
   EXPECT_EQ(heap.allocations(), 0);
 }
 
-TEST(AuthNone, IsBuiltOnce) {
+TEST(auth_none, is_built_once) {
   AUTH* auth = authnone_create();
   auth->ah_cred.oa_flavor = 9;
   EXPECT_EQ(authnone_create()->ah_cred.oa_flavor, 9);
@@ -31,7 +31,7 @@ TEST(AuthNone, IsBuiltOnce) {
   auth->ah_cred.oa_flavor = AUTH_NONE;
 }
 
-TEST(AuthNone, MarshalsSixteenZeroBytes) {
+TEST(auth_none, marshals_sixteen_zero_bytes) {
   encoding stream;
   EXPECT_EQ(AUTH_MARSHALL(authnone_create(), &stream.xdrs), TRUE);
   EXPECT_EQ(stream.written(), bytes(16));
@@ -41,14 +41,14 @@ TEST(AuthNone, MarshalsSixteenZeroBytes) {
   EXPECT_EQ(AUTH_MARSHALL(authnone_create(), &small.xdrs), FALSE);
 }
 
-TEST(AuthNone, TakesAnyVerifierAndNeverRefreshes) {
+TEST(auth_none, takes_any_verifier_and_never_refreshes) {
   char eight[8] = {};
   const opaque_auth verifier = {1, eight, 8};
   EXPECT_EQ(AUTH_VALIDATE(authnone_create(), &verifier), TRUE);
   EXPECT_EQ(AUTH_REFRESH(authnone_create()), FALSE);
 }
 
-TEST(AuthNone, HasEverySlotOfItsTable) {
+TEST(auth_none, has_every_slot_of_its_table) {
   AUTH* auth = authnone_create();
   auth->ah_ops->ah_nextverf(auth);
   auth->ah_ops->ah_destroy(auth);
@@ -58,7 +58,7 @@ TEST(AuthNone, HasEverySlotOfItsTable) {
   EXPECT_EQ(auth->ah_verf.oa_base, nullptr);
 }
 
-TEST(AuthNone, ThatIsNullFailsEveryOperation) {
+TEST(auth_none, that_is_null_fails_every_operation) {
   encoding stream;
   EXPECT_EQ(AUTH_MARSHALL(nullptr, &stream.xdrs), FALSE);
   EXPECT_EQ(stream.written(), bytes());
@@ -78,7 +78,7 @@ int create_without_memory() {
   return authnone_create() == nullptr ? 4 : 0;
 }
 
-TEST(AuthNoneDeathTest, WithoutMemoryIsNullUntilThereIsSome) {
+TEST(auth_none_DeathTest, without_memory_is_null_until_there_is_some) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   EXPECT_EXIT(std::exit(create_without_memory()), testing::ExitedWithCode(0), "");
 }

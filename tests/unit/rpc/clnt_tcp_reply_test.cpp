@@ -92,7 +92,7 @@ TEST(tcp_reply, that_does_not_decode_is_dropped) {
               15);
 }
 
-TEST(tcp_reply, that_is_dropped_leaves_no_verifier_behind) {
+TEST(tcp_reply, that_is_dropped_leaks_no_verifier) {
   tcp_peer peer([](descriptor& connection) {
     const std::string call = read_record(connection.get());
     const std::string verifier = words({1, 0, 1, 8, 1, 2});

@@ -237,7 +237,7 @@ TEST(tcp_create, and_a_call_survive_every_failing_allocation) {
   EXPECT_GE(failures, 5);
 }
 
-TEST(tcp_destroy, tells_of_a_socket_that_cannot_be_closed) {
+TEST(tcp_destroy, reports_a_socket_that_cannot_be_closed) {
   const descriptor listener(bound_socket(SOCK_STREAM));
   rpc_address address = loopback(port_of(listener.get()));
   rpc_socket sock = -1;

@@ -113,7 +113,7 @@ TEST(udp_reply, of_refusal_gives_its_status_and_details) {
   EXPECT_EQ(rpc_version.error.re_lb.s2, 0);
 }
 
-TEST(udp_reply, leaves_no_verifier_behind) {
+TEST(udp_reply, leaks_no_verifier) {
   udp_peer peer([](int sock) {
     const std::string verifier = words({1, 0, 1, 8, 1, 2});
     for (const std::string& rest : {verifier + words({0, 9}), verifier + words({5}), verifier}) {

@@ -34,7 +34,7 @@ TEST(growing_block, makes_room_for_twice_what_arrived_and_never_beyond_all) {
   EXPECT_EQ(next_room(0, 100, 0), 0u);
 }
 
-TEST(growing_block, keeps_the_front_and_clears_the_rest_and_the_byte_behind) {
+TEST(growing_block, keeps_the_front_and_clears_the_rest_and_the_byte_after_it) {
   char* block = grow_block(nullptr, 0, 3, "routine");
   ASSERT_NE(block, nullptr);
   EXPECT_EQ(std::string(block, 4), std::string(4, '\0'));

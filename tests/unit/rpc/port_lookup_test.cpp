@@ -139,7 +139,7 @@ TEST(port_map, is_split_with_both_separators_in_turn) {
   EXPECT_EQ(mapped("x:1:2;a:7", "a"), (lookup_result{7, ""}));
 }
 
-TEST(port_map, that_ends_in_a_name_is_told_with_its_place) {
+TEST(port_map, that_ends_in_a_name_is_reported_with_its_place) {
   EXPECT_EQ(mapped("a", "a"), (lookup_result{0, syntax_error(3)}));
   EXPECT_EQ(mapped(" a ", "a"), (lookup_result{0, syntax_error(3)}));
   EXPECT_EQ(mapped("a:", "a"), (lookup_result{0, syntax_error(3)}));
@@ -149,7 +149,7 @@ TEST(port_map, that_ends_in_a_name_is_told_with_its_place) {
   EXPECT_EQ(lookup({"7000", "b", nullptr}, "a", omega), (lookup_result{7005, syntax_error(3)}));
 }
 
-TEST(port_map, with_a_faulty_number_is_told_with_its_place_and_counts) {
+TEST(port_map, with_a_faulty_number_is_reported_with_its_place_and_counts) {
   EXPECT_EQ(mapped("a:7x", "a"), (lookup_result{7, number_expected(3)}));
   EXPECT_EQ(mapped("b:1;a:x", "a"), (lookup_result{0, number_expected(7)}));
   EXPECT_EQ(mapped("a:;;7x", "a"), (lookup_result{7, number_expected(5)}));
@@ -158,7 +158,7 @@ TEST(port_map, with_a_faulty_number_is_told_with_its_place_and_counts) {
   EXPECT_EQ(mapped("a:99999999999", "a"), (lookup_result{65535, ""}));
 }
 
-TEST(port_map, is_not_read_behind_the_match) {
+TEST(port_map, is_not_read_after_the_match) {
   EXPECT_EQ(mapped("a:7;b", "a"), (lookup_result{7, ""}));
   EXPECT_EQ(mapped("a:7;a:x", "a"), (lookup_result{7, ""}));
 }
@@ -200,7 +200,7 @@ TEST(port, without_memory_for_a_number_is_a_failure) {
 
 // ---- decimal numbers
 
-TEST(decimal, stops_behind_the_last_digit) {
+TEST(decimal, stops_after_the_last_digit) {
   const char* text = " -12x";
   const char* end;
   EXPECT_EQ(parse_decimal(text, &end), -12);

@@ -42,7 +42,7 @@ std::string printed(Print print) {
   return testing::internal::GetCapturedStderr();
 }
 
-TEST(RpcStatus, HasItsText) {
+TEST(rpc_status, has_its_text) {
   const char* const texts[] = {
       "RPC: Success",
       "RPC: Can't encode arguments",
@@ -69,7 +69,7 @@ TEST(RpcStatus, HasItsText) {
   EXPECT_STREQ(clnt_sperrno(-1), "RPC: (unknown error code)");
 }
 
-TEST(RpcAuthStatus, HasItsTextOrNone) {
+TEST(rpc_auth_status, has_its_text_or_none) {
   const char* const texts[] = {
       "Authentication OK",       "Invalid client credential",  "Server rejected credential",
       "Invalid client verifier", "Server rejected verifier",   "Client credential too weak",
@@ -81,18 +81,18 @@ TEST(RpcAuthStatus, HasItsTextOrNone) {
   EXPECT_EQ(auth_errmsg(-1), nullptr);
 }
 
-TEST(RpcCallError, OfMostStatusesIsTheTextAlone) {
+TEST(rpc_call_error, of_most_statuses_is_the_text_alone) {
   for (std::int32_t status : {0, 1, 2, 5, 8, 10, 11, 12, 13, 14, 15, 16, 17}) {
     EXPECT_EQ(text_of(status, 3, 4), std::string("rpc_call: ") + clnt_sperrno(status) + "\n");
   }
 }
 
-TEST(RpcCallError, OfTheSocketCarriesItsNumber) {
+TEST(rpc_call_error, of_the_socket_carries_its_number) {
   EXPECT_EQ(text_of(RPC_CANTRECV, 10054), "rpc_call: RPC: Unable to receive- Error 10054\n");
   EXPECT_EQ(text_of(RPC_CANTSEND, -1), "rpc_call: RPC: Unable to send- Error -1\n");
 }
 
-TEST(RpcCallError, OfVersionsCarriesThem) {
+TEST(rpc_call_error, of_versions_carries_them) {
   EXPECT_EQ(text_of(RPC_VERSMISMATCH, 2, 3),
             "rpc_call: RPC: Incompatible versions of RPC; low version = 2, high version = 3\n");
   EXPECT_EQ(text_of(RPC_PROGVERSMISMATCH, 1, -1),
@@ -100,7 +100,7 @@ TEST(RpcCallError, OfVersionsCarriesThem) {
             "4294967295\n");
 }
 
-TEST(RpcCallError, OfAuthenticationSaysWhy) {
+TEST(rpc_call_error, of_authentication_says_why) {
   EXPECT_EQ(text_of(RPC_AUTHERROR, 0),
             "rpc_call: RPC: Authentication error; why = Authentication OK\n");
   EXPECT_EQ(text_of(RPC_AUTHERROR, 9),
@@ -109,19 +109,19 @@ TEST(RpcCallError, OfAuthenticationSaysWhy) {
             "rpc_call: RPC: Authentication error; why = (unknown authentication error - -2)\n");
 }
 
-TEST(RpcCallError, OfAnUnknownStatusShowsBothWords) {
+TEST(rpc_call_error, of_an_unknown_status_shows_both_words) {
   EXPECT_EQ(text_of(18, 1, -1), "rpc_call: RPC: (unknown error code); s1 = 1, s2 = 4294967295\n");
   EXPECT_EQ(text_of(-1, 5, 6), "rpc_call: RPC: (unknown error code); s1 = 5, s2 = 6\n");
 }
 
-TEST(RpcCallError, ComesInOneBuffer) {
+TEST(rpc_call_error, comes_in_one_buffer) {
   reported = {};
   const char* first = clnt_sperror(&client, "one");
   EXPECT_EQ(clnt_sperror(&client, "two"), first);
   EXPECT_EQ(clnt_spcreateerror("three"), first);
 }
 
-TEST(RpcCallError, IsCutAtTheBufferAndKeepsItsLineEnd) {
+TEST(rpc_call_error, is_cut_at_the_buffer_and_keeps_its_line_end) {
   for (std::size_t length = 200; length < 600; ++length) {
     const std::string prefix(length, 'p');
     const std::string whole = prefix + ": RPC: Unable to receive- Error 10054";
@@ -129,22 +129,22 @@ TEST(RpcCallError, IsCutAtTheBufferAndKeepsItsLineEnd) {
   }
 }
 
-TEST(RpcCreateError, OfMostStatusesIsTheTextAlone) {
+TEST(rpc_create_error, of_most_statuses_is_the_text_alone) {
   EXPECT_EQ(create_text(RPC_UNKNOWNHOST, RPC_CANTRECV, 10054), "clnt_create: RPC: Unknown host\n");
   EXPECT_EQ(create_text(RPC_PROGNOTREGISTERED, 0, 0), "clnt_create: RPC: Program not registered\n");
 }
 
-TEST(RpcCreateError, OfThePortMapperNamesTheStatusBehindIt) {
+TEST(rpc_create_error, of_the_port_mapper_names_the_status_that_caused_it) {
   EXPECT_EQ(create_text(RPC_PMAPFAILURE, RPC_TIMEDOUT, 0),
             "clnt_create: RPC: Port mapper failure - RPC: Timed out\n");
 }
 
-TEST(RpcCreateError, OfTheSystemCarriesItsNumber) {
+TEST(rpc_create_error, of_the_system_carries_its_number) {
   EXPECT_EQ(create_text(RPC_SYSTEMERROR, 0, 10054),
             "clnt_create: RPC: Remote system error - Error 10054\n");
 }
 
-TEST(RpcPrinting, AddsNoLineEndOfItsOwn) {
+TEST(rpc_printing, adds_no_line_end_of_its_own) {
   EXPECT_EQ(printed([] { clnt_perrno(RPC_TIMEDOUT); }), "RPC: Timed out");
   reported.re_status = RPC_TIMEDOUT;
   EXPECT_EQ(printed([] { clnt_perror(&client, "100% call"); }), "100% call: RPC: Timed out\n");
@@ -162,12 +162,12 @@ int texts_without_memory() {
   return 0;
 }
 
-TEST(RpcErrorsDeathTest, WithoutMemoryThereIsNoText) {
+TEST(rpc_errors_DeathTest, without_memory_there_is_no_text) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   EXPECT_EXIT(std::exit(texts_without_memory()), testing::ExitedWithCode(0), "");
 }
 
-TEST(RpcErrorsDeathTest, ATextComesOnceThereIsMemory) {
+TEST(rpc_errors_DeathTest, a_text_comes_once_there_is_memory) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   EXPECT_EXIT(
       {

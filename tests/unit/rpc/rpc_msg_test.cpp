@@ -46,7 +46,7 @@ class reply {
   decoding stream_;
 };
 
-TEST(RpcCallHeader, IsTwentyBytes) {
+TEST(rpc_call_header, is_twenty_bytes) {
   rpc_msg message{};
   message.rm_xid = 0xDEADBEEFu;
   message.rm_call.cb_prog = 0x20000001u;
@@ -56,7 +56,7 @@ TEST(RpcCallHeader, IsTwentyBytes) {
   EXPECT_EQ(stream.written(), hex("DE AD BE EF 00 00 00 00 00 00 00 02 20 00 00 01 00 00 00 01"));
 }
 
-TEST(RpcCallHeader, FailsWhereItDoesNotFit) {
+TEST(rpc_call_header, fails_where_it_does_not_fit) {
   for (std::size_t room = 0; room < 20; room += 4) {
     rpc_msg message{};
     encoding stream(room);
@@ -64,7 +64,7 @@ TEST(RpcCallHeader, FailsWhereItDoesNotFit) {
   }
 }
 
-TEST(RpcCallHeader, IsOnlyEncodedButItsFieldsAreSetFirst) {
+TEST(rpc_call_header, is_only_encoded_but_its_fields_are_set_first) {
   for (xdr_op op : {XDR_DECODE, XDR_FREE}) {
     XDR xdrs = untouchable(op);
     rpc_msg message{};
@@ -75,14 +75,14 @@ TEST(RpcCallHeader, IsOnlyEncodedButItsFieldsAreSetFirst) {
   }
 }
 
-TEST(RpcAuth, TravelsAsFlavourAndBytes) {
+TEST(rpc_auth, travels_as_flavour_and_bytes) {
   opaque_auth empty = _null_auth;
   encoding stream;
   EXPECT_EQ(xdr_opaque_auth(&stream.xdrs, &empty), TRUE);
   EXPECT_EQ(stream.written(), hex(no_verifier));
 }
 
-TEST(RpcAuth, TakesFourHundredBytesAndNoMore) {
+TEST(rpc_auth, takes_four_hundred_bytes_and_no_more) {
   bytes content = hex("00 00 00 01 00 00 01 90");
   content.resize(8 + 404);
   decoding stream(content);
@@ -98,14 +98,14 @@ TEST(RpcAuth, TakesFourHundredBytesAndNoMore) {
   EXPECT_EQ(auth.oa_base, nullptr);
 }
 
-TEST(RpcReply, OfTheDirectionCallFails) {
+TEST(rpc_reply, of_the_direction_call_fails) {
   decoding stream("00 00 12 34 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00");
   rpc_msg message{};
   EXPECT_EQ(xdr_replymsg(&stream.xdrs, &message), FALSE);
   EXPECT_EQ(message.rm_xid, 0x1234u);
 }
 
-TEST(RpcReply, NeitherAcceptedNorDeniedFails) {
+TEST(rpc_reply, neither_accepted_nor_denied_fails) {
   reply one("00 00 00 02 00 00 00 00 00 00 00 00");
   EXPECT_EQ(one.status, FALSE);
   EXPECT_EQ(one.message.rm_reply.rp_stat, 2);
@@ -114,7 +114,7 @@ TEST(RpcReply, NeitherAcceptedNorDeniedFails) {
   EXPECT_EQ(one.error().re_lb.s2, 78);
 }
 
-TEST(RpcReply, OfSuccessDecodesItsResults) {
+TEST(rpc_reply, of_success_decodes_its_results) {
   std::int32_t result = 0;
   reply one("00 00 00 00 " + no_verifier + "00 00 00 00 00 00 00 2A", xdr_long, &result);
   EXPECT_EQ(one.status, TRUE);
@@ -124,19 +124,19 @@ TEST(RpcReply, OfSuccessDecodesItsResults) {
   EXPECT_EQ(one.error().re_lb.s1, 77);
 }
 
-TEST(RpcReply, WhoseResultsFailFails) {
+TEST(rpc_reply, whose_results_fail_fails) {
   std::int32_t result = 0;
   reply one("00 00 00 00 " + no_verifier + "00 00 00 00 00 00", xdr_long, &result);
   EXPECT_EQ(one.status, FALSE);
 }
 
-TEST(RpcReply, LeavesResultsToALaterRoutine) {
+TEST(rpc_reply, leaves_results_to_a_later_routine) {
   reply one("00 00 00 00 " + no_verifier + "00 00 00 00 00 00 00 2A");
   EXPECT_EQ(one.status, TRUE);
   EXPECT_EQ(one.left, 4);
 }
 
-TEST(RpcReply, AcceptedWithAnotherStatusBecomesItsCallStatus) {
+TEST(rpc_reply, accepted_with_another_status_becomes_its_call_status) {
   struct {
     const char* accept;
     std::int32_t status;
@@ -153,7 +153,7 @@ TEST(RpcReply, AcceptedWithAnotherStatusBecomesItsCallStatus) {
   }
 }
 
-TEST(RpcReply, AcceptedWithAnUnknownStatusIsAFailureWithItsNumber) {
+TEST(rpc_reply, accepted_with_an_unknown_status_is_a_failure_with_its_number) {
   reply one("00 00 00 00 " + no_verifier + "00 00 00 09");
   EXPECT_EQ(one.status, TRUE);
   EXPECT_EQ(one.error().re_status, RPC_FAILED);
@@ -161,7 +161,7 @@ TEST(RpcReply, AcceptedWithAnUnknownStatusIsAFailureWithItsNumber) {
   EXPECT_EQ(one.error().re_lb.s2, 9);
 }
 
-TEST(RpcReply, OfAProgramMismatchCarriesTheVersions) {
+TEST(rpc_reply, of_a_program_mismatch_carries_the_versions) {
   reply one("00 00 00 00 " + no_verifier + "00 00 00 02 00 00 00 01 00 00 00 03");
   EXPECT_EQ(one.status, TRUE);
   EXPECT_EQ(one.error().re_status, RPC_PROGVERSMISMATCH);
@@ -171,7 +171,7 @@ TEST(RpcReply, OfAProgramMismatchCarriesTheVersions) {
   EXPECT_EQ(cut.status, FALSE);
 }
 
-TEST(RpcReply, DeniedForTheRpcVersionIsAFailureWithOneAndZero) {
+TEST(rpc_reply, denied_for_the_rpc_version_is_a_failure_with_one_and_zero) {
   reply one("00 00 00 01 00 00 00 00 00 00 00 02 00 00 00 02");
   EXPECT_EQ(one.status, TRUE);
   EXPECT_EQ(one.error().re_status, RPC_FAILED);
@@ -179,21 +179,21 @@ TEST(RpcReply, DeniedForTheRpcVersionIsAFailureWithOneAndZero) {
   EXPECT_EQ(one.error().re_lb.s2, 0);
 }
 
-TEST(RpcReply, DeniedForItsAuthenticationSaysWhy) {
+TEST(rpc_reply, denied_for_its_authentication_says_why) {
   reply one("00 00 00 01 00 00 00 01 00 00 00 05");
   EXPECT_EQ(one.status, TRUE);
   EXPECT_EQ(one.error().re_status, RPC_AUTHERROR);
   EXPECT_EQ(one.error().re_why, 5);
 }
 
-TEST(RpcReply, DeniedOtherwiseFails) {
+TEST(rpc_reply, denied_otherwise_fails) {
   for (const char* reject : {"00 00 00 02", "00 00 00 06", "FF FF FF FF"}) {
     reply one(std::string("00 00 00 01 ") + reject + " 00 00 00 01 00 00 00 02");
     EXPECT_EQ(one.status, FALSE);
   }
 }
 
-TEST(RpcReply, RejectionsThatNoWireBringsAreMappedToo) {
+TEST(rpc_reply, rejections_that_no_wire_brings_are_mapped_too) {
   rpc_msg message{};
   message.rm_reply.rp_stat = MSG_DENIED;
   message.rm_reply.rp_rjct.rj_stat = RPC_VERSMISMATCH;
@@ -211,7 +211,7 @@ TEST(RpcReply, RejectionsThatNoWireBringsAreMappedToo) {
   EXPECT_EQ(error.re_lb.s2, 4);
 }
 
-TEST(RpcReply, CutAnywhereFailsAndLeaksNothing) {
+TEST(rpc_reply, cut_anywhere_fails_and_leaks_nothing) {
   const bytes whole = hex(xid_and_reply +
                           "00 00 00 00 00 00 00 01 00 00 00 05 61 62 63 64 65 00 00 00 00 00 00 00 "
                           "00 00 00 2A");

@@ -164,7 +164,7 @@ TEST(network_order, puts_the_high_byte_first) {
 
 // ---- environment
 
-TEST(environment, is_read_as_it_stands_at_that_moment) {
+TEST(environment, is_read_as_it_is_at_that_moment) {
   const environment_guard guard("KVRPC_TEST", "first");
   const environment_text first("KVRPC_TEST");
   set_environment("KVRPC_TEST", "second");
@@ -173,7 +173,7 @@ TEST(environment, is_read_as_it_stands_at_that_moment) {
   EXPECT_STREQ(second.get(), "second");
 }
 
-TEST(environment, tells_an_empty_variable_from_a_missing_one) {
+TEST(environment, distinguishes_an_empty_variable_from_a_missing_one) {
   const environment_guard guard("KVRPC_TEST", "");
   const environment_text empty("KVRPC_TEST");
   ASSERT_NE(empty.get(), nullptr);
@@ -184,7 +184,7 @@ TEST(environment, tells_an_empty_variable_from_a_missing_one) {
   EXPECT_EQ(errno, 0);
 }
 
-TEST(environment, tells_missing_memory_from_a_missing_variable) {
+TEST(environment, distinguishes_missing_memory_from_a_missing_variable) {
   const environment_guard guard("KVRPC_TEST", "value");
   failing_heap heap(0);
   EXPECT_EQ(rpc_environment("KVRPC_TEST"), nullptr);

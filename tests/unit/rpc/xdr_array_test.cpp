@@ -26,7 +26,7 @@ bool_t refuse(XDR*, void* object, std::uint32_t) {
   return FALSE;
 }
 
-class XdrWalk : public ::testing::Test {
+class element_walk : public ::testing::Test {
  protected:
   void SetUp() override {
     visited.clear();
@@ -48,12 +48,12 @@ bool_t xdr_node(XDR* xdrs, void* object, std::uint32_t) {
   return xdr_pointer(xdrs, link_of(at), sizeof(node), xdr_node);
 }
 
-using XdrArray = XdrWalk;
-using XdrVector = XdrWalk;
-using XdrReference = XdrWalk;
-using XdrPointer = XdrWalk;
+using counted_array = element_walk;
+using fixed_vector = element_walk;
+using reference = element_walk;
+using pointer = element_walk;
 
-TEST_F(XdrArray, TravelsBehindItsCount) {
+TEST_F(counted_array, follows_its_count) {
   std::int32_t values[] = {1, -1};
   auto* array = reinterpret_cast<char*>(values);
   std::uint32_t count = 2;
@@ -63,7 +63,7 @@ TEST_F(XdrArray, TravelsBehindItsCount) {
   EXPECT_EQ(xdr_array(&stream.xdrs, &array, &count, 1, 4, xdr_long), FALSE);
 }
 
-TEST_F(XdrArray, IsDecodedIntoABlockWithAZeroBehind) {
+TEST_F(counted_array, is_decoded_into_a_block_with_a_zero_after_it) {
   decoding stream("00 00 00 02 00 00 00 01 FF FF FF FF");
   failing_heap heap(-1);
   char* array = nullptr;
@@ -80,7 +80,7 @@ TEST_F(XdrArray, IsDecodedIntoABlockWithAZeroBehind) {
   EXPECT_EQ(heap.live_blocks(), 0);
 }
 
-TEST_F(XdrArray, OfCountZeroStaysNull) {
+TEST_F(counted_array, of_count_zero_stays_null) {
   decoding stream("00 00 00 00");
   char* array = nullptr;
   std::uint32_t count = 3;
@@ -89,7 +89,7 @@ TEST_F(XdrArray, OfCountZeroStaysNull) {
   EXPECT_EQ(count, 0u);
 }
 
-TEST_F(XdrArray, AboveTheMaximumFailsWithTheCountStored) {
+TEST_F(counted_array, above_the_maximum_fails_with_the_count_stored) {
   decoding stream("00 00 00 03");
   char* array = nullptr;
   std::uint32_t count = 0;
@@ -99,7 +99,7 @@ TEST_F(XdrArray, AboveTheMaximumFailsWithTheCountStored) {
   EXPECT_TRUE(visited.empty());
 }
 
-TEST_F(XdrArray, FillsACallersArray) {
+TEST_F(counted_array, fills_a_callers_array) {
   decoding stream("00 00 00 01 00 00 00 2A");
   std::int32_t values[] = {0, 7};
   auto* array = reinterpret_cast<char*>(values);
@@ -109,7 +109,7 @@ TEST_F(XdrArray, FillsACallersArray) {
   EXPECT_EQ(values[1], 7);
 }
 
-TEST_F(XdrArray, ThatIsNullHasNullElementsOnEncode) {
+TEST_F(counted_array, that_is_null_has_null_elements_on_encode) {
   char* array = nullptr;
   std::uint32_t count = 2;
   encoding stream;
@@ -118,7 +118,7 @@ TEST_F(XdrArray, ThatIsNullHasNullElementsOnEncode) {
   EXPECT_EQ(limits, (std::vector<std::uint32_t>{LASTUNSIGNED, LASTUNSIGNED}));
 }
 
-TEST_F(XdrArray, IsReleasedAfterItsElements) {
+TEST_F(counted_array, is_released_after_its_elements) {
   XDR freeing = untouchable(XDR_FREE);
   char* array = nullptr;
   std::uint32_t count = 2;
@@ -132,7 +132,7 @@ TEST_F(XdrArray, IsReleasedAfterItsElements) {
   EXPECT_EQ(array, nullptr);
 }
 
-TEST_F(XdrArray, IsReleasedThoughItsCountIsZeroOrAnElementFails) {
+TEST_F(counted_array, is_released_though_its_count_is_zero_or_an_element_fails) {
   XDR freeing = untouchable(XDR_FREE);
   failing_heap heap(-1);
   auto* array = static_cast<char*>(std::malloc(8));
@@ -148,7 +148,7 @@ TEST_F(XdrArray, IsReleasedThoughItsCountIsZeroOrAnElementFails) {
   EXPECT_EQ(heap.live_blocks(), 0);
 }
 
-TEST_F(XdrArray, StopsAtTheFirstElementThatFailsAndLeavesZeros) {
+TEST_F(counted_array, stops_at_the_first_element_that_fails_and_leaves_zeros) {
   decoding stream("00 00 00 03 00 00 00 05 00 00");
   char* array = nullptr;
   std::uint32_t count = 0;
@@ -159,7 +159,7 @@ TEST_F(XdrArray, StopsAtTheFirstElementThatFailsAndLeavesZeros) {
   EXPECT_EQ(xdr_array(&freeing, &array, &count, 9, 4, xdr_long), TRUE);
 }
 
-TEST_F(XdrVector, CarriesItsElementsAlone) {
+TEST_F(fixed_vector, carries_its_elements_alone) {
   char letters[] = {'a', '\xE9'};
   encoding stream;
   EXPECT_EQ(xdr_vector(&stream.xdrs, letters, 2, 1, xdr_u_char), TRUE);
@@ -171,7 +171,7 @@ TEST_F(XdrVector, CarriesItsElementsAlone) {
   EXPECT_EQ(xdr_vector(&back.xdrs, letters, 1, 1, xdr_char), FALSE);
 }
 
-TEST_F(XdrVector, OfCountZeroSucceedsAndAFailureEndsIt) {
+TEST_F(fixed_vector, of_count_zero_succeeds_and_a_failure_ends_it) {
   XDR xdrs = untouchable(XDR_ENCODE);
   EXPECT_EQ(xdr_vector(&xdrs, nullptr, 0, 4, refuse), TRUE);
   char letters[4] = {};
@@ -181,7 +181,7 @@ TEST_F(XdrVector, OfCountZeroSucceedsAndAFailureEndsIt) {
   EXPECT_EQ(xdr_vector(&freeing, letters, 4, 1, xdr_char), TRUE);
 }
 
-TEST_F(XdrReference, AllocatesAndReleasesItsObject) {
+TEST_F(reference, allocates_and_releases_its_object) {
   decoding stream("00 00 00 2A");
   failing_heap heap(-1);
   char* object = nullptr;
@@ -199,7 +199,7 @@ TEST_F(XdrReference, AllocatesAndReleasesItsObject) {
   EXPECT_EQ(heap.live_blocks(), 0);
 }
 
-TEST_F(XdrReference, ToNullIsHandedOnWhenEncoding) {
+TEST_F(reference, to_null_is_handed_on_when_encoding) {
   encoding stream;
   char* object = nullptr;
   EXPECT_EQ(xdr_reference(&stream.xdrs, &object, 8, remember), TRUE);
@@ -207,7 +207,7 @@ TEST_F(XdrReference, ToNullIsHandedOnWhenEncoding) {
   EXPECT_EQ(limits, std::vector<std::uint32_t>{LASTUNSIGNED});
 }
 
-TEST_F(XdrPointer, WritesWhetherThereIsAnObject) {
+TEST_F(pointer, writes_whether_there_is_an_object) {
   char* object = nullptr;
   encoding stream;
   EXPECT_EQ(xdr_pointer(&stream.xdrs, &object, 4, refuse), TRUE);
@@ -217,7 +217,7 @@ TEST_F(XdrPointer, WritesWhetherThereIsAnObject) {
   EXPECT_EQ(stream.written(), hex("00 00 00 00 00 00 00 01 00 00 00 09"));
 }
 
-TEST_F(XdrPointer, TakesAnyNonZeroUnitForAnObject) {
+TEST_F(pointer, takes_any_non_zero_unit_for_an_object) {
   decoding stream("80 00 00 00 00 00 00 09 00 00 00 00");
   char* object = nullptr;
   EXPECT_EQ(xdr_pointer(&stream.xdrs, &object, 4, xdr_long), TRUE);
@@ -229,7 +229,7 @@ TEST_F(XdrPointer, TakesAnyNonZeroUnitForAnObject) {
   EXPECT_EQ(xdr_pointer(&stream.xdrs, &object, 4, xdr_long), FALSE);
 }
 
-TEST_F(XdrPointer, LinksListsAtAnyMultipleOfFour) {
+TEST_F(pointer, links_lists_at_any_multiple_of_four) {
   const bytes wire = hex("00 00 00 01 00 00 00 01 00 00 00 02 00 00 00 01 00 00 00 03 00 00 00 00");
   decoding stream(wire);
   failing_heap heap(-1);
@@ -244,7 +244,7 @@ TEST_F(XdrPointer, LinksListsAtAnyMultipleOfFour) {
   EXPECT_EQ(bytes(first.next, first.next + sizeof first.next), bytes(sizeof first.next));
 }
 
-TEST_F(XdrPointer, FreeOfAnEmptyListTouchesNothing) {
+TEST_F(pointer, free_of_an_empty_list_touches_nothing) {
   decoding stream("00 00 00 01 00 00 00 00");
   node first = {};
   EXPECT_EQ(xdr_node(&stream.xdrs, &first, LASTUNSIGNED), TRUE);

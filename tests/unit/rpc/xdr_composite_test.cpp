@@ -20,7 +20,7 @@ char* heap_text(const char* text) {
   return copy;
 }
 
-TEST(XdrOpaque, IsFilledUpWithZerosToAUnit) {
+TEST(xdr_opaque, is_filled_up_with_zeros_to_a_unit) {
   char data[] = "abcde";
   encoding stream;
   EXPECT_EQ(xdr_opaque(&stream.xdrs, data, 5), TRUE);
@@ -29,7 +29,7 @@ TEST(XdrOpaque, IsFilledUpWithZerosToAUnit) {
   EXPECT_EQ(XDR_GETPOS(&stream.xdrs), 12u);
 }
 
-TEST(XdrOpaque, AcceptsAnyFill) {
+TEST(xdr_opaque, accepts_any_fill) {
   decoding stream("61 62 63 64 65 FF FE FD 66");
   char data[6] = {};
   EXPECT_EQ(xdr_opaque(&stream.xdrs, data, 5), TRUE);
@@ -37,7 +37,7 @@ TEST(XdrOpaque, AcceptsAnyFill) {
   EXPECT_EQ(stream.xdrs.x_handy, 1);
 }
 
-TEST(XdrOpaque, FailsWithoutItsBytesOrItsFill) {
+TEST(xdr_opaque, fails_without_its_bytes_or_its_fill) {
   char data[8] = {};
   for (const char* content : {"61 62 63", "61 62 63 64 65 00 00"}) {
     decoding stream(content);
@@ -49,7 +49,7 @@ TEST(XdrOpaque, FailsWithoutItsBytesOrItsFill) {
   }
 }
 
-TEST(XdrOpaque, OfCountZeroSucceedsInEveryMode) {
+TEST(xdr_opaque, of_count_zero_succeeds_in_every_mode) {
   for (xdr_op op : {XDR_ENCODE, XDR_DECODE, XDR_FREE, no_such_op}) {
     XDR xdrs = untouchable(op);
     EXPECT_EQ(xdr_opaque(&xdrs, nullptr, 0), TRUE);
@@ -60,7 +60,7 @@ TEST(XdrOpaque, OfCountZeroSucceedsInEveryMode) {
   EXPECT_EQ(xdr_opaque(&unknown, nullptr, 5), FALSE);
 }
 
-TEST(XdrBytes, TravelBehindTheirLength) {
+TEST(xdr_bytes, follow_their_length) {
   char content[] = "abc";
   char* data = content;
   std::uint32_t size = 3;
@@ -69,7 +69,7 @@ TEST(XdrBytes, TravelBehindTheirLength) {
   EXPECT_EQ(stream.written(), hex("00 00 00 03 61 62 63 00"));
 }
 
-TEST(XdrBytes, AreDecodedIntoABlockWithAZeroBehind) {
+TEST(xdr_bytes, are_decoded_into_a_block_with_a_zero_after_it) {
   failing_heap heap(-1);
   {
     decoding stream("00 00 00 03 61 62 63 FF");
@@ -86,7 +86,7 @@ TEST(XdrBytes, AreDecodedIntoABlockWithAZeroBehind) {
   EXPECT_EQ(heap.live_blocks(), 0);
 }
 
-TEST(XdrBytes, OfLengthZeroLeaveThePointer) {
+TEST(xdr_bytes, of_length_zero_leave_the_pointer) {
   decoding stream("00 00 00 00 00 00 00 00 11");
   char* data = nullptr;
   std::uint32_t size = 7;
@@ -101,7 +101,7 @@ TEST(XdrBytes, OfLengthZeroLeaveThePointer) {
   EXPECT_STREQ(own, "own");
 }
 
-TEST(XdrBytes, GoIntoACallersBlock) {
+TEST(xdr_bytes, go_into_a_callers_block) {
   decoding stream("00 00 00 03 61 62 63 00");
   char own[] = "zzzzz";
   char* data = own;
@@ -111,7 +111,7 @@ TEST(XdrBytes, GoIntoACallersBlock) {
   EXPECT_STREQ(own, "abczz");
 }
 
-TEST(XdrBytes, AboveTheMaximumFailWithTheLengthStored) {
+TEST(xdr_bytes, above_the_maximum_fail_with_the_length_stored) {
   decoding stream("00 00 00 04 61 62 63 64");
   char* data = nullptr;
   std::uint32_t size = 0;
@@ -124,7 +124,7 @@ TEST(XdrBytes, AboveTheMaximumFailWithTheLengthStored) {
   EXPECT_EQ(xdr_bytes(&writing.xdrs, &data, &size, 3), FALSE);
 }
 
-TEST(XdrBytes, AboveTheMaximumAreStillReleased) {
+TEST(xdr_bytes, above_the_maximum_are_still_released) {
   char* data = heap_text("abcd");
   std::uint32_t size = 4;
   XDR freeing = untouchable(XDR_FREE);
@@ -135,7 +135,7 @@ TEST(XdrBytes, AboveTheMaximumAreStillReleased) {
   EXPECT_EQ(xdr_bytes(&unknown, &data, &size, 3), FALSE);
 }
 
-TEST(XdrNetobj, IsBytesOfAtMostAThousandAndTwentyFour) {
+TEST(xdr_netobj, is_bytes_of_at_most_a_thousand_and_twenty_four) {
   bytes content = hex("00 00 04 00");
   content.resize(4 + 1024, 'x');
   netobj object{};
@@ -153,16 +153,16 @@ TEST(XdrNetobj, IsBytesOfAtMostAThousandAndTwentyFour) {
   EXPECT_EQ(xdr_netobj(&longer.xdrs, &object), FALSE);
 }
 
-TEST(XdrString, TravelsWithoutItsTerminator) {
+TEST(xdr_string, travels_without_its_terminator) {
   char content[] = "abc";
   EXPECT_EQ(encoded(xdr_wrapstring, static_cast<char*>(content)), hex("00 00 00 03 61 62 63 00"));
 }
 
-TEST(XdrString, ThatIsNullTravelsAsAnEmptyOne) {
+TEST(xdr_string, that_is_null_travels_as_an_empty_one) {
   EXPECT_EQ(encoded(xdr_wrapstring, static_cast<char*>(nullptr)), hex("00 00 00 00"));
 }
 
-TEST(XdrString, IsDecodedIntoABlockOfItsLengthAndOne) {
+TEST(xdr_string, is_decoded_into_a_block_of_its_length_and_one) {
   decoding stream("00 00 00 03 61 62 63 FF 77");
   failing_heap heap(-1);
   char* text = nullptr;
@@ -175,7 +175,7 @@ TEST(XdrString, IsDecodedIntoABlockOfItsLengthAndOne) {
   EXPECT_EQ(heap.live_blocks(), 0);
 }
 
-TEST(XdrString, ThatIsEmptyAllocatesItsTerminator) {
+TEST(xdr_string, that_is_empty_allocates_its_terminator) {
   decoding stream("00 00 00 00");
   char* text = nullptr;
   EXPECT_EQ(xdr_string(&stream.xdrs, &text, 0), TRUE);
@@ -184,7 +184,7 @@ TEST(XdrString, ThatIsEmptyAllocatesItsTerminator) {
   xdr_free(xdr_wrapstring, &text);
 }
 
-TEST(XdrString, GoesIntoACallersBufferWithItsTerminatorFirst) {
+TEST(xdr_string, goes_into_a_callers_buffer_with_its_terminator_first) {
   char own[8] = "zzzzzzz";
   char* text = own;
   decoding stream("00 00 00 05 61 62 63 64 65 00 00 00");
@@ -196,7 +196,7 @@ TEST(XdrString, GoesIntoACallersBufferWithItsTerminatorFirst) {
   EXPECT_EQ(bytes(own, own + 8), hex("61 62 00 64 65 00 7A 00"));
 }
 
-TEST(XdrString, AboveTheMaximumFailsInEveryMode) {
+TEST(xdr_string, above_the_maximum_fails_in_every_mode) {
   decoding stream("00 00 00 04 61 62 63 64");
   char* text = nullptr;
   EXPECT_EQ(xdr_string(&stream.xdrs, &text, 3), FALSE);
@@ -214,7 +214,7 @@ TEST(XdrString, AboveTheMaximumFailsInEveryMode) {
   EXPECT_EQ(xdr_string(&freeing, &text, 4), TRUE);
 }
 
-TEST(XdrString, OfTheLengthThatWrapsReadsNothing) {
+TEST(xdr_string, of_the_length_that_wraps_reads_nothing) {
   decoding stream("FF FF FF FF 61 62 63 64");
   char* text = nullptr;
   EXPECT_EQ(xdr_string(&stream.xdrs, &text, LASTUNSIGNED), TRUE);
@@ -222,7 +222,7 @@ TEST(XdrString, OfTheLengthThatWrapsReadsNothing) {
   EXPECT_EQ(stream.xdrs.x_handy, 4);
 }
 
-TEST(XdrString, KeepsBytesBehindAnInnerZero) {
+TEST(xdr_string, keeps_bytes_after_an_inner_zero) {
   decoding stream("00 00 00 03 61 00 63 00");
   char* text = nullptr;
   EXPECT_EQ(xdr_wrapstring(&stream.xdrs, &text), TRUE);
@@ -234,7 +234,7 @@ bool_t any_number(XDR*, void*, std::uint32_t) { return 7; }
 
 constexpr xdr_discrim arms[] = {{1, xdr_long}, {2, xdr_void}, {1, xdr_void}, {-1, nullptr}};
 
-TEST(XdrUnion, RunsTheFirstArmOfItsValue) {
+TEST(xdr_union, runs_the_first_arm_of_its_value) {
   decoding stream("00 00 00 01 00 00 00 2A");
   enum_t discriminant = 0;
   std::int32_t value = 0;
@@ -246,7 +246,7 @@ TEST(XdrUnion, RunsTheFirstArmOfItsValue) {
   EXPECT_EQ(back.written(), hex("00 00 00 01 00 00 00 2A"));
 }
 
-TEST(XdrUnion, WithoutAMatchFailsOrTakesTheDefault) {
+TEST(xdr_union, without_a_match_fails_or_takes_the_default) {
   decoding stream("00 00 00 09 00 00 00 09");
   enum_t discriminant = 0;
   std::int32_t value = 0;

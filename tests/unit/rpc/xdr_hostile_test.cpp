@@ -62,7 +62,7 @@ std::size_t peak_of(std::uint32_t length, std::size_t arrived, Decode decode) {
   return heap.peak_bytes();
 }
 
-TEST(XdrHostile, LengthsCostNoMoreThanASmallMultipleOfWhatArrived) {
+TEST(xdr_hostile, lengths_cost_no_more_than_a_small_multiple_of_what_arrived) {
   for (std::uint32_t length : hostile_lengths) {
     for (std::size_t arrived : {std::size_t{0}, std::size_t{64}, std::size_t{1000000}}) {
       const std::size_t bound = 2 * first_piece + 3 * arrived;
@@ -93,7 +93,7 @@ bool_t count_and_free(XDR* xdrs, void* object, std::uint32_t limit) {
   return xdr_wrapstring(xdrs, object, limit);
 }
 
-TEST(XdrHostile, CountsLeaveAnArrayThatCanBeReleased) {
+TEST(xdr_hostile, counts_leave_an_array_that_can_be_released) {
   for (std::uint32_t count : hostile_lengths) {
     bytes content = with_length(count, 0);
     for (int i = 0; i < 20000; ++i) {
@@ -118,7 +118,7 @@ TEST(XdrHostile, CountsLeaveAnArrayThatCanBeReleased) {
   }
 }
 
-TEST(XdrHostile, ElementSizesMultiplyWithoutWrapping) {
+TEST(xdr_hostile, element_sizes_multiply_without_wrapping) {
   // 0x40000001 elements of 4 bytes are 4 bytes in a product of 32 bits.
   decoding stream("40 00 00 01 00 00 00 01 00 00 00 02");
   char* array = nullptr;
@@ -129,7 +129,7 @@ TEST(XdrHostile, ElementSizesMultiplyWithoutWrapping) {
   std::free(array);
 }
 
-TEST(XdrHostile, BigBlocksArriveWhole) {
+TEST(xdr_hostile, big_blocks_arrive_whole) {
   for (std::uint32_t size :
        {first_piece - 1, first_piece, first_piece + 1, 3 * first_piece + 3, 1000001u}) {
     bytes content = with_length(size, 0);
@@ -147,7 +147,7 @@ TEST(XdrHostile, BigBlocksArriveWhole) {
   }
 }
 
-TEST(XdrHostile, BigArraysArriveWhole) {
+TEST(xdr_hostile, big_arrays_arrive_whole) {
   constexpr std::uint32_t count = 100003;
   bytes content = with_length(count, 0);
   content.resize(4 + 4 * count);
@@ -164,7 +164,7 @@ TEST(XdrHostile, BigArraysArriveWhole) {
   std::free(array);
 }
 
-TEST(XdrHostile, RecordsCutAnywhereAreReleasedWhole) {
+TEST(xdr_hostile, records_cut_anywhere_are_released_whole) {
   const bytes whole = two_samples();
   for (std::size_t length = 0; length <= whole.size(); ++length) {
     decoding stream(bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length)));
@@ -177,7 +177,7 @@ TEST(XdrHostile, RecordsCutAnywhereAreReleasedWhole) {
   }
 }
 
-TEST(XdrHostile, WordsReplacedAnywhereLeakNothing) {
+TEST(xdr_hostile, words_replaced_anywhere_leak_nothing) {
   const bytes whole = two_samples();
   for (std::size_t at = 0; at < whole.size(); at += 4) {
     for (std::uint32_t word : {0u, 1u, 2u, 0x3fffffffu, 0x40000000u, 0x7fffffffu, 0x80000000u,
@@ -209,7 +209,7 @@ std::string message_of(const char* content, Decode decode) {
   return testing::internal::GetCapturedStderr();
 }
 
-TEST(XdrOutOfMemory, SaysWhichRoutineHadNone) {
+TEST(xdr_out_of_memory, says_which_routine_had_none) {
   char* object = nullptr;
   std::uint32_t size = 0;
   EXPECT_EQ(message_of("00 00 00 01 61 00 00 00",
@@ -229,7 +229,7 @@ TEST(XdrOutOfMemory, SaysWhichRoutineHadNone) {
   EXPECT_EQ(object, nullptr);
 }
 
-TEST(XdrOutOfMemory, AtEachAllocationLeaksNothing) {
+TEST(xdr_out_of_memory, at_each_allocation_leaks_nothing) {
   testing::internal::CaptureStderr();
   const std::int64_t failures = fail_each_allocation([](std::int64_t number) {
     decoding stream(two_samples());
@@ -245,7 +245,7 @@ TEST(XdrOutOfMemory, AtEachAllocationLeaksNothing) {
   EXPECT_EQ(failures, 7);  // text, bytes, array and its two texts, node, the node's text
 }
 
-TEST(XdrOutOfMemory, WhileABlockGrowsKeepsWhatArrived) {
+TEST(xdr_out_of_memory, while_a_block_grows_keeps_what_arrived) {
   bytes content = with_length(8 * first_piece, 8 * first_piece);
   for (std::int64_t number : {1, 2, 3}) {
     decoding stream(content);
@@ -262,7 +262,7 @@ TEST(XdrOutOfMemory, WhileABlockGrowsKeepsWhatArrived) {
   }
 }
 
-TEST(XdrOutOfMemory, WhileAnArrayGrowsLeavesTheCountOfItsBlock) {
+TEST(xdr_out_of_memory, while_an_array_grows_leaves_the_count_of_its_block) {
   bytes content = with_length(50000, 200000);
   decoding stream(content);
   testing::internal::CaptureStderr();

@@ -10,7 +10,7 @@
 namespace kvrpc::test {
 namespace {
 
-TEST(XdrMemoryStream, StartsAtItsBuffer) {
+TEST(xdr_memory_stream, starts_at_its_buffer) {
   char buffer[12];
   XDR xdrs{};
   xdrmem_create(&xdrs, buffer, sizeof buffer, XDR_DECODE);
@@ -21,7 +21,7 @@ TEST(XdrMemoryStream, StartsAtItsBuffer) {
   EXPECT_EQ(XDR_GETPOS(&xdrs), 0u);
 }
 
-TEST(XdrMemoryStream, OfSizeZeroFailsAtOnce) {
+TEST(xdr_memory_stream, of_size_zero_fails_at_once) {
   decoding stream("");
   std::int32_t value = 5;
   EXPECT_EQ(xdr_long(&stream.xdrs, &value), FALSE);
@@ -29,7 +29,7 @@ TEST(XdrMemoryStream, OfSizeZeroFailsAtOnce) {
   EXPECT_EQ(value, 5);
 }
 
-TEST(XdrMemoryStream, NeverGivesBackWhatDidNotFit) {
+TEST(xdr_memory_stream, never_gives_back_what_did_not_fit) {
   decoding stream("01 02 03");
   std::int32_t value = 0;
   EXPECT_EQ(XDR_GETLONG(&stream.xdrs, &value), FALSE);
@@ -40,7 +40,7 @@ TEST(XdrMemoryStream, NeverGivesBackWhatDidNotFit) {
   EXPECT_EQ(XDR_GETPOS(&stream.xdrs), 0u);
 }
 
-TEST(XdrMemoryStream, AFailedWriteChangesNoByte) {
+TEST(xdr_memory_stream, a_failed_write_changes_no_byte) {
   encoding stream(7);
   const std::int32_t value = 1;
   EXPECT_EQ(XDR_PUTLONG(&stream.xdrs, &value), TRUE);
@@ -50,7 +50,7 @@ TEST(XdrMemoryStream, AFailedWriteChangesNoByte) {
   EXPECT_EQ(stream.xdrs.x_handy, -5);
 }
 
-TEST(XdrMemoryStream, LengthsAboveTwoGigabytesNeverWrapIntoSuccess) {
+TEST(xdr_memory_stream, lengths_above_two_gigabytes_never_wrap_into_success) {
   for (std::uint32_t length : {0x7FFFFFFFu, 0x80000000u, 0x80000001u, 0xFFFFFFFCu, 0xFFFFFFFFu}) {
     char byte = 'x';
     decoding reading("01 02 03 04");
@@ -62,7 +62,7 @@ TEST(XdrMemoryStream, LengthsAboveTwoGigabytesNeverWrapIntoSuccess) {
   }
 }
 
-TEST(XdrMemoryStream, StaysFailedHoweverOftenItFails) {
+TEST(xdr_memory_stream, stays_failed_however_often_it_fails) {
   decoding stream("01 02 03 04");
   char byte = 'x';
   for (int i = 0; i < 5; ++i) EXPECT_EQ(XDR_GETBYTES(&stream.xdrs, &byte, 0x7FFFFFFFu), FALSE);
@@ -73,7 +73,7 @@ TEST(XdrMemoryStream, StaysFailedHoweverOftenItFails) {
   EXPECT_EQ(XDR_SETPOS(&stream.xdrs, 0), FALSE);
 }
 
-TEST(XdrMemoryStream, SetsPositionsUpToItsLastAddress) {
+TEST(xdr_memory_stream, sets_positions_up_to_its_last_address) {
   decoding stream("01 02 03 04 05 06 07 08");
   std::int32_t value = 0;
   ASSERT_EQ(XDR_GETLONG(&stream.xdrs, &value), TRUE);
@@ -92,7 +92,7 @@ TEST(XdrMemoryStream, SetsPositionsUpToItsLastAddress) {
   EXPECT_EQ(value, 0x03040506);
 }
 
-TEST(XdrMemoryStream, GivesPlacesInItsBuffer) {
+TEST(xdr_memory_stream, gives_places_in_its_buffer) {
   decoding stream("01 02 03 04 05 06 07 08");
   EXPECT_EQ(XDR_INLINE(&stream.xdrs, 9), nullptr);
   EXPECT_EQ(XDR_INLINE(&stream.xdrs, -4), nullptr);
@@ -103,7 +103,7 @@ TEST(XdrMemoryStream, GivesPlacesInItsBuffer) {
   EXPECT_EQ(XDR_INLINE(&stream.xdrs, 1), nullptr);
 }
 
-TEST(XdrMemoryStream, DestroyLeavesTheBuffer) {
+TEST(xdr_memory_stream, destroy_leaves_the_buffer) {
   encoding stream(4);
   ASSERT_NE(stream.xdrs.x_ops->x_destroy, nullptr);
   XDR_DESTROY(&stream.xdrs);
@@ -111,7 +111,7 @@ TEST(XdrMemoryStream, DestroyLeavesTheBuffer) {
   EXPECT_EQ(XDR_PUTLONG(&stream.xdrs, &value), TRUE);
 }
 
-TEST(XdrMemoryStream, DestroyPassesOverAnEmptySlot) {
+TEST(xdr_memory_stream, destroy_passes_over_an_empty_slot) {
   xdr_ops without = {};
   XDR xdrs{};
   xdrs.x_ops = &without;

@@ -9,7 +9,7 @@
 namespace kvrpc::test {
 namespace {
 
-TEST(XdrPrimitives, WriteOneBigEndianUnitEach) {
+TEST(xdr_primitives, write_one_big_endian_unit_each) {
   EXPECT_EQ(encoded(xdr_long, std::int32_t{-2}), hex("FF FF FF FE"));
   EXPECT_EQ(encoded(xdr_u_long, std::uint32_t{0x80000001u}), hex("80 00 00 01"));
   EXPECT_EQ(encoded(xdr_int, std::int32_t{0x01020304}), hex("01 02 03 04"));
@@ -17,7 +17,7 @@ TEST(XdrPrimitives, WriteOneBigEndianUnitEach) {
   EXPECT_EQ(encoded(xdr_enum, enum_t{7}), hex("00 00 00 07"));
 }
 
-TEST(XdrPrimitives, ReadOneBigEndianUnitEach) {
+TEST(xdr_primitives, read_one_big_endian_unit_each) {
   decoding stream("FF FF FF FE  80 00 00 01  01 02 03 04  FF FF FF FF  00 00 00 07");
   std::int32_t signed_value = 0;
   std::uint32_t unsigned_value = 0;
@@ -34,14 +34,14 @@ TEST(XdrPrimitives, ReadOneBigEndianUnitEach) {
   EXPECT_EQ(stream.xdrs.x_handy, 0);
 }
 
-TEST(XdrPrimitives, VoidTouchesNothingInAnyMode) {
+TEST(xdr_primitives, void_touches_nothing_in_any_mode) {
   for (xdr_op op : {XDR_ENCODE, XDR_DECODE, XDR_FREE, no_such_op}) {
     XDR xdrs = untouchable(op);
     EXPECT_EQ(xdr_void(&xdrs, nullptr), TRUE);
   }
 }
 
-TEST(XdrPrimitives, ShortsExtendByTheirSignAndKeepTheLowSixteenBits) {
+TEST(xdr_primitives, shorts_extend_by_their_sign_and_keep_the_low_sixteen_bits) {
   EXPECT_EQ(encoded(xdr_short, std::int16_t{-32768}), hex("FF FF 80 00"));
   EXPECT_EQ(encoded(xdr_short, std::int16_t{0x7FFF}), hex("00 00 7F FF"));
   EXPECT_EQ(encoded(xdr_u_short, std::uint16_t{0xFFFF}), hex("00 00 FF FF"));
@@ -55,7 +55,7 @@ TEST(XdrPrimitives, ShortsExtendByTheirSignAndKeepTheLowSixteenBits) {
   EXPECT_EQ(signed_value, -0x1000);
 }
 
-TEST(XdrPrimitives, BoolIsZeroOrOneInBothDirections) {
+TEST(xdr_primitives, bool_is_zero_or_one_in_both_directions) {
   EXPECT_EQ(encoded(xdr_bool, bool_t{-5}), hex("00 00 00 01"));
   EXPECT_EQ(encoded(xdr_bool, bool_t{0}), hex("00 00 00 00"));
   decoding stream("00 00 00 07  80 00 00 00  00 00 00 00");
@@ -66,14 +66,14 @@ TEST(XdrPrimitives, BoolIsZeroOrOneInBothDirections) {
   }
 }
 
-TEST(XdrPrimitives, BothCharTypesTravelSignExtended) {
+TEST(xdr_primitives, both_char_types_travel_sign_extended) {
   EXPECT_EQ(encoded(xdr_u_char, '\xFF'), hex("FF FF FF FF"));
   EXPECT_EQ(encoded(xdr_char, '\xFF'), hex("FF FF FF FF"));
   EXPECT_EQ(encoded(xdr_u_char, '\x80'), hex("FF FF FF 80"));
   EXPECT_EQ(encoded(xdr_char, 'A'), hex("00 00 00 41"));
 }
 
-TEST(XdrPrimitives, CharsKeepTheLowEightBitsOfTheirUnit) {
+TEST(xdr_primitives, chars_keep_the_low_eight_bits_of_their_unit) {
   for (xdrproc_t routine : {xdrproc_t{xdr_char}, xdrproc_t{xdr_u_char}}) {
     decoding stream("00 00 00 80  FF FF FF 80  12 34 56 41");
     for (char expected : {'\x80', '\x80', 'A'}) {
@@ -88,7 +88,7 @@ TEST(XdrPrimitives, CharsKeepTheLowEightBitsOfTheirUnit) {
 constexpr xdrproc_t single_items[] = {xdr_long,  xdr_u_long,  xdr_int,  xdr_u_int, xdr_enum,
                                       xdr_short, xdr_u_short, xdr_bool, xdr_char,  xdr_u_char};
 
-TEST(XdrPrimitives, FreeSucceedsWithoutTouchingTheStream) {
+TEST(xdr_primitives, free_succeeds_without_touching_the_stream) {
   for (xdrproc_t routine : single_items) {
     XDR xdrs = untouchable(XDR_FREE);
     std::int32_t object = 0x61626364;
@@ -97,7 +97,7 @@ TEST(XdrPrimitives, FreeSucceedsWithoutTouchingTheStream) {
   }
 }
 
-TEST(XdrPrimitives, AnUnknownDirectionFailsAndTouchesNothing) {
+TEST(xdr_primitives, an_unknown_direction_fails_and_touches_nothing) {
   for (xdrproc_t routine : single_items) {
     XDR xdrs = untouchable(no_such_op);
     std::int32_t object = 0x61626364;
@@ -106,7 +106,7 @@ TEST(XdrPrimitives, AnUnknownDirectionFailsAndTouchesNothing) {
   }
 }
 
-TEST(XdrPrimitives, AFailedReadLeavesTheObject) {
+TEST(xdr_primitives, a_failed_read_leaves_the_object) {
   for (xdrproc_t routine : single_items) {
     decoding stream("01 02 03");
     std::int32_t object = 0x61626364;
@@ -115,7 +115,7 @@ TEST(XdrPrimitives, AFailedReadLeavesTheObject) {
   }
 }
 
-TEST(XdrPrimitives, UnitsAreReadAndWrittenAtAnyAddress) {
+TEST(xdr_primitives, units_are_read_and_written_at_any_address) {
   char place[7] = {};
   for (std::size_t at = 0; at < 4; ++at) {
     xdr_store_unit(place + at, 0x81020384u);

@@ -26,7 +26,7 @@ class held_stream : public record_stream {
   }
 };
 
-TEST(XdrrecHeldOutput, LeavesInOneSend) {
+TEST(xdrrec_held_output, leaves_in_one_send) {
   for (std::size_t size : {0u, 4u, 3992u, 3996u, 4000u, 10000u, 100000u, 3000000u}) {
     const bytes data = pattern(size);
     record_stream plain(XDR_ENCODE);
@@ -42,7 +42,7 @@ TEST(XdrrecHeldOutput, LeavesInOneSend) {
   }
 }
 
-TEST(XdrrecHeldOutput, CutsUnitsAndBytesAtTheSamePlaces) {
+TEST(xdrrec_held_output, cuts_units_and_bytes_at_the_same_places) {
   held_stream units(100);
   held_stream data(100);
   for (std::int32_t i = 0; i < 250; ++i) {
@@ -57,7 +57,7 @@ TEST(XdrrecHeldOutput, CutsUnitsAndBytesAtTheSamePlaces) {
   EXPECT_EQ(units.other.sends, data.other.sends);
 }
 
-TEST(XdrrecHeldOutput, LeavesInFrontOfALongRecordThatFollowsWaitingOnes) {
+TEST(xdrrec_held_output, leaves_in_front_of_a_long_record_that_follows_waiting_ones) {
   held_stream stream;
   EXPECT_EQ(stream.put(1), TRUE);
   EXPECT_EQ(xdrrec_endofrecord(&stream.xdrs, FALSE), TRUE);
@@ -69,7 +69,7 @@ TEST(XdrrecHeldOutput, LeavesInFrontOfALongRecordThatFollowsWaitingOnes) {
                                fragment(bytes(3988, 'y'), false) + fragment(bytes(12, 'y'), true)});
 }
 
-TEST(XdrrecHeldOutput, LeavesAtOnceWhereThreeBytesOfABufferAreUnused) {
+TEST(xdrrec_held_output, leaves_at_once_where_three_bytes_of_a_buffer_are_unused) {
   held_stream stream(100);
   EXPECT_EQ(stream.put(bytes(93, 'x')), TRUE);
   EXPECT_EQ(stream.put(1), TRUE);
@@ -128,7 +128,7 @@ outcome write_records(bool hold, std::size_t fail_at, int failures) {
   return result;
 }
 
-TEST(XdrrecHeldOutput, KeepsAfterAFailureAtAnyByteWhatAPlainStreamKeeps) {
+TEST(xdrrec_held_output, keeps_after_a_failure_at_any_byte_what_a_plain_stream_keeps) {
   const std::size_t whole = write_records(false, SIZE_MAX, 0).wire.size();
   for (int failures = 1; failures < 4; ++failures) {
     for (std::size_t fail_at = 0; fail_at < whole; ++fail_at) {
@@ -139,7 +139,7 @@ TEST(XdrrecHeldOutput, KeepsAfterAFailureAtAnyByteWhatAPlainStreamKeeps) {
   }
 }
 
-TEST(XdrrecHeldOutput, KeepsAtMostOneBufferAfterAFailure) {
+TEST(xdrrec_held_output, keeps_at_most_one_buffer_after_a_failure) {
   held_stream stream;
   stream.other.failing_sends = 2;
   EXPECT_EQ(stream.put(bytes(100000, 'x')), TRUE);
@@ -151,7 +151,7 @@ TEST(XdrrecHeldOutput, KeepsAtMostOneBufferAfterAFailure) {
 
 // ---- memory
 
-TEST(XdrrecHeldOutput, WithoutMemoryLeavesInSeveralSends) {
+TEST(xdrrec_held_output, without_memory_leaves_in_several_sends) {
   const bytes data = pattern(300000);
   held_stream whole;
   EXPECT_EQ(whole.put(data), TRUE);
@@ -181,7 +181,7 @@ std::int64_t blocks_after(std::size_t size) {
   return blocks;
 }
 
-TEST(XdrrecHeldOutput, IsKeptForTheNextRecordUnlessItIsLarge) {
+TEST(xdrrec_held_output, is_kept_for_the_next_record_unless_it_is_large) {
   EXPECT_EQ(blocks_after(3000), 2);
   EXPECT_EQ(blocks_after(300000), 3);
   EXPECT_EQ(blocks_after(3000000), 2);

@@ -36,7 +36,7 @@ class reading : public record_stream {
   void give(const bytes& more) { other.input = other.input + more; }
 };
 
-TEST(XdrrecInput, BeginsWithASkipThatReadsNothing) {
+TEST(xdrrec_input, begins_with_a_skip_that_reads_nothing) {
   reading stream(fragment(hex("00 00 00 2A"), true));
   EXPECT_EQ(stream.no_unit(), FALSE);
   EXPECT_EQ(xdrrec_skiprecord(&stream.xdrs), TRUE);
@@ -44,7 +44,7 @@ TEST(XdrrecInput, BeginsWithASkipThatReadsNothing) {
   EXPECT_EQ(stream.unit(), 42);
 }
 
-TEST(XdrrecInput, NeverReadsPastTheLastFragment) {
+TEST(xdrrec_input, never_reads_past_the_last_fragment) {
   reading stream(fragment(hex("00 00 00 01"), true) + fragment(hex("00 00 00 02"), true));
   EXPECT_EQ(xdrrec_skiprecord(&stream.xdrs), TRUE);
   EXPECT_EQ(stream.unit(), 1);
@@ -54,7 +54,7 @@ TEST(XdrrecInput, NeverReadsPastTheLastFragment) {
   EXPECT_EQ(stream.unit(), 2);
 }
 
-TEST(XdrrecInput, AnItemThatRunsOverTheEndConsumesNothingOfTheNextRecord) {
+TEST(xdrrec_input, a_value_that_crosses_the_end_consumes_nothing_of_the_next_record) {
   reading stream(fragment(hex("00 00 00 01 05"), true) + fragment(hex("00 00 00 02"), true));
   EXPECT_EQ(xdrrec_skiprecord(&stream.xdrs), TRUE);
   EXPECT_EQ(stream.unit(), 1);
@@ -63,7 +63,7 @@ TEST(XdrrecInput, AnItemThatRunsOverTheEndConsumesNothingOfTheNextRecord) {
   EXPECT_EQ(stream.unit(), 2);
 }
 
-TEST(XdrrecInput, ReadsAUnitThatIsSplitAcrossFragments) {
+TEST(xdrrec_input, reads_a_unit_that_is_split_across_fragments) {
   for (std::size_t piece : {std::size_t{1}, std::size_t{3}, std::size_t{SIZE_MAX}}) {
     reading stream(fragment(hex("01"), false) + fragment(hex("02 03"), false) +
                        fragment(hex("04 05 06 07 08"), true),
@@ -75,7 +75,7 @@ TEST(XdrrecInput, ReadsAUnitThatIsSplitAcrossFragments) {
   }
 }
 
-TEST(XdrrecInput, PassesOverEmptyFragments) {
+TEST(xdrrec_input, passes_over_empty_fragments) {
   reading stream(header(0, false) + header(0, false) + fragment(hex("00 00 00 07"), false) +
                  header(0, true) + fragment(hex("00 00 00 08"), true));
   EXPECT_EQ(xdrrec_skiprecord(&stream.xdrs), TRUE);
@@ -85,7 +85,7 @@ TEST(XdrrecInput, PassesOverEmptyFragments) {
   EXPECT_EQ(stream.unit(), 8);
 }
 
-TEST(XdrrecInput, SkipsTheRestOfTheChain) {
+TEST(xdrrec_input, skips_the_rest_of_the_chain) {
   reading stream(fragment(hex("00 00 00 01 00 00 00 02"), false) +
                      fragment(bytes(9000, 'x'), false) + fragment(hex("61 62 63"), true) +
                      fragment(hex("00 00 00 09"), true),
@@ -96,7 +96,7 @@ TEST(XdrrecInput, SkipsTheRestOfTheChain) {
   EXPECT_EQ(stream.unit(), 9);
 }
 
-TEST(XdrrecInput, TellsWhetherAnythingIsBuffered) {
+TEST(xdrrec_input, knows_if_anything_is_buffered) {
   reading stream(fragment(hex("00 00 00 01"), false) + fragment(hex("00 00 00 02"), true) +
                  fragment(hex("00 00 00 03"), true));
   EXPECT_EQ(xdrrec_eof(&stream.xdrs), TRUE);
@@ -109,21 +109,21 @@ TEST(XdrrecInput, TellsWhetherAnythingIsBuffered) {
   EXPECT_EQ(xdrrec_eof(&stream.xdrs), TRUE);
 }
 
-TEST(XdrrecInput, AFailureIsTheEnd) {
+TEST(xdrrec_input, a_failure_is_the_end) {
   reading stream(header(8, true) + hex("00 00 00 01"));
   EXPECT_EQ(xdrrec_skiprecord(&stream.xdrs), TRUE);
   EXPECT_EQ(stream.unit(), 1);
   EXPECT_EQ(xdrrec_eof(&stream.xdrs), TRUE);
 }
 
-TEST(XdrrecInput, ReadsWhatIsAskedForAndKeepsTheAlignment) {
+TEST(xdrrec_input, reads_what_is_asked_for_and_keeps_the_alignment) {
   reading stream(fragment(bytes(20, 'x'), true), 5);
   EXPECT_EQ(xdrrec_skiprecord(&stream.xdrs), TRUE);
   EXPECT_EQ(stream.take(20), bytes(20, 'x'));
   EXPECT_EQ(stream.other.read_lengths, (std::vector<std::int32_t>{4000, 3999, 3998, 3997, 4000}));
 }
 
-TEST(XdrrecInput, AdjustsItsBufferSize) {
+TEST(xdrrec_input, adjusts_its_buffer_size) {
   struct {
     std::uint32_t asked;
     std::int32_t given;
@@ -136,7 +136,7 @@ TEST(XdrrecInput, AdjustsItsBufferSize) {
   }
 }
 
-TEST(XdrrecInput, BytesTakenBeforeAFailureCountAsConsumed) {
+TEST(xdrrec_input, bytes_taken_before_a_failure_count_as_consumed) {
   // Ten of the twenty bytes arrive and are taken, so the next skip drops the other ten.
   reading stream(header(20, true) + bytes(10, 'x'));
   EXPECT_EQ(xdrrec_skiprecord(&stream.xdrs), TRUE);
@@ -147,7 +147,7 @@ TEST(XdrrecInput, BytesTakenBeforeAFailureCountAsConsumed) {
   EXPECT_EQ(stream.unit(), 7);
 }
 
-TEST(XdrrecInput, ASkipThatFailedGoesOnWhereItStopped) {
+TEST(xdrrec_input, a_skip_that_failed_goes_on_where_it_stopped) {
   reading stream(header(20, true) + bytes(10, 'x'));
   EXPECT_EQ(xdrrec_skiprecord(&stream.xdrs), TRUE);
   EXPECT_EQ(stream.take(4), bytes(4, 'x'));
@@ -157,7 +157,7 @@ TEST(XdrrecInput, ASkipThatFailedGoesOnWhereItStopped) {
   EXPECT_EQ(stream.unit(), 7);
 }
 
-TEST(XdrrecInput, AHeaderThatArrivesInPartsBetweenFailuresIsPutTogether) {
+TEST(xdrrec_input, a_header_that_arrives_in_parts_between_failures_is_put_together) {
   reading stream(fragment(hex("00 00 00 01"), false) + hex("80 00"));
   EXPECT_EQ(xdrrec_skiprecord(&stream.xdrs), TRUE);
   EXPECT_EQ(stream.unit(), 1);
@@ -169,7 +169,7 @@ TEST(XdrrecInput, AHeaderThatArrivesInPartsBetweenFailuresIsPutTogether) {
   EXPECT_EQ(stream.no_unit(), FALSE);
 }
 
-TEST(XdrrecInput, AZeroFromTheInputFunctionIsAFailure) {
+TEST(xdrrec_input, a_zero_from_the_input_function_is_a_failure) {
   XDR xdrs{};
   xdrrec_create(
       &xdrs, 0, 0, nullptr, [](void*, char*, std::int32_t) { return 0; }, write_connection);
@@ -180,7 +180,7 @@ TEST(XdrrecInput, AZeroFromTheInputFunctionIsAFailure) {
   XDR_DESTROY(&xdrs);
 }
 
-TEST(XdrrecInput, GivesPlacesOfWhatIsBuffered) {
+TEST(xdrrec_input, gives_places_of_what_is_buffered) {
   reading stream(fragment(hex("01 02 03 04 05 06 07 08"), false) + fragment(hex("09"), true));
   EXPECT_EQ(xdrrec_skiprecord(&stream.xdrs), TRUE);
   EXPECT_EQ(XDR_INLINE(&stream.xdrs, 4), nullptr);  // no fragment is open yet
@@ -193,7 +193,7 @@ TEST(XdrrecInput, GivesPlacesOfWhatIsBuffered) {
   EXPECT_EQ(stream.take(2), hex("08 09"));
 }
 
-TEST(XdrrecInput, GivesNoPlaceForWhatHasNotArrived) {
+TEST(xdrrec_input, gives_no_place_for_what_has_not_arrived) {
   reading stream(fragment(hex("01 02 03 04 05 06 07 08"), true), 10);
   EXPECT_EQ(xdrrec_skiprecord(&stream.xdrs), TRUE);
   EXPECT_EQ(stream.unit(), 0x01020304);
@@ -202,7 +202,7 @@ TEST(XdrrecInput, GivesNoPlaceForWhatHasNotArrived) {
   EXPECT_EQ(stream.take(2), hex("07 08"));
 }
 
-TEST(XdrrecInput, HasNoPositions) {
+TEST(xdrrec_input, has_no_positions) {
   reading stream(fragment(hex("00 00 00 01"), true));
   EXPECT_EQ(xdrrec_skiprecord(&stream.xdrs), TRUE);
   EXPECT_EQ(XDR_GETPOS(&stream.xdrs), 0xFFFFFFFFu);
@@ -211,7 +211,7 @@ TEST(XdrrecInput, HasNoPositions) {
 }
 
 // The same record, however it was cut by the sender and by the network.
-TEST(XdrrecInput, DecodesAnyFragmentsInAnyPieces) {
+TEST(xdrrec_input, decodes_any_fragments_in_any_pieces) {
   const bytes data = pattern(9001);
   for (std::size_t cut : {1u, 2u, 3u, 5u, 1000u, 3996u, 9001u}) {
     bytes wire;
@@ -235,7 +235,7 @@ TEST(XdrrecInput, DecodesAnyFragmentsInAnyPieces) {
   }
 }
 
-TEST(XdrrecInput, ReturnsWhatItsOutputWrote) {
+TEST(xdrrec_input, returns_what_its_output_wrote) {
   const bytes data = pattern(30000);
   record_stream writer(XDR_ENCODE, 256);
   EXPECT_EQ(writer.put(data), TRUE);

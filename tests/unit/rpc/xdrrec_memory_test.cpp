@@ -30,7 +30,7 @@ void expect_failing(XDR* xdrs) {
   XDR_DESTROY(xdrs);
 }
 
-TEST(XdrrecMemory, WithoutItEveryOperationFails) {
+TEST(xdrrec_memory, without_it_every_operation_fails) {
   for (std::int64_t number : {0, 1}) {
     connection other;
     XDR xdrs{};
@@ -44,7 +44,7 @@ TEST(XdrrecMemory, WithoutItEveryOperationFails) {
   }
 }
 
-TEST(XdrrecMemory, ForSizesThatNoCallbackCanCountIsNotThere) {
+TEST(xdrrec_memory, for_sizes_that_no_callback_can_count_is_not_there) {
   for (std::uint32_t size : {0x7FFFFFFDu, 0x80000000u, 0xFFFFFFFFu}) {
     connection other;
     XDR xdrs{};
@@ -55,7 +55,7 @@ TEST(XdrrecMemory, ForSizesThatNoCallbackCanCountIsNotThere) {
   }
 }
 
-TEST(XdrrecMemory, IsTwoBlocksAndNoMoreForRecordsOfAnySize) {
+TEST(xdrrec_memory, is_two_blocks_and_no_more_for_records_of_any_size) {
   failing_heap heap(-1);
   {
     record_stream stream(XDR_ENCODE, 4000, 262144);

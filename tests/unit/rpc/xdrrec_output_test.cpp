@@ -17,7 +17,7 @@ std::size_t first_send(std::uint32_t send_size) {
   return stream.other.sends.at(0).size();
 }
 
-TEST(XdrrecOutput, AdjustsItsBufferSize) {
+TEST(xdrrec_output, adjusts_its_buffer_size) {
   EXPECT_EQ(first_send(0), 4000u);
   EXPECT_EQ(first_send(99), 4000u);
   EXPECT_EQ(first_send(100), 100u);
@@ -25,7 +25,7 @@ TEST(XdrrecOutput, AdjustsItsBufferSize) {
   EXPECT_EQ(first_send(4001), 4004u);
 }
 
-TEST(XdrrecOutput, SendsAShortRecordAsOneFragment) {
+TEST(xdrrec_output, sends_a_short_record_as_one_fragment) {
   record_stream stream(XDR_ENCODE);
   EXPECT_EQ(stream.put(0x01020304), TRUE);
   EXPECT_EQ(stream.put(of("abcd")), TRUE);
@@ -34,13 +34,13 @@ TEST(XdrrecOutput, SendsAShortRecordAsOneFragment) {
   EXPECT_EQ(stream.other.sends, std::vector<bytes>{hex("80 00 00 08 01 02 03 04 61 62 63 64")});
 }
 
-TEST(XdrrecOutput, SendsAnEmptyRecord) {
+TEST(xdrrec_output, sends_an_empty_record) {
   record_stream stream(XDR_ENCODE);
   EXPECT_EQ(xdrrec_endofrecord(&stream.xdrs, TRUE), TRUE);
   EXPECT_EQ(stream.other.sends, std::vector<bytes>{hex("80 00 00 00")});
 }
 
-TEST(XdrrecOutput, CutsTenThousandBytesIntoThreeFragments) {
+TEST(xdrrec_output, cuts_ten_thousand_bytes_into_three_fragments) {
   const bytes data = pattern(10000);
   record_stream stream(XDR_ENCODE);
   EXPECT_EQ(stream.put(data), TRUE);
@@ -53,7 +53,7 @@ TEST(XdrrecOutput, CutsTenThousandBytesIntoThreeFragments) {
                                 fragment(at(7992, 10000), true)}));
 }
 
-TEST(XdrrecOutput, CutsUnitsAndBytesAtTheSamePlaces) {
+TEST(xdrrec_output, cuts_units_and_bytes_at_the_same_places) {
   record_stream units(XDR_ENCODE);
   record_stream data(XDR_ENCODE);
   bytes all;
@@ -69,7 +69,7 @@ TEST(XdrrecOutput, CutsUnitsAndBytesAtTheSamePlaces) {
   EXPECT_EQ(units.other.sends, data.other.sends);
 }
 
-TEST(XdrrecOutput, BytesThatFillTheBufferLeaveAtOnce) {
+TEST(xdrrec_output, bytes_that_fill_the_buffer_leave_at_once) {
   record_stream stream(XDR_ENCODE);
   EXPECT_EQ(stream.put(bytes(3996, 'x')), TRUE);
   ASSERT_EQ(stream.other.sends.size(), 1u);
@@ -79,7 +79,7 @@ TEST(XdrrecOutput, BytesThatFillTheBufferLeaveAtOnce) {
   EXPECT_EQ(stream.other.sends[1], hex("80 00 00 00"));
 }
 
-TEST(XdrrecOutput, AUnitThatFillsTheBufferWaitsAndIsTheLastFragment) {
+TEST(xdrrec_output, a_unit_that_fills_the_buffer_waits_and_is_the_last_fragment) {
   record_stream stream(XDR_ENCODE);
   EXPECT_EQ(stream.put(bytes(3992, 'x')), TRUE);
   EXPECT_EQ(stream.put(7), TRUE);
@@ -89,7 +89,7 @@ TEST(XdrrecOutput, AUnitThatFillsTheBufferWaitsAndIsTheLastFragment) {
             std::vector<bytes>{fragment(bytes(3992, 'x') + hex("00 00 00 07"), true)});
 }
 
-TEST(XdrrecOutput, RecordsThatWaitLeaveInOneSend) {
+TEST(xdrrec_output, records_that_wait_leave_in_one_send) {
   record_stream stream(XDR_ENCODE);
   EXPECT_EQ(stream.put(1), TRUE);
   EXPECT_EQ(xdrrec_endofrecord(&stream.xdrs, FALSE), TRUE);
@@ -100,7 +100,7 @@ TEST(XdrrecOutput, RecordsThatWaitLeaveInOneSend) {
             std::vector<bytes>{hex("80 00 00 04 00 00 00 01 80 00 00 04 00 00 00 02")});
 }
 
-TEST(XdrrecOutput, ARecordWithoutRoomForTheNextHeaderDoesNotWait) {
+TEST(xdrrec_output, a_record_without_room_for_the_next_header_does_not_wait) {
   struct {
     std::size_t size;
     std::size_t sends;
@@ -113,7 +113,7 @@ TEST(XdrrecOutput, ARecordWithoutRoomForTheNextHeaderDoesNotWait) {
   }
 }
 
-TEST(XdrrecOutput, ARecordBehindAWaitingOneIsCutWhereTheBufferEnds) {
+TEST(xdrrec_output, a_record_after_a_waiting_one_is_cut_where_the_buffer_ends) {
   record_stream stream(XDR_ENCODE);
   EXPECT_EQ(stream.put(1), TRUE);
   EXPECT_EQ(xdrrec_endofrecord(&stream.xdrs, FALSE), TRUE);
@@ -124,7 +124,7 @@ TEST(XdrrecOutput, ARecordBehindAWaitingOneIsCutWhereTheBufferEnds) {
                                                     fragment(bytes(12, 'y'), true)}));
 }
 
-TEST(XdrrecOutput, UnsentBytesLeaveFirstAfterAFailedEnd) {
+TEST(xdrrec_output, unsent_bytes_leave_first_after_a_failed_end) {
   record_stream stream(XDR_ENCODE);
   stream.other.failing_sends = 1;
   EXPECT_EQ(stream.put(1), TRUE);
@@ -134,7 +134,7 @@ TEST(XdrrecOutput, UnsentBytesLeaveFirstAfterAFailedEnd) {
   EXPECT_EQ(stream.other.sends.back(), hex("80 00 00 08 00 00 00 01 00 00 00 02"));
 }
 
-TEST(XdrrecOutput, AUnitThatFailedIsNotInTheBufferAndTheRecordStaysBegun) {
+TEST(xdrrec_output, a_unit_that_failed_is_not_in_the_buffer_and_the_record_stays_begun) {
   record_stream stream(XDR_ENCODE, 100);
   EXPECT_EQ(stream.put(bytes(92, 'x')), TRUE);
   EXPECT_EQ(stream.put(1), TRUE);
@@ -149,7 +149,7 @@ TEST(XdrrecOutput, AUnitThatFailedIsNotInTheBufferAndTheRecordStaysBegun) {
   EXPECT_EQ(stream.other.sends.size(), 2u);
 }
 
-TEST(XdrrecOutput, BytesThatFailedStayInAFullBuffer) {
+TEST(xdrrec_output, bytes_that_failed_stay_in_a_full_buffer) {
   record_stream stream(XDR_ENCODE, 100);
   stream.other.failing_sends = 2;
   EXPECT_EQ(stream.put(bytes(200, 'x')), FALSE);
@@ -160,7 +160,7 @@ TEST(XdrrecOutput, BytesThatFailedStayInAFullBuffer) {
   EXPECT_EQ(stream.other.sends.back(), fragment(bytes(1, 'z'), true));
 }
 
-TEST(XdrrecOutput, AShortWriteIsAFailure) {
+TEST(xdrrec_output, a_short_write_is_a_failure) {
   XDR xdrs{};
   xdrrec_create(&xdrs, 0, 0, nullptr, read_connection,
                 [](void*, char*, std::int32_t length) { return length - 1; });
@@ -169,7 +169,7 @@ TEST(XdrrecOutput, AShortWriteIsAFailure) {
   XDR_DESTROY(&xdrs);
 }
 
-TEST(XdrrecOutput, GivesPlacesInItsBuffer) {
+TEST(xdrrec_output, gives_places_in_its_buffer) {
   record_stream stream(XDR_ENCODE, 100);
   EXPECT_EQ(XDR_INLINE(&stream.xdrs, 97), nullptr);
   EXPECT_EQ(XDR_INLINE(&stream.xdrs, -1), nullptr);
@@ -185,7 +185,7 @@ TEST(XdrrecOutput, GivesPlacesInItsBuffer) {
   EXPECT_EQ(XDR_INLINE(&stream.xdrs, 4), nullptr);
 }
 
-TEST(XdrrecOutput, HasNoPositions) {
+TEST(xdrrec_output, has_no_positions) {
   record_stream stream(XDR_ENCODE);
   EXPECT_EQ(XDR_GETPOS(&stream.xdrs), 0xFFFFFFFFu);
   EXPECT_EQ(XDR_SETPOS(&stream.xdrs, 4), FALSE);

@@ -24,7 +24,7 @@ std::map<std::string, std::uint32_t> offsets_of(const char* name) {
 
 using offset_map = std::map<std::string, std::uint32_t>;
 
-TEST(layout, aligns_a_flag_behind_a_text) {
+TEST(layout, aligns_a_flag_after_a_text) {
   EXPECT_EQ(offsets_of("cha_pw_arg"),
             (offset_map{{"userid", 0}, {"adm", 12}, {"oldpw", 16}, {"newpw", 37}}));
   EXPECT_EQ(record_named("cha_pw_arg")->size, 60u);
@@ -43,7 +43,7 @@ TEST(layout, packs_a_short_before_a_text) {
   EXPECT_EQ(record_named("get_p_rec_res")->wire_size, 188u);
 }
 
-TEST(layout, puts_a_counted_texts_pointer_right_behind_its_count) {
+TEST(layout, puts_a_counted_texts_pointer_right_after_its_count) {
   EXPECT_EQ(
       offsets_of("put_page_arg"),
       (offset_map{{"userid", 0}, {"faxid", 12}, {"seitennr", 16}, {"typ", 18}, {"data", 20}}));
@@ -51,14 +51,14 @@ TEST(layout, puts_a_counted_texts_pointer_right_behind_its_count) {
   EXPECT_EQ(record_named("put_page_arg")->wire_size, variable_size);
 }
 
-TEST(layout, puts_every_arm_behind_the_discriminant) {
+TEST(layout, puts_every_arm_after_the_discriminant) {
   const record_type& record = *record_named("cha_userid_arg");
   EXPECT_EQ(record.fields[0].offset, 4u);
   EXPECT_EQ(record.size, 20u);
   EXPECT_EQ(offsets_of("cha_userid_arg_v0"), (offset_map{{"loginid", 0}, {"userid", 4}}));
 }
 
-TEST(layout, puts_a_link_where_it_stands) {
+TEST(layout, puts_a_link_at_its_place_in_the_table) {
   const std::uint32_t count_next = align_up(11, 4) + 8;
   EXPECT_EQ(
       offsets_of("gwuser_count"),
@@ -159,7 +159,7 @@ TEST(labels, are_the_key_as_json_writes_it) {
 }
 
 // list_of asserts it of each list at compile time.
-TEST(layout, tells_a_list_whose_argument_is_larger_than_its_room) {
+TEST(layout, finds_a_list_whose_argument_is_larger_than_its_room) {
   constexpr procedure largest[] = {{1, "a", wire::opaque(argument_room - 1), wire::nothing}};
   constexpr procedure larger[] = {{1, "a", wire::nothing, wire::opaque(argument_room)},
                                   {2, "b", wire::opaque(argument_room), wire::nothing}};

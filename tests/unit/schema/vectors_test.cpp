@@ -126,7 +126,7 @@ TEST(vectors, fit_the_tables_byte_for_byte) {
   EXPECT_EQ(names.size(), 320u);  // all but the licence key's
 }
 
-TEST(vectors, of_another_type_are_told_apart) {
+TEST(vectors, of_another_type_are_distinguished) {
   EXPECT_FALSE(wire_reader(std::string(8, '\0')).is(wire::long_));
   EXPECT_FALSE(wire_reader(std::string(3, '\0')).is(wire::long_));
   EXPECT_FALSE(wire_reader(std::string("\0\0\0\5abcd", 8)).is(wire::text));

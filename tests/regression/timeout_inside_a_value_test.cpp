@@ -38,7 +38,7 @@ std::int32_t call(client* clnt, std::string* text) {
   return clnt_call(clnt->get(), test_procedure, xdr_long, &argument, xdr_items, text, 25, 0);
 }
 
-TEST(timeout_inside_an_item, at_any_byte_leaves_the_handle_in_step) {
+TEST(timeout_inside_a_value, at_any_byte_leaves_the_handle_in_step) {
   const std::size_t length = reply_to("0123").size();
   for (std::size_t cut = 0; cut < length; ++cut) {
     tcp_peer peer([cut](descriptor& connection) {
