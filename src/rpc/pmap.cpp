@@ -34,11 +34,12 @@ bool_t xdr_pmap(XDR* xdrs, void* object, std::uint32_t) {
              : FALSE;
 }
 
-char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; }
-
+// Returns true if `name` is "tcp" in upper or lower case. In ASCII, the two cases of a letter
+// differ in one bit.
 bool wants_tcp(const char* name) {
-  return name != nullptr && lower(name[0]) == 't' && lower(name[1]) == 'c' &&
-         lower(name[2]) == 'p' && name[3] == '\0';
+  constexpr char case_bit = 'a' ^ 'A';
+  return name != nullptr && (name[0] | case_bit) == 't' && (name[1] | case_bit) == 'c' &&
+         (name[2] | case_bit) == 'p' && name[3] == '\0';
 }
 
 CLIENT* portmapper_client(rpc_address* address) {
