@@ -15,7 +15,8 @@ from servers import Started
 import kvrpc_tools
 from kvrpc_tools import ArgumentError
 from kvrpc_tools.schema import own
-from kvrpc_tools.simulator.codec import SERVER_CODE, Codec
+from kvrpc_tools.simulator.characters import SERVER_CODE
+from kvrpc_tools.simulator.codec import Codec
 from tests.python.arguments import bad, good
 
 PRINTED = set("\b\t\n\f\r")  # of the control characters, these are in the module's JSON texts

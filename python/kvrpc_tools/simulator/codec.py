@@ -14,44 +14,36 @@
 Encoding fills what a value leaves out (None, or a missing key) with zeroes, so that an answer
 names only what it has to say. The first arm is that of a union without discriminant.
 
-Each type is compiled once, to functions that know its fields. Numbers that follow each other in a
-record are read and written by one `struct`, which makes small calls twice as fast.
+Each type is compiled once, to functions that know its fields. `runs` has those for fields of fixed
+size that follow each other.
 """
 
 from __future__ import annotations
 
-import struct
 from typing import Any, Callable, Dict, List, Tuple
 
 from kvrpc_tools.schema import Field, Record, Schema, WireType
+from kvrpc_tools.simulator.characters import (
+    SERVER_CODE,
+    bytes_of,
+    filled,
+    text_of,
+    text_of_units,
+    units_of,
+)
+from kvrpc_tools.simulator.runs import (
+    Fields,
+    Node,
+    ReadInto,
+    Write,
+    is_fixed,
+    run_reader,
+    run_writer,
+    runs,
+)
 from kvrpc_tools.simulator.xdr import Reader, Writer, XdrError, low_short
 
-# Python's table has a character for each of the 256 bytes, so that any text passes unchanged.
-SERVER_CODE = "iso8859-15"
-
-Node = Dict[str, Any]
-Fields = Tuple[Field, ...]
 Read = Callable[[Reader], Any]
-Write = Callable[[Writer, Any], None]
-ReadInto = Callable[[Reader, Node], None]
-
-_CODES = {"long": "i", "int": "i", "u_long": "I", "short": "i", "bool": "I"}
-_TO_NUMBER: Dict[str, Callable[[Any], int]] = {
-    "short": lambda value: low_short(value or 0) & 0xFFFFFFFF,
-    "bool": lambda value: 1 if value else 0,
-    **dict.fromkeys(("long", "int", "u_long"), lambda value: (value or 0) & 0xFFFFFFFF),
-}
-_FROM_NUMBER: Dict[str, Callable[[int], Any]] = {"short": low_short, "bool": bool}
-
-
-def text_of(data: bytes) -> str:
-    """Returns the text in a field: its bytes up to the first NUL."""
-    return data.split(b"\0", 1)[0].decode(SERVER_CODE)
-
-
-def bytes_of(text: str) -> bytes:
-    """Returns the text in the servers' code, "?" for what it lacks."""
-    return text.encode(SERVER_CODE, "replace")
 
 
 class Codec:
@@ -132,8 +124,8 @@ class Codec:
             "u_long": Reader.u_long,
             "short": lambda reader: low_short(reader.long()),
             "bool": Reader.flag,
-            "chars": lambda reader: text_of(reader.characters(count)),
-            "schars": lambda reader: text_of(reader.characters(count)),
+            "chars": lambda reader: text_of_units(reader.fixed(4 * count)),
+            "schars": lambda reader: text_of_units(reader.fixed(4 * count)),
             "text": lambda reader: text_of(reader.counted()),
             "counted_text": lambda reader: text_of(reader.counted(count)),
             "fixed_text": lambda reader: text_of(reader.fixed(count)),
@@ -159,13 +151,16 @@ class Codec:
         writers: Dict[str, Write] = {
             "nothing": lambda writer, value: None,
             "unspecified": lambda writer, value: None,
-            **{name: _number_writer(name) for name in _CODES},
-            "chars": lambda writer, value: writer.characters(_filled(value, count)),
-            "schars": lambda writer, value: writer.characters(_filled(value, count)),
+            **dict.fromkeys(("long", "int", "u_long"),
+                            lambda writer, value: writer.long(value or 0)),
+            "short": lambda writer, value: writer.long(low_short(value or 0)),
+            "bool": Writer.flag,
+            "chars": lambda writer, value: writer.raw(units_of(value, count)),
+            "schars": lambda writer, value: writer.raw(units_of(value, count)),
             "text": lambda writer, value: writer.counted(bytes_of(value or "") + b"\0"),
             "counted_text": lambda writer, value: writer.counted(
                 (bytes_of(value or "") + b"\0")[:count]),
-            "fixed_text": lambda writer, value: writer.fixed(_filled(value, count)),
+            "fixed_text": lambda writer, value: writer.fixed(filled(value, count)),
             "string": lambda writer, value: writer.counted(bytes_of(value or "")),
             "opaque": lambda writer, value: writer.fixed(
                 (value or b"")[:count].ljust(count, b"\0")),
@@ -221,13 +216,13 @@ class Codec:
         return write
 
     def _reading(self, owner: str, fields: Fields) -> List[ReadInto]:
-        """Returns what reads the fields in turn, one step for each run of numbers."""
-        return [_run_reader(run) if run[0].type.kind in _CODES
-                else self._field_reader(owner, run[0]) for run in _runs(fields)]
+        """Returns what reads the fields in turn, one step for each run."""
+        return [run_reader(run) if is_fixed(run[0])
+                else self._field_reader(owner, run[0]) for run in runs(fields)]
 
     def _writing(self, owner: str, fields: Fields) -> List[Write]:
-        return [_run_writer(run) if run[0].type.kind in _CODES
-                else self._field_writer(owner, run[0]) for run in _runs(fields)]
+        return [run_writer(run) if is_fixed(run[0])
+                else self._field_writer(owner, run[0]) for run in runs(fields)]
 
     def _field_reader(self, owner: str, field: Field) -> ReadInto:
         key, read = field.key, (self._chain(owner)[0] if field.type.kind == "list_next"
@@ -315,54 +310,8 @@ def _chain_writer(before: List[Write], after: List[Write]) -> Write:
     return write
 
 
-def _runs(fields: Fields) -> List[Fields]:
-    """Divides fields into runs of numbers and single fields of other kinds."""
-    runs: List[Fields] = []
-    for field in fields:
-        if runs and field.type.kind in _CODES and runs[-1][0].type.kind in _CODES:
-            runs[-1] += (field,)
-        else:
-            runs.append((field,))
-    return runs
-
-
-def _run_reader(fields: Fields) -> ReadInto:
-    layout = struct.Struct(">" + "".join(_CODES[field.type.kind] for field in fields))
-    keys = [field.key for field in fields]
-    changed = [(field.key, _FROM_NUMBER[field.type.kind]) for field in fields
-               if field.type.kind in _FROM_NUMBER]
-
-    def read(reader: Reader, row: Node) -> None:
-        row.update(zip(keys, reader.unpack(layout)))
-        for key, convert in changed:
-            row[key] = convert(row[key])
-    return read
-
-
-def _run_writer(fields: Fields) -> Write:
-    layout = struct.Struct(f">{len(fields)}I")
-    converted = [(field.key, _TO_NUMBER[field.type.kind]) for field in fields]
-
-    def write(writer: Writer, row: Any) -> None:
-        get = row.get
-        writer.raw(layout.pack(*[convert(get(key)) for key, convert in converted]))
-    return write
-
-
-def _number_writer(kind: str) -> Write:
-    convert = _TO_NUMBER[kind]
-    return lambda writer, value: writer.long(convert(value))
-
-
 def _arm(record: Record, arms: Dict[int, Any], selected: int) -> Any:
     try:
         return arms[selected]
     except KeyError:
         raise XdrError(f"{record.discriminant} has no value {selected}") from None
-
-
-def _filled(text: Any, size: int) -> bytes:
-    """A text for a field of `size` bytes, cut so that a NUL ends it; bytes may fill it whole."""
-    if isinstance(text, bytes):
-        return text[:size].ljust(size, b"\0")
-    return bytes_of(text or "")[:size - 1].ljust(size, b"\0")

@@ -18,7 +18,7 @@ import types
 from typing import Any, Callable, Dict, Optional
 
 from kvrpc_tools.simulator import faults
-from kvrpc_tools.simulator.simulation import CallRecord, Simulation
+from kvrpc_tools.simulator.simulation import Simulation
 from kvrpc_tools.simulator.transport import LOOPBACK, Loop
 
 Request = Dict[str, Any]
@@ -37,7 +37,7 @@ class Control:
         loop.watch(self._listener, selectors.EVENT_READ, self._accept)
         self._actions: Dict[str, Callable[[Request], Any]] = {
             "reset": lambda _: simulation.reset(),
-            "calls": lambda _: [CallRecord(*call)._asdict() for call in simulation.calls],
+            "calls": lambda _: [call._asdict() for call in simulation.calls()],
             "answer": self._answer,
             "make_answer": self._make_answer,
             "fault": self._fault,

@@ -89,7 +89,7 @@ class Dispatcher:
         expected = simulation.expects(procedure.name)
         fault = simulation.faults.next_for(procedure.name) if expected else None
         outcome = "answered" if fault is None else fault.kind
-        simulation.record(server.name, procedure.name, argument, protocol,
+        simulation.record(server.name, procedure.name, call.argument, protocol,
                           outcome if expected else "unexpected")
         if not expected:
             self._tell(protocol, server, procedure, argument, "unexpected")

@@ -13,6 +13,7 @@ from dataclasses import replace
 from typing import Any, Callable, Dict, FrozenSet, Iterable, List, NamedTuple, Optional, Tuple
 
 from kvrpc_tools.schema import Schema, WireType
+from kvrpc_tools.simulator.codec import Codec
 from kvrpc_tools.simulator.faults import Fault, Faults, Load
 from kvrpc_tools.simulator.population import populate
 from kvrpc_tools.simulator.state import Installation
@@ -91,6 +92,7 @@ class Simulation:
     def __init__(self, schema: Schema, faults: Iterable[Fault] = (), keeps_calls: bool = False,
                  load: Optional[Load] = None, users: int = 0) -> None:
         self._schema = schema
+        self._codec = Codec(schema)
         self._first_faults = list(faults)
         self.keeps_calls = keeps_calls
         self._load = load
@@ -104,14 +106,27 @@ class Simulation:
         populate(self._schema, self.installation, self._users)
         self.answers = Answers()
         self.faults = Faults((replace(fault) for fault in self._first_faults), self._load)
-        self.calls: List[Tuple[Any, ...]] = []  # as CallRecord has them
+        self._calls: List[Tuple[str, str, Optional[bytes], str, float, str]] = []
         self.allowed: Optional[FrozenSet[str]] = None
 
-    def record(self, server: str, procedure: str, argument: Any, protocol: str,
+    def record(self, server: str, procedure: str, argument: Optional[bytes], protocol: str,
                outcome: str) -> None:
-        """Notes a call for the process that steers this one. Without such a process, does not."""
+        """Notes a call for the process that steers this one. Without such a process, does not.
+
+        `argument` is kept as it came, because most calls are never asked for. None is one that was
+        not read to its end.
+        """
         if self.keeps_calls:
-            self.calls.append((server, procedure, argument, protocol, self.clock(), outcome))
+            self._calls.append((server, procedure, argument, protocol, self.clock(), outcome))
+
+    def calls(self) -> List[CallRecord]:
+        """Returns the calls that were noted, in their order."""
+        return [CallRecord(server, name, self._decoded(name, argument), protocol, at, outcome)
+                for server, name, argument, protocol, at, outcome in self._calls]
+
+    def _decoded(self, procedure: str, argument: Optional[bytes]) -> Any:
+        kind = self._schema.procedures[procedure].argument
+        return None if argument is None else self._codec.decode(kind, argument)
 
     def expects(self, procedure: str) -> bool:
         """Returns whether calls of this procedure are allowed."""

@@ -16,6 +16,15 @@ _FALSE, _TRUE = bytes(4), b"\0\0\0\1"
 _SIGN = bytes(0xFF if byte >= 0x80 else 0 for byte in range(256))
 
 
+def units(data: bytes) -> bytes:
+    """One unit of four bytes a character, sign-extended."""
+    made = bytearray(4 * len(data))
+    if not data.isascii():
+        made[0::4] = made[1::4] = made[2::4] = data.translate(_SIGN)
+    made[3::4] = data
+    return bytes(made)
+
+
 class XdrError(Exception):
     """The bytes are not what the type says."""
 
@@ -62,12 +71,8 @@ class Writer:
         self.fixed(data)
 
     def characters(self, data: bytes) -> None:
-        """One unit of four bytes a character, sign-extended."""
-        units = bytearray(4 * len(data))
-        if not data.isascii():
-            units[0::4] = units[1::4] = units[2::4] = data.translate(_SIGN)
-        units[3::4] = data
-        self._parts.append(bytes(units))
+        """The `units` of the characters."""
+        self._parts.append(units(data))
 
 
 class Reader:
@@ -125,7 +130,3 @@ class Reader:
         if size > limit:
             raise XdrError(f"{size} bytes where {limit} are allowed")
         return self.fixed(size)
-
-    def characters(self, count: int) -> bytes:
-        """The bytes of characters that have a unit of four bytes each."""
-        return self._take(4 * count)[3::4]

@@ -3,7 +3,7 @@
 import random
 
 from kvrpc_tools.schema import WireType
-from kvrpc_tools.simulator.codec import text_of
+from kvrpc_tools.simulator.characters import text_of
 
 
 class Values:

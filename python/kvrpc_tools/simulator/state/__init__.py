@@ -22,7 +22,7 @@ from kvrpc_tools.simulator.state.pages import Pages
 from kvrpc_tools.simulator.state.people import People
 from kvrpc_tools.simulator.state.processes import Processes
 from kvrpc_tools.simulator.state.services import Services
-from kvrpc_tools.simulator.state.shape import Shaper
+from kvrpc_tools.simulator.state.shape import shaper_of
 from kvrpc_tools.simulator.state.structure import Structure
 from kvrpc_tools.simulator.state.transfer import Lines, Numbers, PageTransfer
 
@@ -37,7 +37,7 @@ class Installation:
         journal = Journal(now)
         structure, people, documents = Structure(), People(), Documents(now)
         structure.count_users, structure.count_logins = people.count_users, people.count_logins
-        self._shaper = Shaper(schema)
+        self._shaper = shaper_of(schema)
         self._processes = Processes(journal)
         self._jobs = Jobs(documents, people, journal, now)
         self.handlers: Dict[str, Handler] = {}

@@ -4,7 +4,7 @@ from __future__ import annotations
 
 from typing import Any, Callable, Dict, Optional
 
-from kvrpc_tools.simulator.codec import bytes_of
+from kvrpc_tools.simulator.characters import bytes_of
 from kvrpc_tools.simulator.state.journal import Journal
 
 PIECE = 512

@@ -93,9 +93,10 @@ class People:
             return {"err": NO_USER}
         if user.get("passwor", "") != argument["passwor"]:
             return {"err": WRONG_PASSWORD}
-        old = [login for login, name in self._logins.items() if name == argument["userid"]]
-        if old and argument.get("useold"):
-            return {"loginid": old[0]}
+        if argument.get("useold"):
+            for login, name in self._logins.items():
+                if name == argument["userid"]:
+                    return {"loginid": login}
         self._last_login += 1
         self._logins[self._last_login] = argument["userid"]
         return {"loginid": self._last_login}

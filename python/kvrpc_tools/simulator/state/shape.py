@@ -15,6 +15,7 @@ in "outselection", else the first.
 
 from __future__ import annotations
 
+import functools
 from typing import Any, Dict, List, Optional, Tuple
 
 from kvrpc_tools.schema import Field, Record, Schema, WireType
@@ -28,9 +29,11 @@ def opened(argument: Any) -> Row:
     """The fields of an argument, out of its union and out of its member `data`."""
     if not isinstance(argument, dict):
         return {}
-    arm = argument.get(f"v{argument.get('selection', argument.get('vers'))}")
-    if isinstance(arm, dict):
-        return opened(arm)
+    version = argument.get("selection", argument.get("vers"))
+    if version is not None:
+        arm = argument.get(f"v{version}")
+        if isinstance(arm, dict):
+            return opened(arm)
     inner = argument.get("data")
     if isinstance(inner, dict):
         outer = {key: value for key, value in argument.items() if key != "data"}
@@ -43,6 +46,11 @@ class Shaper:
 
     def __init__(self, schema: Schema) -> None:
         self._schema = schema
+        self._asks_for_arm = {
+            name: any(field.key == "outselection"
+                      for record in schema.reachable(procedure.argument)
+                      for field in schema.records[record].fields)
+            for name, procedure in schema.procedures.items()}
         self._envelopes = {name: _enveloped(record) for name, record in schema.records.items()}
         self._arms = {name: {field.value: field.key for field in record.fields}
                       for name, record in schema.records.items() if record.is_union}
@@ -54,7 +62,8 @@ class Shaper:
             return 0 if value else NOT_DONE
         if kind.kind != "record":
             return value
-        selection = opened(argument).get("outselection")
+        selection = (opened(argument).get("outselection") if self._asks_for_arm[procedure]
+                     else None)
         if isinstance(value, list):
             return self._list(kind, value, selection)
         return self._single(kind, value, selection)
@@ -87,6 +96,12 @@ class Shaper:
         wanted = row.get("selection", selection)
         value = wanted if wanted in arms else next(iter(arms))
         return {record.discriminant: value, arms[value]: row}
+
+
+@functools.lru_cache(maxsize=1)
+def shaper_of(schema: Schema) -> Shaper:
+    """Returns the shaper of a schema, which one installation after the other can use."""
+    return Shaper(schema)
 
 
 def _enveloped(record: Record) -> Optional[Field]:

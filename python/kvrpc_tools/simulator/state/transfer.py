@@ -6,7 +6,7 @@ from __future__ import annotations
 from dataclasses import dataclass
 from typing import Any, Dict, List, Optional
 
-from kvrpc_tools.simulator.codec import bytes_of
+from kvrpc_tools.simulator.characters import bytes_of
 from kvrpc_tools.simulator.state.documents import Documents
 from kvrpc_tools.simulator.state.keeping import Kept
 from kvrpc_tools.simulator.state.pages import page_sizes
