@@ -170,9 +170,8 @@ cursor result_reader::fixed_items(cursor at, const wire_type& type, trail after)
       std::memcpy(at.place, ", ", reply_room::separator);
       at.place += reply_room::separator;
     }
-    at = value(at, *type.item, [&] {
-      return trail{nullptr, nullptr, type.item, left - 1, &after};
-    });
+    const auto rest = [&] { return trail{nullptr, nullptr, type.item, left - 1, &after}; };
+    at = value(at, *type.item, rest);
   }
   if (at.place != nullptr) *at.place++ = ']';
   return at;

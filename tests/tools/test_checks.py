@@ -1,10 +1,14 @@
 """Each check of `make check` finds what it is for, and nothing in a tree that is in order."""
+import os
 import shutil
 import subprocess
 import sys
 from pathlib import Path
 
 import pytest
+
+from tests.tools import scripts
+from tests.tools.scripts import executable
 
 TOOLS = Path(__file__).resolve().parents[2] / "tools"
 
@@ -244,3 +248,40 @@ def test_a_generated_file_may_be_long(tree):
     assert run("check-lengths", tree).returncode == 0
     generated.write_text("#\n" * 600 + "# not for editing\n")
     assert run("check-lengths", tree).returncode == 1
+
+
+@pytest.fixture
+def lint(tmp_path):
+    """Runs tools/check in a tree without .git in which every linter but ruff is content."""
+    shutil.copytree(TOOLS, tmp_path / "tools")
+    shutil.copy(TOOLS.parent / "pyproject.toml", tmp_path)
+    environment, programs = tmp_path / ".venv" / "bin", tmp_path / "programs"
+    environment.mkdir(parents=True)
+    programs.mkdir()
+    (environment / "ruff").symlink_to(Path(sys.prefix) / "bin" / "ruff")
+    for directory, name in ((environment, "python"), (environment, "mypy"),
+                            (programs, "clang-format"), (programs, "clang-tidy")):
+        executable(directory, name, "exit 0")
+    for name in ("src/a.cpp", "src/a.h", "python/kvrpc-stubs/__init__.pyi",
+                 "build/debug/python/generated.py"):
+        write(tmp_path, name, "")
+    write(tmp_path, ".gitignore", "/build/\n/.venv/\n/programs/\n/python/generated.py\n")
+
+    def check():
+        return scripts.run(tmp_path / "tools" / "check", cwd=tmp_path,
+                           PATH=f"{programs}:{os.environ['PATH']}")
+
+    return check
+
+
+def test_a_generated_file_in_a_tree_without_a_repository_is_not_linted(lint, tmp_path):
+    write(tmp_path, "build/debug/python/generated.py", "import unused\n")
+    result = lint()
+    assert (result.returncode, result.stderr) == (0, ""), result.stdout
+
+
+def test_a_mistake_in_a_tree_without_a_repository_is_linted(lint, tmp_path):
+    write(tmp_path, "python/written.py", "import unused\n")
+    result = lint()
+    assert result.returncode != 0
+    assert "F401" in result.stdout

@@ -59,7 +59,7 @@ def test_the_root_is_made_once_from_the_mirror_of_this_machine(machine):
     assert log[0].startswith("debootstrap: --variant=minbase ")
     assert log[0].endswith(f"/root.new {MIRROR}")
     assert [line.split(" LANG=C.UTF-8 ")[1] for line in log[1:]] == [
-        "tools/setup build check peers", "bash -c make demo"]
+        "tools/setup build", "bash -c make demo"]
     _, log = machine.run("make demo")
     assert not [line for line in log if "debootstrap" in line]
 
@@ -103,6 +103,15 @@ def test_the_copy_follows_the_tree_and_keeps_what_was_built(machine):
     assert (copy / "kept.txt").stat().st_mtime == 1
     assert (copy / "build" / "built").exists()
     assert os.access(copy / "tools" / "debian13", os.X_OK)
+
+
+def test_the_copy_follows_a_change_of_mode(machine):
+    machine.write("script", "exit 0")
+    copy = machine.cache / "kvrpc" / "script"
+    for mode in (0o644, 0o755, 0o644):
+        (machine.tree / "script").chmod(mode)
+        assert machine.run("true")[0].returncode == 0
+        assert copy.stat().st_mode & 0o777 == mode
 
 
 def test_a_command_sees_only_what_concerns_the_network_and_the_tests(machine):

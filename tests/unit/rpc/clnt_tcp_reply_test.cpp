@@ -73,11 +73,11 @@ TEST(tcp_reply, with_a_wrong_id_is_dropped) {
 }
 
 TEST(tcp_reply, of_rejection_with_a_wrong_id_is_dropped) {
-  expect_good(
-      answered_with([](const std::string& call) {
-        return record(wrong_id(call) + words({1, 1, 1, 5})) + record(success(call, words({14})));
-      }),
-      14);
+  expect_good(answered_with([](const std::string& call) {
+                const std::string rejection = wrong_id(call) + words({1, 1, 1, 5});
+                return record(rejection) + record(success(call, words({14})));
+              }),
+              14);
 }
 
 TEST(tcp_reply, that_does_not_decode_is_dropped) {
@@ -146,14 +146,16 @@ TEST(tcp_reply, of_refusal_carries_its_details) {
   expect_refused(versions, RPC_PROGVERSMISMATCH);
   EXPECT_EQ(versions.error.re_vers.low, 3u);
   EXPECT_EQ(versions.error.re_vers.high, 4u);
-  const outcome authentication = answered_with([](const std::string& call) {
+  const auto refuse_credential = [](const std::string& call) {
     return record(call.substr(0, 4) + words({1, 1, 1, 5}));
-  });
+  };
+  const outcome authentication = answered_with(refuse_credential);
   expect_refused(authentication, RPC_AUTHERROR);
   EXPECT_EQ(authentication.error.re_why, AUTH_TOOWEAK);
-  const outcome rpc_version = answered_with([](const std::string& call) {
+  const auto refuse_version = [](const std::string& call) {
     return record(call.substr(0, 4) + words({1, 1, 0, 2, 2}));
-  });
+  };
+  const outcome rpc_version = answered_with(refuse_version);
   expect_refused(rpc_version, RPC_FAILED);
   EXPECT_EQ(rpc_version.error.re_lb.s1, 1);
   EXPECT_EQ(rpc_version.error.re_lb.s2, 0);
