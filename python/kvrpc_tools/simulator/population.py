@@ -14,7 +14,7 @@ from kvrpc_tools.schema import Schema
 from kvrpc_tools.simulator.codec import Codec
 from kvrpc_tools.simulator.state import Installation
 from kvrpc_tools.simulator.state.jobs import DONE, FAILED
-from kvrpc_tools.simulator.state.structure import ALPHA_HOST
+from kvrpc_tools.simulator.state.people import ALPHA_HOST
 
 PASSWORD = "geheim"
 _FIRST = ("Anna Bernd Carla Dirk Eva Frank Gerda Hans Inge Jan Karin Lars Maria Nils Olga Peter "

@@ -35,16 +35,17 @@ class Installation:
 
     def __init__(self, schema: Schema, now: Clock = time.time) -> None:
         journal = Journal(now)
-        structure, people, documents = Structure(), People(), Documents(now)
-        structure.count_users, structure.count_logins = people.count_users, people.count_logins
+        people, belongings, documents = People(), Belongings(now), Documents(now)
+        structure = Structure(people, belongings)
         self._shaper = shaper_of(schema)
         self._processes = Processes(journal)
         self._jobs = Jobs(documents, people, journal, now)
+        self._indexed = (documents, self._jobs, journal)
         self.handlers: Dict[str, Handler] = {}
         pages = Pages(documents, people, structure)
         self._kept: Dict[str, Any] = {
             "people": people, "structure": structure, "addresses": Addresses(people),
-            "belongings": Belongings(), "documents": documents, "pages": pages,
+            "belongings": belongings, "documents": documents, "pages": pages,
             "jobs": self._jobs, "lines": Lines(structure), "transfer": PageTransfer(documents),
             "numbers": Numbers(), "services": Services(journal, people, now),
             "processes": self._processes, "journal": journal,
@@ -63,7 +64,8 @@ class Installation:
             if name not in self._kept:
                 raise ValueError(f"there is no {name}, but {', '.join(self._kept)}")
             keeping.load(self._kept[name], kept)
-        self._jobs.look_again()
+        for family in self._indexed:
+            family.look_again()
 
     def is_running(self, server: str) -> bool:
         """Returns whether this server runs."""

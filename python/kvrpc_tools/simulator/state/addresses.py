@@ -17,7 +17,7 @@ from typing import Any, Callable, Dict, List, Optional
 from kvrpc_tools.simulator.state.keeping import Kept
 from kvrpc_tools.simulator.state.people import People
 from kvrpc_tools.simulator.state.shape import Row, opened
-from kvrpc_tools.simulator.state.table import Handler, Table, behind
+from kvrpc_tools.simulator.state.table import Handler, Table
 
 _BOOK = "firma"
 
@@ -52,7 +52,8 @@ class Access:
 
     def block(self, asked: Row) -> List[Row]:
         """Returns at most `anz` such rows whose key is greater than `pos`."""
-        return behind(self.rows(asked), self.field, asked["pos"], asked["anz"])
+        return self.table.after((asked["pos"],), asked["anz"],
+                                keep=lambda row: self.allows(row, asked, READ))
 
     def put(self, argument: Any) -> bool:
         """A row that names no owner belongs to the user who puts it."""
@@ -136,8 +137,7 @@ class Addresses:
             f"{server}_get_tebul_1": lambda asked: books.get(asked) and self.lines.get(asked),
             f"{server}_del_tebul_1": lambda asked: (
                 books.get(asked, WRITE) is not None and self.lines.delete(asked)),
-            f"{server}_get_tebul_ll_1": lambda asked: behind(
-                self._lines_of(asked), "telid", asked["pos"], asked["anz"]),
+            f"{server}_get_tebul_ll_1": self._line_block,
             f"{server}_put_tgroup_1": groups.put,
             f"{server}_get_tgroup_1": groups.get,
             f"{server}_del_tgroup_1": groups.delete_with(self.members),
@@ -155,6 +155,12 @@ class Addresses:
         readable = self._book_access.get(asked) is not None
         return self.lines.rows(tbuchid=asked["tbuchid"]) if readable else []
 
+    def _line_block(self, asked: Row) -> List[Row]:
+        """Entries after the entry `pos` of a book."""
+        readable = self._book_access.get(asked) is not None
+        return self.lines.after((asked["pos"],), asked["anz"],
+                                within=(asked["tbuchid"],)) if readable else []
+
     def _put_line(self, argument: Any) -> bool:
         """An entry needs its book."""
         return (self._book_access.get(opened(argument), WRITE) is not None
@@ -171,9 +177,9 @@ class Addresses:
 
     def _member_block(self, asked: Row) -> List[Row]:
         """Members after the entry `pose` of the book `posb`."""
-        last = (asked["posb"], asked["pose"])
-        rows = [row for row in self._members_of(asked) if (row["tbuchid"], row["telid"]) > last]
-        return rows[:asked["anz"]] if asked["anz"] > 0 else rows
+        readable = self._group_access.get(asked) is not None
+        return self.members.after((asked["posb"], asked["pose"]), asked["anz"],
+                                  within=(asked["groupid"],)) if readable else []
 
     # ---- searching
 

@@ -1,12 +1,18 @@
-"""What is kept for users beside their own rows: settings, mail and gateway addresses."""
+"""What is kept for users beside their own rows: settings, mail and gateway addresses.
+
+Reading a reply address adds one to its `count` and sets its `lastaccess`; reading a gateway user
+with `touch` sets `lastaccess`. Both are the simulator's own, as is what the versions of the list of
+reply addresses leave out: version 0 other users, if it names one, version 1 addresses that were
+last read before `lastaccess`.
+"""
 
 from __future__ import annotations
 
-from typing import Any, Dict, List, Optional
+from typing import Any, Callable, Dict, List, Optional
 
 from kvrpc_tools.simulator.state.keeping import Kept
 from kvrpc_tools.simulator.state.shape import Row, opened
-from kvrpc_tools.simulator.state.table import Handler, Table, behind
+from kvrpc_tools.simulator.state.table import LAST, Handler, Key, Table
 
 # Settings of this user go for everybody who has none of their own.
 EVERYBODY = ""
@@ -18,7 +24,8 @@ class Belongings:
     KEPT: Kept = dict.fromkeys((
         "settings", "mail_users", "gateway_users", "reply_addresses"))
 
-    def __init__(self) -> None:
+    def __init__(self, now: Callable[[], float]) -> None:
+        self._now = now
         self.settings = Table(["userid", "name"], [
             {"userid": EVERYBODY, "name": "language", "content": "deutsch"},
             {"userid": "meier", "name": "cover", "content": "standard"}])
@@ -43,8 +50,8 @@ class Belongings:
             offered.update(self.gateway_users.offer(
                 put=f"{server}_put_gwuser_1", delete=f"{server}_del_gwuser_1"))
             offered.update(self.reply_addresses.offer(
-                put=f"{server}_put_reply_addr_1", get=f"{server}_get_reply_addr_1",
-                delete=f"{server}_del_reply_addr_1"))
+                put=f"{server}_put_reply_addr_1", delete=f"{server}_del_reply_addr_1"))
+            offered[f"{server}_get_reply_addr_1"] = self._reply_address
             offered[f"{server}_get_muser_line_1"] = self._mail_user_of_line
             offered[f"{server}_get_muser_line_ll_1"] = self._mail_users_by_line
             offered[f"{server}_get_gwuser_1"] = self._gateway_user
@@ -66,11 +73,12 @@ class Belongings:
     def _settings(self, argument: Any) -> List[Row]:
         """A user's own, and with `user_only` false everybody's as well, by name."""
         asked = opened(argument)
-        found = {} if asked["user_only"] else {
-            row["name"]: row for row in self.settings.rows(userid=EVERYBODY)}
-        found.update((row["name"], row) for row in self.settings.rows(userid=asked["userid"]))
+        found: Dict[str, Row] = {}
+        for user in ([] if asked["user_only"] else [EVERYBODY]) + [asked["userid"]]:
+            found.update((row["name"], row) for row in self.settings.after(
+                (asked["pos"],), asked["anz"], within=(user,)))
         rows = [found[name] for name in sorted(found)]
-        return behind(rows, "name", asked["pos"], asked["anz"])
+        return rows[:asked["anz"]] if asked["anz"] > 0 else rows
 
     # ---- addresses
 
@@ -78,28 +86,50 @@ class Belongings:
         return next(iter(self.mail_users.rows(lineid=line)), None)
 
     def _mail_users_by_line(self, argument: Row) -> List[Row]:
-        rows = sorted(self.mail_users.rows(), key=lambda row: str(row["lineid"]))
-        return behind(rows, "lineid", argument["pos"], argument["anz"])
+        return self.mail_users.by("lineid").after(_past(argument["pos"]), argument["anz"])
 
     def _gateway_user(self, argument: Any) -> Optional[Row]:
         """By mail address or by line, as the argument has it."""
         asked = opened(argument)
         fields = {field: asked[field] for field in ("gw_type", "mailaddr", "lineid")
                   if field in asked}
-        return next(iter(self.gateway_users.rows(**fields)), None)
+        row = next(iter(self.gateway_users.rows(**fields)), None)
+        if row is not None and asked.get("touch"):
+            row["lastaccess"] = int(self._now())
+        return row
 
     def _gateway_users(self, argument: Any) -> List[Row]:
         """Versions 0 and 3 go by mail address, 1 and 2 by line."""
         asked = opened(argument)
-        field = "lineid" if argument["selection"] in (1, 2) else "mailaddr"
-        rows = sorted(self.gateway_users.rows(gw_type=asked["gw_type"]),
-                      key=lambda row: str(row[field]))
-        return behind(rows, field, asked["pos"], asked["anz"])
+        users = (self.gateway_users.by("gw_type", "lineid") if argument["selection"] in (1, 2)
+                 else self.gateway_users)
+        return users.after(_past(asked["pos"]), asked["anz"], within=(asked["gw_type"],))
+
+    def count_gateway_users(self, gw_type: str) -> int:
+        """Returns how many users a type of gateway has."""
+        return len(self.gateway_users.rows(gw_type=gw_type))
+
+    def _reply_address(self, argument: Any) -> Optional[Row]:
+        row = self.reply_addresses.get(argument)
+        if row is not None:
+            row.update(count=row.get("count", 0) + 1, lastaccess=int(self._now()))
+        return row
 
     def _reply_addresses(self, argument: Any) -> List[Row]:
         """Of one network; version 2 either the barred ones or the others."""
         asked = opened(argument)
-        rows = self.reply_addresses.rows(nettype=asked["nettype"])
-        if "barred" in asked:
-            rows = [row for row in rows if row.get("barred") == asked["barred"]]
-        return behind(rows, "tsi", asked["tsi"], asked["anz"])
+
+        def keep(row: Row) -> bool:
+            if "barred" in asked:
+                return bool(row.get("barred") == asked["barred"])
+            if "lastaccess" in asked:
+                return bool(row.get("lastaccess", 0) >= asked["lastaccess"])
+            return not asked["userid"] or all(row.get(field) == asked[field]
+                                              for field in ("userid", "alphaid"))
+        return self.reply_addresses.after(_past(asked["tsi"]), asked["anz"],
+                                          within=(asked["nettype"],), keep=keep)
+
+
+def _past(position: str) -> Key:
+    """Returns what is after all keys that have this text in this place."""
+    return (position, LAST) if position else ()

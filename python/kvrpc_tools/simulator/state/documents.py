@@ -7,10 +7,14 @@ installation, so that `sigma` finds a document without its user.
 
 from __future__ import annotations
 
+import bisect
 from dataclasses import dataclass, field
 from typing import Any, Callable, Dict, List, Optional, Tuple
 
 from kvrpc_tools.simulator.state.keeping import Kept
+from kvrpc_tools.simulator.state.table import window
+
+Name = Tuple[int, str]  # the number and the user of a document
 
 POOL, SENT, RECEIVED = 0, 1, 2
 
@@ -63,6 +67,7 @@ class Documents:
         self._now = now
         self._documents: Dict[Tuple[str, int, int], Document] = {}
         self._last_id = 0
+        self.look_again()
         self.receive("meier", "Werft Nord", "fax0", "Zeichnung",
                      [_COVER.format(user="Ida Meier"), "[Zeichnung, Blatt 1]\n"])
         self.receive("schulz", "Anzeigenannahme", "fax1", "Korrekturabzug", ["[Abzug]\n"])
@@ -75,22 +80,45 @@ class Documents:
 
     def find_any(self, topf: int, faxid: int) -> Optional[Document]:
         """Whoever it belongs to."""
-        return next((document for document in self._documents.values()
-                     if (document.topf, document.faxid) == (topf, faxid)), None)
+        userid = self._owners.get((topf, faxid))
+        return None if userid is None else self.find(userid, topf, faxid)
 
-    def all_of(self, userid: str, topf: int) -> List[Document]:
-        """In the order of their numbers; of the pool also what others have made public."""
-        return sorted((document for document in self._documents.values()
-                       if document.topf == topf
-                       and (document.userid == userid or (topf == POOL and document.public))),
-                      key=lambda document: document.faxid)
+    def listed(self, userid: str, topf: int, start: int = 0, most: int = 0) -> List[Document]:
+        """Returns at most `most` documents from number `start` on; all for 0 or less.
+
+        They are in the order of their numbers. The pool also has what others have made public.
+        """
+        own = self._compartments.get((userid, topf), [])
+        others = [] if topf != POOL else [name for name in self._public if name[1] != userid]
+        names = sorted([*own, *others]) if others else own
+        return [self._documents[user, topf, faxid] for faxid, user in window(names, start, most)]
 
     def make(self, userid: str, topf: int, comment: str = "") -> Document:
         """Makes an empty document, with the next number."""
         self._last_id += 1
         document = Document(self._last_id, userid, topf, int(self._now()), comment)
         self._documents[userid, topf, document.faxid] = document
+        self._enter(document)
         return document
+
+    def publish(self, document: Document, public: bool) -> None:
+        """Makes a document of the pool everybody's, or its user's only."""
+        document.public = public
+        _put_or_remove(self._public, _name(document), public and document.topf == POOL)
+
+    def look_again(self) -> None:
+        """Makes what a search needs, because other documents were loaded."""
+        self._compartments: Dict[Tuple[str, int], List[Name]] = {}
+        self._public: List[Name] = []
+        self._owners: Dict[Tuple[int, int], str] = {}
+        for document in self._documents.values():
+            self._enter(document)
+
+    def _enter(self, document: Document) -> None:
+        names = self._compartments.setdefault((document.userid, document.topf), [])
+        _put_or_remove(names, _name(document), True)
+        self._owners.setdefault((document.topf, document.faxid), document.userid)
+        self.publish(document, document.public)
 
     def receive(self, userid: str, sender: str, line: str, comment: str,
                 pages: List[str]) -> Document:
@@ -109,3 +137,20 @@ class Documents:
     def delete(self, document: Document) -> None:
         """Removes a document."""
         del self._documents[document.userid, document.topf, document.faxid]
+        self.publish(document, False)
+        _put_or_remove(self._compartments[document.userid, document.topf], _name(document), False)
+        self._owners.pop((document.topf, document.faxid), None)
+
+
+def _name(document: Document) -> Name:
+    return (document.faxid, document.userid)
+
+
+def _put_or_remove(names: List[Name], name: Name, wanted: bool) -> None:
+    """Leaves `name` in the ordered list if it is `wanted`, else takes it out."""
+    at = bisect.bisect_left(names, name)
+    there = names[at:at + 1] == [name]
+    if wanted and not there:
+        names.insert(at, name)
+    elif there and not wanted:
+        del names[at]

@@ -3,19 +3,24 @@
 A job waits until its planned time, is on the line for as long as its pages take, and is then done;
 where it stands follows from the clock alone. A job keeps a copy of the document's pages in the
 compartment of sent documents, under its own number.
+
+These are the simulator's own: the states and their times; that a job fails if it has no number,
+after as many repeats as `sollrepc` says; that a job with the night flag waits for the night rate of
+`/etc/fax.conf`.
 """
 
 from __future__ import annotations
 
+import heapq
+import itertools
 import math
-from typing import Any, Callable, Dict, List, Optional
+from typing import Any, Callable, Dict, List, Optional, Tuple
 
 from kvrpc_tools.simulator.state.documents import POOL, SENT, Documents
 from kvrpc_tools.simulator.state.journal import WARNING, Journal
 from kvrpc_tools.simulator.state.keeping import Kept
-from kvrpc_tools.simulator.state.people import People
+from kvrpc_tools.simulator.state.people import ALPHA_HOST, People
 from kvrpc_tools.simulator.state.shape import Row, opened
-from kvrpc_tools.simulator.state.structure import ALPHA_HOST
 from kvrpc_tools.simulator.state.table import Handler, window
 
 # Of a job, in its field `status`.
@@ -23,6 +28,9 @@ QUEUED, SENDING, DONE, CANCELLED, FAILED = 1, 2, 3, 4, 5
 
 QUEUE_SECONDS = 0.5
 PAGE_SECONDS = 0.25
+REPEAT_SECONDS = 180
+_HOUR, _DAY = 3600, 86400
+NIGHT_BEGINS, NIGHT_ENDS = 22 * _HOUR, 6 * _HOUR  # of a day in Greenwich
 NO_NUMBER = 1  # in `errstat`
 
 _FULL = 1  # the arm of the newer unions that has all fields
@@ -43,7 +51,8 @@ class Jobs:
         self._now = now
         self._jobs: Dict[int, Row] = {}
         self._due: Dict[int, float] = {}
-        self._earliest = 0.0  # no job is due before; 0 if that is not known
+        self._earliest = math.inf  # no job is due before
+        self.look_again()
 
     def handlers(self) -> Dict[str, Handler]:
         """Returns what carries out each procedure of the family, by its name."""
@@ -53,7 +62,7 @@ class Jobs:
             "a_get_s_rec_1": self._job,
             "a_get_s_rec_new_1": lambda asked: _full(self._job(asked)),
             "a_get_s_1": lambda asked: self._listed(asked),
-            "a_get_sb_1": lambda asked: window(self._listed(asked), asked["pos"], asked["anz"]),
+            "a_get_sb_1": lambda asked: self._listed(asked, asked["pos"], asked["anz"]),
             "a_get_s_rec_new_ll_1": self._list_new,
             "a_cancel_s_1": self._cancel,
             "a_restart_s_1": self._restart,
@@ -70,17 +79,29 @@ class Jobs:
         """Brings every job to the state that it has by now."""
         if self._now() < self._earliest:
             return
-        for faxid, due in list(self._due.items()):
-            job = self._jobs[faxid]
-            if job["status"] == QUEUED and self._now() >= due:
-                self._dial(faxid, job, due)
-            if job["status"] == SENDING and self._now() >= self._due[faxid]:
-                self._finish(faxid, job)
-        self._earliest = min(self._due.values(), default=math.inf)
+        while self._times and self._times[0][0] <= self._now():
+            due, faxid = heapq.heappop(self._times)
+            if self._due.get(faxid) == due:  # else it was cancelled, or put off
+                job = self._jobs[faxid]
+                (self._dial if job["status"] == QUEUED else self._finish)(faxid, job, due)
+        self._earliest = self._times[0][0] if self._times else math.inf
 
     def look_again(self) -> None:
-        """Forgets what was known of the jobs, because others were loaded."""
-        self._earliest = 0.0
+        """Makes what a search needs, because other jobs were loaded."""
+        self._jobs = dict(sorted(self._jobs.items()))
+        self._times: List[Tuple[float, int]] = []  # of all jobs that are due, the earliest first
+        self._earliest = math.inf
+        for faxid, due in self._due.items():
+            self._set_due(faxid, due)
+        self._of_user: Dict[str, List[int]] = {}
+        for faxid, job in self._jobs.items():
+            self._of_user.setdefault(job["userid"], []).append(faxid)
+        self._of_gateway: Dict[Tuple[Any, ...], List[int]] = {}  # see _list_new
+
+    def _set_due(self, faxid: int, due: float) -> None:
+        self._due[faxid] = due
+        heapq.heappush(self._times, (due, faxid))
+        self._earliest = min(self._earliest, due)
 
     # ---- the road of a job
 
@@ -102,29 +123,42 @@ class Jobs:
                "comment": copy.comment, "crezeit": copy.created, "istzeit": 0, "errstat": 0,
                "alphaid": ALPHA_HOST, "alphaid_src": ALPHA_HOST, "userid_src": asked["userid"]}
         self._jobs[copy.faxid] = job
+        self._of_user.setdefault(job["userid"], []).append(copy.faxid)
+        self._of_gateway = {}
         self._queue(job)
         self._tell(job, f"accepted for {job['empfnr']}")
         return {"faxid": copy.faxid, "errcode": 0}
 
     def _queue(self, job: Row) -> None:
         start = max(self._now() + QUEUE_SECONDS, float(job["sollzeit"]))
+        self._wait_until(_night_from(start) if job["nachtkz"] else start, job)
+
+    def _wait_until(self, start: float, job: Row) -> None:
         job["status"], job["nextzeit"] = QUEUED, int(start)
-        self._due[job["faxid"]] = start
-        self._earliest = min(self._earliest, start)
+        self._set_due(job["faxid"], start)
 
     def _dial(self, faxid: int, job: Row, start: float) -> None:
         job["istrepc"] += 1
         job["istzeit"] = int(start)
         if not job["empfnr"]:
-            job.update(status=FAILED, errstat=NO_NUMBER, error_string="no number")
-            del self._due[faxid]
-            self._tell(job, "failed: no number", WARNING)
+            self._fail(faxid, job, start)
             return
         job.update(status=SENDING, lineid_xmt="fax0")
-        self._due[faxid] = start + PAGE_SECONDS * max(1, job["seiten"])
+        self._set_due(faxid, start + PAGE_SECONDS * max(1, job["seiten"]))
         self._tell(job, f"dials {job['empfnr']} on fax0")
 
-    def _finish(self, faxid: int, job: Row) -> None:
+    def _fail(self, faxid: int, job: Row, start: float) -> None:
+        """Repeats the job as often as planned. Its first attempt is no repeat."""
+        job.update(errstat=NO_NUMBER, error_string="no number")
+        if job["istrepc"] <= job["sollrepc"]:
+            self._wait_until(start + REPEAT_SECONDS, job)
+            self._tell(job, f"no number, attempt {job['istrepc']}", WARNING)
+            return
+        job.update(status=FAILED, nextzeit=0)
+        del self._due[faxid]
+        self._tell(job, "failed: no number", WARNING)
+
+    def _finish(self, faxid: int, job: Row, _: float) -> None:
         del self._due[faxid]
         job.update(status=DONE, seitenok=job["seiten"], dauer=20 * job["seiten"], nextzeit=0,
                    ready=True, charge_unit="EUR", charge_value=9 * job["seiten"])
@@ -146,17 +180,26 @@ class Jobs:
         job = self._jobs.get(asked["faxid"])
         return job if job and job["userid"] == asked["userid"] else None
 
-    def _listed(self, asked: Row) -> List[Row]:
-        user = self._people.user_of(asked["loginid"])
-        return [job for _, job in sorted(self._jobs.items()) if job["userid"] == user]
+    def _listed(self, asked: Row, start: int = 0, most: int = 0) -> List[Row]:
+        return [self._jobs[faxid] for faxid in window(self._numbers(asked), start, most)]
+
+    def _numbers(self, asked: Row) -> List[int]:
+        return self._of_user.get(self._people.user_of(asked["loginid"]) or "", [])
 
     def _list_new(self, argument: Any) -> List[Row]:
         """Those of one gateway or mail address, when the argument names one."""
         asked = opened(argument)
-        rows = [_full(job) for job in self._listed(asked)
-                if all(not asked[field] or job.get(field) == asked[field]
-                       for field in ("gw_type", "mailaddr"))]
-        return window(rows, asked["pos"], asked["anz"])
+        wanted = [(field, asked[field]) for field in ("gw_type", "mailaddr") if asked[field]]
+        numbers = self._numbers(asked)
+        if wanted:  # kept until there is another job, for the next block
+            key = (self._people.user_of(asked["loginid"]), *wanted)
+            if key not in self._of_gateway:
+                self._of_gateway[key] = [
+                    faxid for faxid in numbers if all(
+                        self._jobs[faxid].get(field) == value for field, value in wanted)]
+            numbers = self._of_gateway[key]
+        return [_full(self._jobs[faxid])
+                for faxid in window(numbers, asked["pos"], asked["anz"])]
 
     def _cancel(self, asked: Row) -> bool:
         """Only what still waits or is on the line."""
@@ -202,13 +245,20 @@ class Jobs:
 
     def _waiting(self, argument: Any) -> List[Row]:
         """At most `anz` jobs that wait for a line."""
-        rows = [{"s_rec": job, **job, "selection": 0} for _, job in sorted(self._jobs.items())
-                if job["status"] == QUEUED]
-        return window(rows, 0, opened(argument)["anz"])
+        most = opened(argument)["anz"]
+        rows = ({"s_rec": job, **job, "selection": 0} for job in self._jobs.values()
+                if job["status"] == QUEUED)
+        return list(itertools.islice(rows, most if most > 0 else None))
 
     def _dump(self, _: Any) -> None:
-        for faxid, job in sorted(self._jobs.items()):
+        for faxid, job in self._jobs.items():
             self._journal.note("alpha", f"job {faxid}: status {job['status']}")
+
+
+def _night_from(start: float) -> float:
+    """Returns the first time of a night that is not before `start`."""
+    clock = start % _DAY
+    return start if clock >= NIGHT_BEGINS or clock < NIGHT_ENDS else start - clock + NIGHT_BEGINS
 
 
 def _full(job: Optional[Row]) -> Row:

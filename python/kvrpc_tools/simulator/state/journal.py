@@ -21,6 +21,7 @@ class Journal:
     def __init__(self, now: Callable[[], float]) -> None:
         self._now = now
         self._records: List[Dict[str, Any]] = []
+        self._text: List[str] = []  # what `lines` returned last; empty if a record came since
 
     def handlers(self) -> Dict[str, Callable[[Any], Any]]:
         """Returns what carries out each procedure of the family, by its name."""
@@ -33,6 +34,7 @@ class Journal:
     def add(self, record: Dict[str, Any]) -> None:
         """Keeps a record; the oldest ones go when there are too many."""
         self._records.append(record)
+        self._text = []
         del self._records[:-MOST_RECORDS]
 
     def note(self, origin: str, text: str, severity: int = INFORMATION) -> None:
@@ -40,10 +42,17 @@ class Journal:
         self.add({"origin_id": origin, "origin_class": SYSTEM, "time_stamp": int(self._now()),
                   "message_class": SYSTEM, "severity": severity, "data": text})
 
+    def look_again(self) -> None:
+        """Forgets the text of the records, because others were loaded."""
+        self._text = []
+
     def lines(self) -> str:
         """The whole log as text, one line a record."""
-        return "".join(f"{_stamp(record['time_stamp'])} {record['origin_id']}: {record['data']}\n"
-                       for record in self._records)
+        if not self._text:
+            self._text = ["".join(
+                f"{_stamp(record['time_stamp'])} {record['origin_id']}: {record['data']}\n"
+                for record in self._records)]
+        return self._text[0]
 
     def _record(self, number: int) -> Any:
         return self._records[number] if 0 <= number < len(self._records) else None

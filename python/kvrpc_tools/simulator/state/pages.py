@@ -9,7 +9,7 @@ from kvrpc_tools.simulator.state.keeping import Kept
 from kvrpc_tools.simulator.state.people import People
 from kvrpc_tools.simulator.state.shape import Row, opened
 from kvrpc_tools.simulator.state.structure import Structure
-from kvrpc_tools.simulator.state.table import Handler, window
+from kvrpc_tools.simulator.state.table import Handler
 
 DAT = 100  # characters that one piece of a list of texts can hold
 
@@ -44,7 +44,7 @@ class Pages:
             "a_forward_1": self._forward,
             "a_print_dok_1": self._print,
             "a_put_comment_1": lambda asked: self._set(asked, comment=asked["comment"]),
-            "a_put_public_1": lambda asked: self._set(asked, public=asked["public_"]),
+            "a_put_public_1": self._publish,
             "a_put_bif_1": lambda asked: self._set(asked, mark=asked["bif"]),
             "a_exc_bif_1": self._exchange_mark,
             "a_exc_status_1": self._exchange_status,
@@ -101,6 +101,12 @@ class Pages:
             vars(document).update(values)
         return document is not None
 
+    def _publish(self, asked: Row) -> bool:
+        document = self._find(asked)
+        if document is not None:
+            self._documents.publish(document, asked["public_"])
+        return document is not None
+
     def _exchange_mark(self, asked: Row) -> Row:
         document = self._find(asked)
         old = document is not None and document.mark
@@ -118,7 +124,7 @@ class Pages:
 
     def _marked(self, asked: Row) -> bool:
         return any(document.mark for document in
-                   self._documents.all_of(asked["userid"], asked["topf"]))
+                   self._documents.listed(asked["userid"], asked["topf"]))
 
     # ---- pages
 
@@ -187,22 +193,22 @@ class Pages:
             "a_get_e_rec_1": self._received_row,
             "a_get_e_rec_new_1": self._received_row,
             "a_get_p_1": lambda asked: self._pool(asked),
-            "a_get_pb_1": lambda asked: window(self._pool(asked), asked["pos"], asked["anz"]),
+            "a_get_pb_1": lambda asked: self._pool(asked, asked["pos"], asked["anz"]),
             "a_get_e_1": lambda asked: self._inbox(asked),
-            "a_get_eb_1": lambda asked: window(self._inbox(asked), asked["pos"], asked["anz"]),
-            "a_get_e_rec_new_ll_1": lambda asked: window(self._inbox(asked), asked["pos"],
-                                                         asked["anz"]),
+            "a_get_eb_1": lambda asked: self._inbox(asked, asked["pos"], asked["anz"]),
+            "a_get_e_rec_new_ll_1": lambda asked: self._inbox(asked, asked["pos"], asked["anz"]),
         }
 
-    def _of_login(self, asked: Row, topf: int) -> List[Document]:
+    def _of_login(self, asked: Row, topf: int, start: int, most: int) -> List[Document]:
         user = self._people.user_of(asked["loginid"])
-        return [] if user is None else self._documents.all_of(user, topf)
+        return [] if user is None else self._documents.listed(user, topf, start, most)
 
-    def _pool(self, asked: Row) -> List[Row]:
-        return [document.pool_row() for document in self._of_login(asked, POOL)]
+    def _pool(self, asked: Row, start: int = 0, most: int = 0) -> List[Row]:
+        return [document.pool_row() for document in self._of_login(asked, POOL, start, most)]
 
-    def _inbox(self, asked: Row) -> List[Row]:
-        return [document.received_row() for document in self._of_login(asked, RECEIVED)]
+    def _inbox(self, asked: Row, start: int = 0, most: int = 0) -> List[Row]:
+        return [document.received_row()
+                for document in self._of_login(asked, RECEIVED, start, most)]
 
     def _pool_row(self, asked: Row) -> Optional[Row]:
         document = self._find(asked, POOL)

@@ -12,9 +12,9 @@ from typing import Any, Dict, List, Optional, Set, Tuple
 
 from kvrpc_tools.simulator.state.keeping import Kept
 from kvrpc_tools.simulator.state.shape import Row, opened
-from kvrpc_tools.simulator.state.structure import ALPHA_HOST
 from kvrpc_tools.simulator.state.table import Handler, Table
 
+ALPHA_HOST = "zentrale"  # the name of this alpha
 DONE, NO_USER, WRONG_PASSWORD = 0, 1, 2
 
 ADMINISTRATION_PASSWORD = "verwalter"
@@ -163,9 +163,7 @@ class People:
         """
         last = (argument["alphaid"] or ALPHA_HOST, argument["userid"])
         asked = argument["alphaid"] or argument["userid"]
-        rows = [row for row in self.users.rows()
-                if not asked or (row["alphaid"], row["userid"]) > last]
-        return rows[:argument["anz"]] if argument["anz"] > 0 else rows
+        return self.users.after(last if asked else (), argument["anz"])
 
     def _by_barcode(self, barcode: str) -> Optional[Row]:
         return next(iter(self.users.rows(barcode=barcode)), None) if barcode else None

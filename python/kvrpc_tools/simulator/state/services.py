@@ -69,7 +69,7 @@ class Services:
     # ---- notifications
 
     def _subscribe(self, asked: Row) -> bool:
-        """Kept for a session that is there; nothing is ever sent."""
+        """Kept for a session, until that ends; nothing is ever sent."""
         if self._people.user_of(asked["loginid"]) is None:
             return False
         self._subscriptions.append(asked)
@@ -77,6 +77,8 @@ class Services:
 
     def _unsubscribe(self, asked: Row) -> bool:
         """Those of this session and address; without `all` only those for this trigger."""
+        self._subscriptions = [kept for kept in self._subscriptions
+                               if self._people.user_of(kept["loginid"]) is not None]
         same = [kept for kept in self._subscriptions
                 if all(kept[key] == asked[key] for key in ("loginid", "ip_address", "port"))
                 and (asked["all"] or kept["trigger"] == asked["trigger"])]

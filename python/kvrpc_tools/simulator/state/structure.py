@@ -6,14 +6,16 @@ one row.
 
 from __future__ import annotations
 
-from typing import Any, Callable, Dict, List, Optional
+from typing import Any, Dict, List, Optional
 
+from kvrpc_tools.simulator.state.belongings import Belongings
 from kvrpc_tools.simulator.state.keeping import Kept
+from kvrpc_tools.simulator.state.people import ALPHA_HOST, People
 from kvrpc_tools.simulator.state.shape import Row, opened
-from kvrpc_tools.simulator.state.table import Handler, Table, behind, window
+from kvrpc_tools.simulator.state.table import Handler, Table, window
 
-ALPHA_HOST = "zentrale"
 MOST_USERS, MOST_LOGINS, MOST_LINES = 50, 20, 4
+_MOST_GATEWAY_USERS = (("mail", 10), ("sms", 5))
 
 # That these fields are the same is read from their names.
 _LATER_NAMES = {name: f"scan_{name}" for name in (
@@ -42,14 +44,14 @@ class FaxLines(Table):
 
 
 class Structure:
-    """The tables of `omega`; `count_users` and `count_logins` give today's numbers."""
+    """The tables of `omega`, and the limits with today's numbers."""
 
     KEPT: Kept = dict.fromkeys((
         "line_types", "lines", "printers", "alphas", "thetas", "printing", "routes", "settings"))
 
-    def __init__(self) -> None:
-        self.count_users: Callable[[], int] = lambda: 0
-        self.count_logins: Callable[[], int] = lambda: 0
+    def __init__(self, people: People, belongings: Belongings) -> None:
+        self._people = people
+        self._belongings = belongings
         self.line_types = Table(["typid"], [
             {"typid": "g3", "comment": "Gruppe 3", "linesmin": 1, "linesmax": MOST_LINES}])
         self.lines = FaxLines(["lineid"], [_line("fax0", 0), _line("fax1", 1)])
@@ -107,8 +109,8 @@ class Structure:
         """By number behind a common beginning, or by name."""
         asked = opened(argument)
         if argument.get("selection") == 1:
-            rows = [row for row in self.settings.rows() if row["protect"] == asked["protect"]]
-            return behind(rows, "name", asked["pos"], asked["anz"])
+            return self.settings.after((asked["pos"],), asked["anz"],
+                                       keep=lambda row: bool(row["protect"] == asked["protect"]))
         rows = [row for row in self.settings.rows() if row["name"].startswith(asked["basename"])
                 and (row["contents"] or not asked["skipempty"])]
         return window(rows, asked["pos"], asked["anz"])
@@ -129,9 +131,12 @@ class Structure:
         return {**(route or {}), "errcode": 0 if route else 1}
 
     def _limits(self, _: Any) -> Row:
+        limit = self._people.limits.get(ALPHA_HOST) or {"logins": MOST_LOGINS}
         return {"users": MOST_USERS, "hwclass": 1, "fax": True, "barcode": True,
-                "aktusers": self.count_users(), "maxlogins": MOST_LOGINS,
-                "aktlogins": self.count_logins(), "maxlines": MOST_LINES,
+                "aktusers": self._people.count_users(), "maxlogins": limit["logins"],
+                "aktlogins": self._people.count_logins(), "maxlines": MOST_LINES,
                 "aktlines": len(self.lines.rows()), "postscriptlevel": 2,
-                "gwuser_count": [{"gw_type": "mail", "max_users": 10},
-                                 {"gw_type": "sms", "max_users": 5}]}
+                "gwuser_count": [
+                    {"gw_type": name, "max_users": most,
+                     "akt_users": self._belongings.count_gateway_users(name)}
+                    for name, most in _MOST_GATEWAY_USERS]}

@@ -10,8 +10,9 @@ from kvrpc_tools.simulator.characters import bytes_of
 from kvrpc_tools.simulator.state.documents import Documents
 from kvrpc_tools.simulator.state.keeping import Kept
 from kvrpc_tools.simulator.state.pages import page_sizes
+from kvrpc_tools.simulator.state.people import ALPHA_HOST
 from kvrpc_tools.simulator.state.shape import Row
-from kvrpc_tools.simulator.state.structure import ALPHA_HOST, Structure
+from kvrpc_tools.simulator.state.structure import Structure
 from kvrpc_tools.simulator.state.table import Handler, Table
 
 NO_PAGE, NO_HANDLE = 1, 2
