@@ -7,17 +7,13 @@
 #include <memory>
 
 #include "json/json.h"
+#include "support/json_owners.h"
 
 namespace {
 
 using namespace kvrpc;
-
-struct deleter {
-  void operator()(json_node* node) const { json_delete(node); }
-  void operator()(char* text) const { std::free(text); }
-};
-using tree_ptr = std::unique_ptr<json_node, deleter>;
-using text_ptr = std::unique_ptr<char, deleter>;
+using test::text_ptr;
+using test::tree_ptr;
 
 void require(bool holds) {
   if (!holds) std::abort();

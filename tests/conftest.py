@@ -33,6 +33,7 @@ if signal.getsignal(signal.SIGINT) is signal.SIG_IGN:
 from lambda_peer import LambdaPeer  # noqa: E402
 from peer import FaultPeer  # noqa: E402
 from settings import SETTINGS, clean_environment  # noqa: E402
+from verifier import Verifier  # noqa: E402
 
 
 def pytest_collection_modifyitems(config, items):
@@ -66,6 +67,12 @@ def run_script():
         )
 
     return run
+
+
+@pytest.fixture(params=["tcp", "udp"])
+def transport(request):
+    """Runs the test once over each transport."""
+    return request.param
 
 
 @pytest.fixture
@@ -128,18 +135,6 @@ def frame_client(module):
             pass
 
     return FrameClient
-
-
-class Verifier:
-    """Answers each vetting with the same verdict and keeps the names that it was asked about."""
-
-    def __init__(self, verdict=True):
-        self.verdict = verdict
-        self.names = []
-
-    def verify_call(self, name):
-        self.names.append(name)
-        return self.verdict
 
 
 @pytest.fixture

@@ -1,11 +1,12 @@
 """The environments that tests give to the processes they start."""
 
 import os
+import re
+from pathlib import Path
 
-# What leads a client of the module to a server.
-SETTINGS = (
-    "ALPHAHOST OMEGAHOST LOCALHOST ZOLMHOST KORVEXRPCOFFSET RPCTRANSPORT KORVEXRPCPORT KORVEXRPCMAP"
-).split()
+# What leads a client of the module to a server, as the module itself names it.
+HEADER = Path(__file__).resolve().parents[1] / "src" / "rpc" / "environment.h"
+SETTINGS = re.findall(r'char \w+\[\] = "(\w+)";', HEADER.read_text(encoding="utf-8"))
 
 
 def clean_environment():

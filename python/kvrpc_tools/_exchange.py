@@ -21,11 +21,8 @@ from typing import Generator, Optional, Tuple
 import kvrpc
 
 from . import _worker_process as wire
+from .directory import VARIABLES
 from .transport import Verifier
-
-# What leads a client to a server. The worker gets these as they are just before a request.
-VARIABLES = ("ALPHAHOST", "OMEGAHOST", "LOCALHOST", "ZOLMHOST", "KORVEXRPCOFFSET", "RPCTRANSPORT",
-             "KORVEXRPCPORT", "KORVEXRPCMAP")
 
 Frame = Tuple[bytes, bytes]
 Exchange = Generator[Frame, Frame, Frame]

@@ -11,6 +11,11 @@ from typing import NamedTuple, Optional
 
 from .schema import own
 
+# The variables that lead a client to a server. A worker process gets them as they are just before
+# a request.
+VARIABLES = ("ALPHAHOST", "OMEGAHOST", "LOCALHOST", "ZOLMHOST", "KORVEXRPCOFFSET", "RPCTRANSPORT",
+             "KORVEXRPCPORT", "KORVEXRPCMAP")
+
 
 class Place(NamedTuple):
     """Where a server is looked for. `port` is None if the portmapper of the host is asked."""

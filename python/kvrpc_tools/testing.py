@@ -19,31 +19,16 @@ import json
 import secrets
 import socket
 from pathlib import Path
-from typing import Any, Callable, Dict, Iterator, List, NamedTuple, Optional, Union
+from typing import Any, Callable, Dict, Iterator, List, Optional, Union
 
 from kvrpc_tools.check import Compiler, did_you_mean
 from kvrpc_tools.schema import WireType, own
 from kvrpc_tools.simulator import faults
 from kvrpc_tools.simulator.control import packed
 from kvrpc_tools.simulator.fixture import ELSEWHERE, VARIABLE, running
+from kvrpc_tools.simulator.simulation import Call as Call
 
 _NEAREST = 3  # calls that a failed assertion shows
-
-
-class Call(NamedTuple):
-    """A call that reached the simulator.
-
-    `argument` has the shape that the client library takes: dicts, lists, Base64 for bytes. `time`
-    is in seconds since 1970, by the simulator's clock. `outcome` is "answered", "unexpected", or
-    the kind of the fault that struck.
-    """
-
-    server: str
-    procedure: str
-    argument: Any
-    transport: str
-    time: float
-    outcome: str
 
 
 class Clock:

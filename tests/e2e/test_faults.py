@@ -70,11 +70,6 @@ NO_REPLIES = {
 }
 
 
-@pytest.fixture(params=["tcp", "udp"])
-def transport(request):
-    return request.param
-
-
 @pytest.fixture
 def pair(module, fault_peer, transport):
     """A peer and a client that is connected to it."""

@@ -14,11 +14,6 @@ from settings import clean_environment
 TICK = 0.005
 
 
-@pytest.fixture(params=["tcp", "udp"])
-def transport(request):
-    return request.param
-
-
 @pytest.fixture
 def ticks():
     """Returns a list that gets the time of each signal of the timer."""

@@ -64,18 +64,9 @@ def test_a_late_answer_is_waited_for(faulty, allow, transport):
 
 
 @pytest.mark.slow
-def test_a_dropped_datagram_is_sent_again_after_five_seconds(faulty, allow):
-    client, simulator = faulty("udp", "drop:l_get_status_1:1")
-    start = time.monotonic()
-    assert json.loads(client.call(STATUS, allow))["status"] == 0
-    assert 4.5 <= time.monotonic() - start < 8
-    assert allow.names == ["l_get_status_1"]
-    assert len(calls_of(simulator, "l_get_status_1")) == 2
-
-
-@pytest.mark.slow
-def test_an_answer_under_another_id_is_passed_over(faulty, allow):
-    client, simulator = faulty("udp", "wrong-id:l_get_status_1:1")
+@pytest.mark.parametrize("fault", ["drop", "wrong-id"])
+def test_a_datagram_without_an_answer_is_sent_again_after_five_seconds(faulty, allow, fault):
+    client, simulator = faulty("udp", f"{fault}:l_get_status_1:1")
     start = time.monotonic()
     assert json.loads(client.call(STATUS, allow))["status"] == 0
     assert 4.5 <= time.monotonic() - start < 8

@@ -1,12 +1,11 @@
 """Ports found through the simulator's portmapper, when no variable gives them."""
 
 import json
-import subprocess
-import sys
 
 import port_111
 import pytest
-from settings import plain_environment
+
+from kvrpc_tools.simulator.fixture import running
 
 ASKED = {"lambda": ("l_version_1", 30500), "nue": ("n_get_nr_1", 1), "omega": ("o_sync_1", 0)}
 
@@ -14,16 +13,8 @@ ASKED = {"lambda": ("l_version_1", 30500), "nue": ("n_get_nr_1", 1), "omega": ("
 @pytest.fixture
 def portmapper():
     """A simulator with its portmapper."""
-    with port_111.taken():
-        process = subprocess.Popen(
-            [sys.executable, "-m", "kvrpc_tools.simulator", "--portmapper"],
-            stdout=subprocess.PIPE, stderr=subprocess.PIPE, encoding="utf-8",
-            env=plain_environment())
-        ready = any(line.startswith("KORVEXRPCPORT=") for line in process.stdout)
-        assert ready, process.communicate()[1]
+    with port_111.taken(), running("--portmapper"):
         yield
-        process.terminate()
-        process.communicate(timeout=10)
 
 
 @pytest.mark.parametrize("transport", ["tcp", "udp"])

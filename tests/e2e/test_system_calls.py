@@ -108,11 +108,6 @@ class TracedClient:
         return self.process.wait(WAIT_SECONDS)
 
 
-@pytest.fixture(params=["tcp", "udp"])
-def transport(request):
-    return request.param
-
-
 @pytest.fixture
 def traced(fault_peer, transport, tmp_path):
     peer = fault_peer(transport)

@@ -77,11 +77,6 @@ def marks(packets):
             for last, length in zip(packet.get("rpc.lastfrag", ()), packet.get("rpc.fraglen", ()))]
 
 
-@pytest.fixture(params=["tcp", "udp"])
-def transport(request):
-    return request.param
-
-
 def test_every_call_is_read_as_what_it_is(module, fault_peer, allow, tmp_path, transport):
     peer = fault_peer(transport)
     file = tmp_path / "capture"

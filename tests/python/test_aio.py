@@ -10,10 +10,12 @@ from pathlib import Path
 
 import pytest
 from servers import Started
+from verifier import Verifier
 
 from kvrpc_tools import Alpha, ConnectError, Refused, tracing
 from kvrpc_tools._worker import WorkerError
 from kvrpc_tools.aio import AsyncAlpha, AsyncLambda
+from tests.python.processes import children
 from tests.python.waits import GOOD, HOST, WAITS
 
 STALL = 0.05  # the loop must not stop for more seconds
@@ -58,21 +60,6 @@ async def assert_steady(make_waiting):
         if stalls[-1] < STALL:
             return
     pytest.fail(f"the loop stood still: {stalls}")
-
-
-class Verifier:
-    def __init__(self, verdict):
-        self.verdict = verdict
-        self.names = []
-
-    def verify_call(self, name):
-        self.names.append(name)
-        return self.verdict
-
-
-def processes():
-    lists = Path("/proc/self/task").glob("*/children")
-    return sorted(pid for each in lists for pid in each.read_text().split())
 
 
 @pytest.mark.parametrize("transport", ["tcp", "udp"])
@@ -263,7 +250,7 @@ def test_a_worker_that_is_killed_is_told_and_replaced(fault_peer):
 @pytest.mark.skipif(sys.platform != "linux", reason="counts what Linux lists in /proc")
 def test_nothing_is_left(fault_peer):
     fault_peer()
-    before = processes(), os.listdir("/proc/self/fd")
+    before = children(), os.listdir("/proc/self/fd")
 
     async def main():
         for timeout in (None, 0.001):
@@ -272,7 +259,7 @@ def test_nothing_is_left(fault_peer):
                     await client.l_get_status_1(timeout=timeout)
 
     asyncio.run(main())
-    assert (processes(), os.listdir("/proc/self/fd")) == before
+    assert (children(), os.listdir("/proc/self/fd")) == before
 
 
 def test_calls_are_traced(fault_peer):

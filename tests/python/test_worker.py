@@ -9,28 +9,18 @@ import time
 from pathlib import Path
 
 import pytest
+from verifier import Verifier
 
 import kvrpc
 from kvrpc_tools._worker import WorkerError
 from kvrpc_tools._worker_client import WorkerClient
+from tests.python.processes import children
 
 STATUS = '{"l_get_status_1":null}'
 STATUS_REPLY = (b'{"status":0,"message":"ok","result":{"state_fax":1,"state_gateways":2,'
                 b'"state_daemons":3,"state_drivers":4}}')
 linux = pytest.mark.skipif(sys.platform != "linux", reason="counts what Linux lists in /proc")
 posix = pytest.mark.skipif(sys.platform == "win32", reason="Windows has no fork and no signals")
-
-
-class Verifier:
-    def __init__(self, verdict=True):
-        self.verdict = verdict
-        self.names = []
-
-    def verify_call(self, name):
-        self.names.append(name)
-        if isinstance(self.verdict, Exception):
-            raise self.verdict
-        return self.verdict
 
 
 @pytest.fixture
@@ -58,12 +48,6 @@ def wait_until(condition, seconds=10):
     while not condition():
         assert time.monotonic() < end
         time.sleep(0.005)
-
-
-def children():
-    """The ids of this process's children, the ended ones that nobody waited for included."""
-    lists = Path("/proc/self/task").glob("*/children")
-    return sorted(pid for each in lists for pid in each.read_text().split())
 
 
 @pytest.mark.parametrize("transport", ["tcp", "udp"])
@@ -228,6 +212,7 @@ def test_a_worker_ends_with_its_parent_in_the_middle_of_a_call(fault_peer, how):
     script = f"""
 import os, sys, threading, time
 from kvrpc_tools._worker_client import WorkerClient
+from tests.python.processes import children
 client = WorkerClient("lambda", "127.0.0.1")
 client.create()
 threading.Thread(target=client.call, args=({STATUS!r}, None), daemon=True).start()
@@ -299,6 +284,7 @@ def test_a_worker_ends_while_a_forked_process_lives_on(fault_peer):
     script = f"""
 import os, sys, time
 from kvrpc_tools._worker_client import WorkerClient
+from tests.python.processes import children
 client = WorkerClient("lambda", "127.0.0.1")
 client.call({STATUS!r}, None)
 print(client._worker.pid, flush=True)

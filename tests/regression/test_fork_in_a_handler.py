@@ -26,17 +26,18 @@ FORKING = """
     def in_the_child():
         pass
 """
-
-
-@pytest.mark.parametrize("transport", ["tcp", "udp"])
-def test_both_get_the_answer_of_the_interrupted_call_and_of_the_next(run_script, transport):
-    output = run_echo(run_script, FORKING + """
+BOTH_CALL = """
     on_alarm(0.1)
     numbers = call(client, -500), call(client, 7)
     if children[0] == 0:
         os._exit(0 if numbers == (-500, 7) else 1)
     print(numbers, wait_for(children[0]))
-    """, transport=transport)
+"""
+
+
+@pytest.mark.parametrize("transport", ["tcp", "udp"])
+def test_both_get_the_answer_of_the_interrupted_call_and_of_the_next(run_script, transport):
+    output = run_echo(run_script, FORKING + BOTH_CALL, transport=transport)
     assert output == "(-500, 7) 0\n"
 
 
@@ -46,13 +47,7 @@ def test_the_child_uses_the_client_before_it_returns(run_script, action):
     output = run_echo(run_script, FORKING + f"""
     def in_the_child():
         {action}
-
-    on_alarm(0.1)
-    numbers = call(client, -500), call(client, 7)
-    if children[0] == 0:
-        os._exit(0 if numbers == (-500, 7) else 1)
-    print(numbers, wait_for(children[0]))
-    """)
+    """ + BOTH_CALL)
     assert output == "(-500, 7) 0\n"
 
 

@@ -50,7 +50,8 @@ def tree(tmp_path):
     return tmp_path
 
 
-@pytest.mark.parametrize("check", ["check-includes", "check-lengths", "check-mentions"])
+@pytest.mark.parametrize("check", ["check-duplicates", "check-includes", "check-lengths",
+                                   "check-mentions"])
 def test_a_tree_in_order_passes(tree, check):
     result = run(check, tree)
     assert (result.returncode, result.stdout) == (0, "")
@@ -79,10 +80,15 @@ def test_a_tree_in_order_passes(tree, check):
     ("src/rpc/clnt.h", '"rpc/new.h"'),
     ("src/schema/types.h", '"schema/families.h"'),
     ("src/module/ref.h", '"module/names.h"'),
+    ("src/json/memory.h", '"json/document.h"'),
+    ("src/json/node.cpp", '"json/parse.h"'),
+    ("src/bridge/run_on.cpp", '"bridge/encode.h"'),
+    ("src/bridge/stub.h", '"bridge/new.h"'),
 ])
 def test_an_include_against_the_arrows_is_found(tree, name, include):
     for header in ("module/module.h", "module/names.h", "rpc/clnt.h", "rpc/clnt_tcp.h",
-                   "rpc/port_lookup.h", "rpc/new.h", "schema/families.h"):
+                   "rpc/port_lookup.h", "rpc/new.h", "schema/families.h", "json/document.h",
+                   "json/parse.h", "bridge/encode.h", "bridge/new.h"):
         write(tree, f"src/{header}", "")
     write(tree, name, f"\n#  include {include}\n")
     result = run("check-includes", tree)
@@ -110,6 +116,32 @@ def test_headers_that_include_each_other_are_found(tree):
     assert result.returncode == 1
     for name in ("first", "second", "third"):
         assert f"src/json/{name}.h: includes itself, by way of others\n" in result.stdout
+
+
+BLOCK = "".join(f"    value_{number} = {number}\n" for number in range(6))
+
+
+def test_lines_that_are_in_two_places_are_found(tree):
+    write(tree, "tests/one.py", "def one():\n" + BLOCK)
+    write(tree, "tests/two.py", "# A comment.\n\nif True:\n" + BLOCK.replace("    ", "        "))
+    result = run("check-duplicates", tree)
+    assert (result.returncode, result.stdout) == (
+        1, "tests/one.py:2: 6 lines that are also at tests/two.py:4\n")
+    write(tree, "tools/duplicates-allowed.txt", "# Why.\n\ntests/two.py ~ tests/o*.py: a reason\n")
+    assert run("check-duplicates", tree).returncode == 0
+
+
+def test_lines_that_are_twice_in_one_file_are_found(tree):
+    write(tree, "tests/one.py", BLOCK + "other = 1\n" + BLOCK)
+    result = run("check-duplicates", tree)
+    assert result.stdout == "tests/one.py:1: 6 lines that are also at tests/one.py:8\n"
+
+
+def test_a_permission_that_nothing_needs_is_found(tree):
+    write(tree, "tools/duplicates-allowed.txt", "tests/one.py ~ tests/two.py: a reason\n")
+    result = run("check-duplicates", tree)
+    assert (result.returncode, result.stdout) == (
+        1, "tools/duplicates-allowed.txt: nothing is shared by tests/one.py ~ tests/two.py\n")
 
 
 @pytest.fixture

@@ -20,7 +20,7 @@ size that follow each other.
 
 from __future__ import annotations
 
-from typing import Any, Callable, Dict, List, Tuple
+from typing import Any, Callable, Dict, Iterator, List, Sequence, Tuple
 
 from kvrpc_tools.schema import Field, Record, Schema, WireType
 from kvrpc_tools.simulator.characters import (
@@ -44,6 +44,7 @@ from kvrpc_tools.simulator.runs import (
 from kvrpc_tools.simulator.xdr import Reader, Writer, XdrError, low_short
 
 Read = Callable[[Reader], Any]
+Steps = Sequence[Callable[[Any, Node], None]]
 
 
 class Codec:
@@ -280,34 +281,41 @@ def _decode_nothing(data: bytes) -> None:
 
 
 def _chain_reader(before: List[ReadInto], after: List[ReadInto]) -> Read:
-    def read(reader: Reader) -> List[Node]:
-        nodes: List[Node] = []
+    def announced(reader: Reader) -> Iterator[Node]:
         while reader.flag():
-            node: Node = {}
-            for step in before:
-                step(reader, node)
-            nodes.append(node)
-        if after:
-            for node in reversed(nodes):
-                for step in after:
-                    step(reader, node)
-        return nodes
+            yield {}
+
+    def read(reader: Reader) -> List[Node]:
+        return _through_chain(reader, announced(reader), before, after)
     return read
 
 
 def _chain_writer(before: List[Write], after: List[Write]) -> Write:
-    def write(writer: Writer, value: Any) -> None:
-        nodes = value or []
+    def announced(writer: Writer, nodes: List[Node]) -> Iterator[Node]:
         for node in nodes:
             writer.flag(True)
-            for step in before:
-                step(writer, node)
+            yield node
         writer.flag(False)
-        if after:
-            for node in reversed(nodes):
-                for step in after:
-                    step(writer, node)
+
+    def write(writer: Writer, value: Any) -> None:
+        _through_chain(writer, announced(writer, value or []), before, after)
     return write
+
+
+def _through_chain(stream: Any, announced: Iterator[Node],
+                   before: Steps, after: Steps) -> List[Node]:
+    """Takes each node of a list through its steps: the fields before the link in the list's order,
+    the fields after it from the last node back to the first. Returns the nodes."""
+    nodes = []
+    for node in announced:
+        for step in before:
+            step(stream, node)
+        nodes.append(node)
+    if after:
+        for node in reversed(nodes):
+            for step in after:
+                step(stream, node)
+    return nodes
 
 
 def _arm(record: Record, arms: Dict[int, Any], selected: int) -> Any:

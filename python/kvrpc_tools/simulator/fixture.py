@@ -23,12 +23,14 @@ import threading
 from pathlib import Path
 from typing import IO, Dict, Iterator
 
+from kvrpc_tools.directory import VARIABLES
+
 VARIABLE = "KORVEXRPCPORT"
 CONTROL = "CONTROL"  # of the line that names the port of the control connection
 START_SECONDS = 20.0
 
 # What would lead a client elsewhere than to the simulator's ports.
-ELSEWHERE = ("KORVEXRPCMAP", "KORVEXRPCOFFSET", "ALPHAHOST", "OMEGAHOST", "LOCALHOST", "ZOLMHOST")
+ELSEWHERE = tuple(name for name in VARIABLES if name not in (VARIABLE, "RPCTRANSPORT"))
 
 
 def environment(port: int) -> Dict[str, str]:

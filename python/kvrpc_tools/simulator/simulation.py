@@ -32,8 +32,13 @@ class Clock:
         return time.time() + self.ahead
 
 
-class CallRecord(NamedTuple):
-    """A call that reached a server. `outcome` is "answered", "unexpected" or the fault's kind."""
+class Call(NamedTuple):
+    """A call that reached the simulator.
+
+    `argument` has the shape that the client library takes: dicts, lists, Base64 for bytes. `time`
+    is in seconds since 1970, by the simulator's clock. `outcome` is "answered", "unexpected", or
+    the kind of the fault that struck.
+    """
 
     server: str
     procedure: str
@@ -119,9 +124,9 @@ class Simulation:
         if self.keeps_calls:
             self._calls.append((server, procedure, argument, protocol, self.clock(), outcome))
 
-    def calls(self) -> List[CallRecord]:
+    def calls(self) -> List[Call]:
         """Returns the calls that were noted, in their order."""
-        return [CallRecord(server, name, self._decoded(name, argument), protocol, at, outcome)
+        return [Call(server, name, self._decoded(name, argument), protocol, at, outcome)
                 for server, name, argument, protocol, at, outcome in self._calls]
 
     def _decoded(self, procedure: str, argument: Optional[bytes]) -> Any:

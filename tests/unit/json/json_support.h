@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "json/json.h"
+#include "support/json_owners.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 #define KVRPC_TEST_SANITIZED 1
@@ -26,15 +27,6 @@ constexpr std::int32_t great_depth = 10'000'000;
 #else
 constexpr std::int32_t great_depth = 100'000;
 #endif
-
-struct tree_deleter {
-  void operator()(json_node* node) const { json_delete(node); }
-};
-struct text_deleter {
-  void operator()(char* text) const { json_hooks().release(text); }
-};
-using tree_ptr = std::unique_ptr<json_node, tree_deleter>;
-using text_ptr = std::unique_ptr<char, text_deleter>;
 
 // Parses a copy of `text` that ends where its block ends, so that the sanitizers see a read past
 // it, and checks that the parser left the copy as it was.

@@ -58,6 +58,17 @@ class client {
   CLIENT* handle_;
 };
 
+// A call to a peer that does not answer yet must end soon, although its timeout is long.
+inline void expect_hook_ends_call(client& clnt) {
+  const hook_guard hook([] { return 1; });
+  const signal_storm storm;
+  const stopwatch watch;
+  std::int32_t result = 0;
+  EXPECT_EQ(clnt.call(1, &result), RPC_CANTRECV);
+  EXPECT_LT(watch.milliseconds(), 4000);
+  EXPECT_EQ(clnt.error().re_errno, RPC_EINTERRUPTED);
+}
+
 inline CLIENT* tcp_handle(std::uint16_t port) {
   rpc_address address = loopback(port);
   rpc_socket sock = -1;

@@ -4,7 +4,6 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -12,15 +11,11 @@
 #include "bridge/field_memory.h"
 #include "bridge/reference/text_end.h"
 #include "bridge/uc2.h"
+#include "support/json_owners.h"
 
 namespace kvrpc::test {
 
 namespace {
-
-struct tree_deleter {
-  void operator()(json_node* node) const { json_delete(node); }
-};
-using tree = std::unique_ptr<json_node, tree_deleter>;
 
 json_node* owned_string(char* text) {
   json_node* const node = text != nullptr ? json_new_string(text) : nullptr;
@@ -81,7 +76,7 @@ json_node* tree_maker::union_value(const char* base, const record_type& record) 
   const std::int32_t selected = load<std::int32_t>(base);
   const record_field* const arm = arm_of(record, selected);
   if (arm == nullptr) return nullptr;
-  tree object(json_new_object());
+  tree_ptr object(json_new_object());
   json_add_member(object.get(), record.selector->key, json_new_integer(selected));
   const bool done =
       json_add_member(object.get(), arm->key, value(base + arm->offset, arm->type)) != 0;
@@ -94,7 +89,7 @@ json_node* tree_maker::list(const char* first, const record_type& record) const 
   const auto link = static_cast<std::uint32_t>(record.next_field);
   const wire_type type = wire::inline_(record);
   std::vector<std::pair<const char*, json_node*>> nodes;
-  tree root;
+  tree_ptr root;
   bool done = true;
   for (const char* base = first; base != nullptr;
        base = load<const char*>(base + record.fields[link].offset)) {
@@ -120,7 +115,7 @@ json_node* tree_maker::list(const char* first, const record_type& record) const 
 json_node* tree_maker::record(const char* base, const record_type& record) const {
   if (record.is_union) return union_value(base, record);
   if (record.next_field >= 0) return list(base, record);
-  tree object(json_new_object());
+  tree_ptr object(json_new_object());
   return add_fields(object.get(), base, record, 0, record.field_count) ? object.release() : nullptr;
 }
 
@@ -128,7 +123,7 @@ json_node* tree_maker::record(const char* base, const record_type& record) const
 // element of an array is a block of its own.
 json_node* tree_maker::items(const char* base, const wire_type& item, std::uint32_t count,
                              bool blocks) const {
-  tree array(json_new_array());
+  tree_ptr array(json_new_array());
   json_node* last = nullptr;
   for (std::uint32_t i = 0; i < count; ++i, base += item.size) {
     json_node* const node = blocks ? block(base, *item.target) : value(base, item);
