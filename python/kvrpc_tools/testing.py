@@ -136,6 +136,14 @@ class Simulator:
         """
         self._ask("load", state=json.loads(Path(file).read_text(encoding="utf-8")))
 
+    def replay(self, file: Union[str, Path]) -> None:
+        """Answers later calls from a recording of `kvrpc trace --record FILE`.
+
+        The installation changes no more. Prepared answers and faults still count. Raises ValueError
+        if the file is no recording.
+        """
+        self._ask("replay", file=str(Path(file).resolve()))
+
     def close(self) -> None:
         """Ends the simulator."""
         self._replies.close()

@@ -15,7 +15,6 @@ from kvrpc_tools.simulator import faults, ports
 from kvrpc_tools.simulator.control import Control
 from kvrpc_tools.simulator.fixture import CONTROL, VARIABLE, environment
 from kvrpc_tools.simulator.portmapper import PORT, Portmapper
-from kvrpc_tools.simulator.replay import Replay
 from kvrpc_tools.simulator.server import Dispatcher
 from kvrpc_tools.simulator.simulation import Simulation
 from kvrpc_tools.simulator.transport import LOOPBACK, Loop
@@ -106,10 +105,8 @@ def _load(options: argparse.Namespace) -> Optional[faults.Load]:
 def _serve(loop: Loop, interface: schema.Schema, options: argparse.Namespace) -> int:
     """Opens all ports and tells of them; returns the base port."""
     simulation = Simulation(interface, options.fault, options.control is not None,
-                            _load(options), options.seed)
-    log = _tell if options.log else None
-    answers = (Replay(interface, options.replay, log) if options.replay
-               else Dispatcher(interface, simulation, log))
+                            _load(options), options.seed, options.replay)
+    answers = Dispatcher(interface, simulation, _tell if options.log else None)
     by_slot = {server.slot: server for server in interface.servers.values()}
     base, pairs = ports.bind_range(max(by_slot) + 1, options.port)
     for slot, (tcp, udp) in enumerate(pairs):

@@ -20,6 +20,7 @@ size that follow each other.
 
 from __future__ import annotations
 
+import base64
 from typing import Any, Callable, Dict, Iterator, List, Sequence, Tuple
 
 from kvrpc_tools.schema import Field, Record, Schema, WireType
@@ -323,3 +324,17 @@ def _arm(record: Record, arms: Dict[int, Any], selected: int) -> Any:
         return arms[selected]
     except KeyError:
         raise XdrError(f"{record.discriminant} has no value {selected}") from None
+
+
+def as_decoded(schema: Schema, wire: WireType, value: Any) -> Any:
+    """Returns a result with its Base64 texts as bytes, which is how the codec has them."""
+    if wire.kind in ("opaque", "blob"):
+        return base64.b64decode(value) if isinstance(value, str) else value
+    if isinstance(value, list):
+        item = wire.item or WireType("record", record=wire.record)
+        return [as_decoded(schema, item, each) for each in value]
+    if isinstance(value, dict):
+        types = {field.key: field.type for field in schema.records[wire.record].fields}
+        return {key: as_decoded(schema, types[key], each) if key in types else each
+                for key, each in value.items()}
+    return value

@@ -44,6 +44,7 @@ class Control:
             "advance": self._advance,
             "now": lambda _: simulation.clock(),
             "allow_only": self._allow_only,
+            "replay": lambda request: simulation.answer_from(request["file"]),
             "save": lambda _: simulation.installation.save(),
             "load": lambda request: simulation.installation.load(request["state"]),
         }

@@ -11,46 +11,40 @@ from __future__ import annotations
 from typing import Any, Callable, Dict, List, Optional
 
 from kvrpc_tools import masking
-from kvrpc_tools.recording import NULL_PROCEDURE, OK, as_json, read
-from kvrpc_tools.schema import Procedure, Schema, Server
-from kvrpc_tools.simulator import rpc, transport
-from kvrpc_tools.simulator.codec import Codec
-from kvrpc_tools.simulator.simulation import as_decoded
+from kvrpc_tools.recording import OK, as_json, read
+from kvrpc_tools.schema import Procedure, Schema
+from kvrpc_tools.simulator import rpc
+from kvrpc_tools.simulator.codec import Codec, as_decoded
 from kvrpc_tools.simulator.transport import CLOSE, Answer
 from kvrpc_tools.simulator.xdr import XdrError
 
 Told = Dict[str, Any]
+Note = Callable[[str], None]
 
 
 class Replay:
-    """Answers for all servers from one recording. Raises ValueError if the file is none."""
+    """The calls of one recording. Raises ValueError if the file is none."""
 
-    def __init__(self, schema: Schema, file: str, log: Optional[Callable[[str], None]]) -> None:
+    def __init__(self, schema: Schema, file: str) -> None:
         self._schema = schema
         self._codec = Codec(schema)
-        self._log = log
         self._secrets, calls = read(file)
+        self._calls = list(calls)
+        self.rewind()
+
+    def rewind(self) -> None:
+        """Makes all calls unused."""
         self._unused: Dict[str, List[Told]] = {}
         self._last: Dict[str, Told] = {}
-        for told in calls:
+        for told in self._calls:
             self._unused.setdefault(str(told["procedure"]), []).append(told)
             self._last[str(told["procedure"])] = told
 
-    def server(self, server: Server) -> transport.Server:
-        """Returns what answers at the port of `server`."""
-        return transport.Server(lambda message, protocol: self._answer(server, message))
-
-    def _answer(self, server: Server, message: bytes) -> Answer:
-        try:
-            call = rpc.parse_call(message)
-        except XdrError:
-            return Answer(end=CLOSE)
-        if call.procedure == NULL_PROCEDURE:
-            return Answer(rpc.success(call.xid, b""))
-        procedure = server.procedures.get(call.procedure)
-        told = procedure and self._next(procedure, call.argument)
-        if procedure is None or told is None:
-            self._note(f"{server.name}: procedure {call.procedure} was not recorded")
+    def answer(self, procedure: Procedure, call: rpc.Call, note: Note) -> Answer:
+        """Returns the answer to a call. Tells `note` if nothing recorded fits."""
+        told = self._next(procedure, call.argument, note)
+        if told is None:
+            note(f"{procedure.name} was not recorded")
             return Answer(rpc.procedure_unavailable(call.xid))
         if told["status"] == OK:
             result = as_decoded(self._schema, procedure.result, told["result"])
@@ -60,7 +54,7 @@ class Replay:
             return Answer(end=CLOSE)
         return Answer(rpc.with_xid(bytes(4) + bytes.fromhex(told["reply"]), call.xid))
 
-    def _next(self, procedure: Procedure, data: bytes) -> Optional[Told]:
+    def _next(self, procedure: Procedure, data: bytes, note: Note) -> Optional[Told]:
         unused = self._unused.get(procedure.name)
         if not unused:
             return self._last.get(procedure.name)
@@ -73,9 +67,5 @@ class Replay:
         for place, told in enumerate(unused):
             if told.get("argument") == argument:
                 return unused.pop(place)
-        self._note(f"{procedure.name}: no recorded call has this argument; taking the next one")
+        note(f"{procedure.name}: no recorded call has this argument; taking the next one")
         return unused.pop(0)
-
-    def _note(self, line: str) -> None:
-        if self._log is not None:
-            self._log(f"replay: {line}")

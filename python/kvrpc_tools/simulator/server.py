@@ -70,6 +70,8 @@ class Dispatcher:
         try:
             argument = self._decoders[procedure.name](call.argument)
         except XdrError as error:
+            if self._simulation.replay is not None:  # the server of the recording has answered it
+                return self._replayed(server, procedure, call, protocol)
             self._note(protocol, server, f"{procedure.name}: bad argument: {error}")
             return Answer(rpc.garbage_arguments(call.xid))
         return self._run(server, procedure, call, argument, protocol)
@@ -101,9 +103,15 @@ class Dispatcher:
 
     def _carry_out(self, server: Server, procedure: Procedure, call: rpc.Call, argument: Any,
                    protocol: str, fault: Optional[Fault]) -> Answer:
+        simulation = self._simulation
+        if simulation.replay is not None and not simulation.answers.holds(procedure.name):
+            answer = self._replayed(server, procedure, call, protocol)
+            if fault is not None and answer.message is not None:
+                return spoiling.spoiled(fault, answer.message, self._earlier)
+            return answer
         null_texts = fault is not None and fault.kind == "null-text"
         try:
-            result = self._simulation.run(procedure.name, argument)
+            result = simulation.run(procedure.name, argument)
             if procedure.result.kind == "nothing":
                 result = None
             encode = (self._null_texts.encoder(procedure.result) if null_texts
@@ -120,6 +128,14 @@ class Dispatcher:
         if fault is not None:
             return spoiling.spoiled(fault, reply, earlier)
         return Answer(reply, CLOSE if procedure.name.endswith("_exit_1") else "")
+
+    def _replayed(self, server: Server, procedure: Procedure, call: rpc.Call,
+                  protocol: str) -> Answer:
+        """Answers a call from the recording."""
+        assert self._simulation.replay is not None
+        self._note(protocol, server, f"{procedure.name} is replayed")
+        return self._simulation.replay.answer(
+            procedure, call, lambda line: self._note(protocol, server, f"replay: {line}"))
 
     def _hangs_up(self, server: Server, begun: bytes) -> bool:
         """Returns whether the fault `hang-up` strikes a call whose first bytes have come."""

@@ -7,15 +7,15 @@
 
 from __future__ import annotations
 
-import base64
 import time
 from dataclasses import replace
 from typing import Any, Callable, Dict, FrozenSet, Iterable, List, NamedTuple, Optional, Tuple
 
-from kvrpc_tools.schema import Schema, WireType
-from kvrpc_tools.simulator.codec import Codec
+from kvrpc_tools.schema import Schema
+from kvrpc_tools.simulator.codec import Codec, as_decoded
 from kvrpc_tools.simulator.faults import Fault, Faults, Load
 from kvrpc_tools.simulator.population import populate
+from kvrpc_tools.simulator.replay import Replay
 from kvrpc_tools.simulator.state import Installation
 
 Maker = Callable[[Any], Any]
@@ -77,31 +77,23 @@ class Answers:
         return values.pop(0) if len(values) > 1 else values[0]
 
 
-def as_decoded(schema: Schema, wire: WireType, value: Any) -> Any:
-    """Returns a result with its Base64 texts as bytes, which is how the codec has them."""
-    if wire.kind in ("opaque", "blob"):
-        return base64.b64decode(value) if isinstance(value, str) else value
-    if isinstance(value, list):
-        item = wire.item or WireType("record", record=wire.record)
-        return [as_decoded(schema, item, each) for each in value]
-    if isinstance(value, dict):
-        types = {field.key: field.type for field in schema.records[wire.record].fields}
-        return {key: as_decoded(schema, types[key], each) if key in types else each
-                for key, each in value.items()}
-    return value
-
-
 class Simulation:
-    """What all servers of one installation share. It begins with so many made-up `users`."""
+    """What all servers of one installation share.
+
+    It begins with so many made-up `users`. With a `recording`, calls get their answers from that
+    file in place of the installation.
+    """
 
     def __init__(self, schema: Schema, faults: Iterable[Fault] = (), keeps_calls: bool = False,
-                 load: Optional[Load] = None, users: int = 0) -> None:
+                 load: Optional[Load] = None, users: int = 0,
+                 recording: Optional[str] = None) -> None:
         self._schema = schema
         self._codec = Codec(schema)
         self._first_faults = list(faults)
         self.keeps_calls = keeps_calls
         self._load = load
         self._users = users
+        self._first_replay = Replay(schema, recording) if recording else None
         self.reset()
 
     def reset(self) -> None:
@@ -113,6 +105,13 @@ class Simulation:
         self.faults = Faults((replace(fault) for fault in self._first_faults), self._load)
         self._calls: List[Tuple[str, str, Optional[bytes], str, float, str]] = []
         self.allowed: Optional[FrozenSet[str]] = None
+        self.replay = self._first_replay
+        if self.replay is not None:
+            self.replay.rewind()
+
+    def answer_from(self, recording: str) -> None:
+        """Answers later calls from a recording. Raises ValueError if the file is none."""
+        self.replay = Replay(self._schema, recording)
 
     def record(self, server: str, procedure: str, argument: Optional[bytes], protocol: str,
                outcome: str) -> None:
