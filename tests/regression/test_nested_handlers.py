@@ -1,6 +1,7 @@
 """Signal handlers that call, interrupted by signals whose handlers call, overflowed the C stack at
 450 levels, where Python alone raises RecursionError."""
 
+import os
 import sys
 
 import pytest
@@ -10,9 +11,17 @@ pytestmark = pytest.mark.skipif(sys.platform == "win32", reason="Windows has no 
 
 
 def test_nested_handlers_end_in_a_recursion_error(run_script):
-    """Each call waits for its answer until a handler calls again."""
+    """Each call waits for its answer until a handler calls again. The handler calls the module's
+    method itself, because each function between the two would take a level and need no stack.
+    There are 487 levels on CPython 3.9, which need 3.7 MiB now and needed 7.6 MiB then.
+    """
+    plain = sys.version_info < (3, 12) and not os.environ.get("KVRPC_SANITIZED")
     with echo_server() as server:
-        done = run_script(HEAD + """
+        done = run_script(HEAD + f"""
+    import resource
+    if {plain}:
+        resource.setrlimit(resource.RLIMIT_STACK, (6 << 20, 6 << 20))
+""" + """
     class Done(Exception):
         pass
 
@@ -21,13 +30,14 @@ def test_nested_handlers_end_in_a_recursion_error(run_script):
         depth += 1
         signal.setitimer(signal.ITIMER_REAL, 0.002)
         try:
-            call(client, -60000)
+            client.call('{"a_zeitstring_1":-60000}', allow)
         except RecursionError:
             pass
         signal.setitimer(signal.ITIMER_REAL, 0)
         raise Done
 
     depth = 0
+    allow = Allow()
     client = connect()
     signal.signal(signal.SIGALRM, handler)
     try:
