@@ -54,7 +54,7 @@ test-docs: ## the code blocks of the guide and of README; the reference and the 
 	@tools/setup build check
 	@tools/run-tests debug tests/docs
 
-check: ## formatting, lint, include direction, duplicates, file lengths, mentions, the type stub
+check: ## formatting, lint, include direction, duplicates, byte order, file lengths, mentions, the type stub
 	@tools/setup build check
 	@tools/build debug
 	@tools/check

@@ -5,13 +5,7 @@ import shutil
 import time
 
 import pytest
-
-
-def missing(reason):
-    """Skips the test because a peer is missing. Fails it if every peer is required."""
-    if os.environ.get("KVRPC_REQUIRE_PEERS"):
-        pytest.fail(reason)
-    pytest.skip(reason)
+from needs import missing
 
 
 @pytest.fixture(scope="module")

@@ -2,7 +2,6 @@
 
 import contextlib
 import fcntl
-import os
 import shutil
 import socket
 import subprocess
@@ -10,7 +9,7 @@ import tempfile
 import time
 from pathlib import Path
 
-import pytest
+from needs import missing
 from peer import messages
 from settings import plain_environment
 
@@ -19,13 +18,6 @@ JARS = [Path("/usr/share/java") / name for name in ("portmap.jar", "oncrpc.jar")
 PORTMAPPER = "org.acplt.oncrpc.apps.jportmap.jportmap"
 PROGRAM, VERSION, NULL, SET, UNSET = 100000, 2, 0, 1, 2
 SECONDS = 60
-
-
-def missing(reason):
-    """Skips the test because a peer is missing. Fails it if every peer is required."""
-    if os.environ.get("KVRPC_REQUIRE_PEERS"):
-        pytest.fail(reason)
-    pytest.skip(reason)
 
 
 def is_free():

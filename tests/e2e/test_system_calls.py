@@ -7,7 +7,6 @@ A tracer that is attached for one step at a time makes the system calls fail.
 import contextlib
 import json
 import os
-import shutil
 import signal
 import subprocess
 import sys
@@ -15,6 +14,7 @@ from pathlib import Path
 
 import pytest
 from failures import CANTRECV, CANTSEND, STATUS_REPLY, socket_failure
+from needs import need
 from settings import clean_environment, plain_environment
 
 HERE = Path(__file__).resolve().parent
@@ -53,10 +53,7 @@ pytestmark = [
 
 @pytest.fixture(scope="module", autouse=True)
 def strace():
-    if shutil.which("strace") is None:
-        if os.environ.get("KVRPC_REQUIRE_PEERS"):
-            pytest.fail("strace is missing")
-        pytest.skip("strace is missing")
+    need("strace")
 
 
 # glibc counts a block in a thread's cache as in use, so without this a leak and a block that waits

@@ -2,14 +2,13 @@
 
 import contextlib
 import json
-import os
-import shutil
 import signal
 import subprocess
 import time
 
 import pytest
 from failures import STATUS, STATUS_REPLY, VERSION, VERSION_REPLY
+from needs import missing, need
 from peer import messages
 from settings import plain_environment
 
@@ -24,17 +23,10 @@ BOOLEANS = {"0": False, "1": True, "False": False, "True": True}  # tshark 4.4 w
 SECONDS = 30
 
 
-def missing(reason):
-    if os.environ.get("KVRPC_REQUIRE_PEERS"):
-        pytest.fail(reason)
-    pytest.skip(reason)
-
-
 @contextlib.contextmanager
 def captured(port, file):
     """Captures the packets of this port in the file while the block runs."""
-    if shutil.which("tshark") is None or shutil.which("dumpcap") is None:
-        missing("tshark is missing")
+    need("tshark", "dumpcap")
     process = subprocess.Popen(
         ["dumpcap", "-i", "lo", "-f", f"port {port}", "-w", str(file), "-a", "duration:60", "-q"],
         stderr=subprocess.PIPE, encoding="utf-8", env=plain_environment())

@@ -13,6 +13,7 @@ import typing
 from pathlib import Path
 
 import pytest
+from needs import missing
 from settings import plain_environment
 from test_vectors import LINES
 
@@ -56,9 +57,7 @@ def test_mypy_names_each_planted_mistake_in_time(tmp_path, stubs):
 @pytest.mark.slow
 def test_pyright_names_each_planted_mistake(tmp_path, stubs):
     if importlib.util.find_spec("pyright") is None:
-        if os.environ.get("KVRPC_REQUIRE_PEERS"):
-            pytest.fail("pyright is missing")
-        pytest.skip("pyright is missing")
+        missing("pyright is missing")
     shutil.copy(SCRIPT, tmp_path)
     (tmp_path / "pyrightconfig.json").write_text(json.dumps({"extraPaths": stubs}))
     run = subprocess.run([sys.executable, "-m", "pyright", SCRIPT.name], cwd=tmp_path,

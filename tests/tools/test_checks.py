@@ -6,6 +6,7 @@ import sys
 from pathlib import Path
 
 import pytest
+from needs import need
 
 from tests.tools import scripts
 from tests.tools.scripts import executable
@@ -142,6 +143,20 @@ def test_a_permission_that_nothing_needs_is_found(tree):
     result = run("check-duplicates", tree)
     assert (result.returncode, result.stdout) == (
         1, "tools/duplicates-allowed.txt: nothing is shared by tests/one.py ~ tests/two.py\n")
+
+
+def test_a_source_for_one_byte_order_is_found(tree):
+    need("clang++")
+
+    def check():
+        return subprocess.run([TOOLS / "byte-order", sys.executable], cwd=tree,
+                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+
+    assert (check().returncode, check().stdout) == (0, "")
+    write(tree, "src/json/order.cpp",
+          'static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "one order");\n')
+    assert check().returncode != 0
+    assert "src/json/order.cpp:1:1: error: static" in check().stdout
 
 
 @pytest.fixture
@@ -292,7 +307,8 @@ def lint(tmp_path):
     programs.mkdir()
     (environment / "ruff").symlink_to(Path(sys.prefix) / "bin" / "ruff")
     for directory, name in ((environment, "python"), (environment, "mypy"),
-                            (programs, "clang-format"), (programs, "clang-tidy")):
+                            (programs, "clang++"), (programs, "clang-format"),
+                            (programs, "clang-tidy")):
         executable(directory, name, "exit 0")
     for name in ("src/a.cpp", "src/a.h", "python/kvrpc-stubs/__init__.pyi",
                  "build/debug/python/generated.py"):

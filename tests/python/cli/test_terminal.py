@@ -5,13 +5,13 @@ The screen is tmux's, which is a terminal like any other and can print what it s
 
 import os
 import re
-import shutil
 import subprocess
 import sys
 import tempfile
 import time
 
 import pytest
+from needs import need
 
 from kvrpc_tools.simulator.fixture import running
 
@@ -52,10 +52,7 @@ class Terminal:
 
 @pytest.fixture
 def terminal(tmp_path):
-    if shutil.which("tmux") is None or shutil.which("bash") is None:
-        if os.environ.get("KVRPC_REQUIRE_PEERS"):
-            pytest.fail("there is no tmux or no bash")
-        pytest.skip("there is no tmux or no bash")
+    need("tmux", "bash")
     programs = tmp_path / "bin"
     programs.mkdir()
     (programs / "kvrpc").write_text(
