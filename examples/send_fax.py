@@ -40,8 +40,8 @@ def make_document(alpha: Server, pages: List[str]) -> int:
 def submit(alpha: Server, document: int) -> int:
     """The number of the new job."""
     record = {"empfnr": NUMBER, "comment": "Angebot", "prio": 1}
-    answer = alpha.call("a_send_new_1", {"selection": 0, "v0": {
-        "userid": USER, "poolfaxid": document, "s_record": record, "headline": "Angebot"}})["v0"]
+    answer = alpha.call("a_send_new_1", {"selection": 1, "v1": {
+        "userid": USER, "poolfaxid": document, "s_rec_v1": record, "headline": "Angebot"}})["v0"]
     if answer["errcode"]:
         raise SystemExit(f"the job was not taken: error {answer['errcode']}")
     number: int = answer["faxid"]

@@ -45,9 +45,9 @@ class Session:
         for page, text in enumerate(pages, 1):
             self.alpha.a_put_page_1({"userid": self.user, "faxid": document, "seitennr": page,
                                      "data": text})
-        answer = self.alpha.a_send_new_1({"selection": 0, "v0": {
+        answer = self.alpha.a_send_new_1({"selection": 1, "v1": {
             "userid": self.user, "poolfaxid": document, "headline": headline,
-            "s_record": {"empfnr": number, "prio": 1}}})["v0"]
+            "s_rec_v1": {"empfnr": number, "prio": 1}}})["v0"]
         if answer["errcode"]:
             raise FaxError(f"the server refused the fax: error {answer['errcode']}")
         return int(answer["faxid"])

@@ -88,3 +88,12 @@ def test_the_examples_are_what_the_simulator_says_today(tmp_path):
                    timeout=120, env=os.environ)
     assert made.read_text(encoding="utf-8") == EXAMPLES.read_text(encoding="utf-8"), \
         "run: make examples"
+
+
+def test_tasks_of_several_calls_name_their_procedures_in_order(text):
+    part = text[text.index("<dl class=names id=flows>"):].partition("</dl>")[0]
+    flows = {name: re.findall(r"href=#(\w+)", calls)
+             for name, calls in re.findall(r"<dt>([^<]+)<dd>(.*?)(?=<dt>|$)", part)}
+    assert len(flows) == 9
+    assert flows["Session"] == ["a_login_1", "a_check_login_1", "a_logout_1"]
+    assert all(len(calls) > 1 and set(calls) <= set(own().procedures) for calls in flows.values())

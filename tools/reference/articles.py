@@ -94,7 +94,8 @@ class Articles:
                    code("Command", command(procedure, argument)),
                    code("Python", python(procedure, argument)),
                    code("Text for kvrpc.RpcClient.call", example["call"]),
-                   code("Reply of the simulator", as_json(example["reply"], WIDTH)),
+                   code("Reply of the simulator, with codes of its own",
+                        as_json(example["reply"], WIDTH)),
                    class_="calls")
 
     def record(self, record):

@@ -5,6 +5,7 @@ import hashlib
 from pathlib import Path
 
 from .articles import Articles, slug
+from .flows import FLOWS
 from .markup import Html, listed, markup, tag
 from .tables import link
 
@@ -98,6 +99,12 @@ def _start(schema, notes, servers):
                    "its argument and limits, its result, and a call with the reply that the "
                    "simulator gave.", class_="note"),
                tag("ul", *cards, class_="cards"),
+               tag("h2", "Tasks that take several calls"),
+               tag("p", "In the order of the calls, which is partly read from names and members. "
+                   "The guide has each task as a script, and what is not known of it.",
+                   class_="note"),
+               tag("dl", *(markup(tag("dt", name), tag("dd", listed(map(link, calls.split()))))
+                           for name, calls in FLOWS), class_="names", id="flows"),
                tag("h2", "Which server has it"), _map(schema, notes, servers),
                tag("h2", "How the names read"), tag("dl", *rules, class_="names"),
                tag("h2", "How sure the meanings are"),
