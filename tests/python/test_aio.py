@@ -263,14 +263,14 @@ def test_nothing_is_left(fault_peer):
 
 
 def test_calls_are_traced(fault_peer):
-    fault_peer()
+    fault_peer().script({}, otherwise=[])  # only the first call is answered
     events = []
 
     async def main():
         async with AsyncLambda(HOST) as client:
             await client.l_get_status_1()
             with pytest.raises(TimeoutError):
-                await client.l_get_status_1(timeout=1e-6)
+                await client.l_get_status_1(timeout=0.1)
 
     with tracing.on_call(events.append):
         asyncio.run(main())
