@@ -24,8 +24,8 @@ class source_text {
  public:
   source_text(const json_node* node, int raw_text) {
     if (node->type != JSON_STRING || node->text == nullptr) return;
-    bytes_ = raw_text == 0 ? json_text_in(node->text) : node->text;
-    if (bytes_ != nullptr) length_ = std::strlen(bytes_);
+    length_ = std::strlen(node->text);
+    bytes_ = raw_text == 0 ? iso_text(node->text) : node->text;
   }
   ~source_text() { std::free(block_); }
   source_text(const source_text&) = delete;
@@ -47,12 +47,14 @@ class source_text {
   }
 
  private:
-  const char* json_text_in(const char* text) {
-    char replacement[] = "?";
-    const std::size_t size = std::strlen(text) + 1;  // no character has more bytes in the ISO code
-    if (size <= sizeof short_) return utf8string_to_iso(text, short_, size, replacement);
-    block_ = static_cast<char*>(std::malloc(size + 1));  // the zero byte of take()
-    return utf8string_to_iso(text, block_, size, replacement);
+  // Converts a text of length_ bytes, which becomes the length of the result. Returns null if
+  // memory is out.
+  const char* iso_text(const char* text) {
+    const std::size_t size = length_ + 1;  // no character has more bytes in the ISO code
+    if (size > sizeof short_) block_ = static_cast<char*>(std::malloc(size + 1));  // see take()
+    char* const place = size > sizeof short_ ? block_ : short_;
+    if (place != nullptr) length_ = utf8_text_to_iso(text, length_, place, size, "?");
+    return place;
   }
 
   char short_[256];

@@ -2,6 +2,7 @@
 // unit on the wire for each char are copied by wire_chars.h instead.
 #include "bridge/json_forms.h"
 
+#include "base/plain_bytes.h"
 #include "bridge/uc2_code.h"
 
 namespace kvrpc {
@@ -39,7 +40,7 @@ char* write_escaped(char* place, const char* bytes, std::size_t size) {
   while (end - bytes >= 8) {
     const std::uint64_t word = load_word(bytes);
     store_word(place, word);
-    const std::uint32_t plain = plain_bytes(word);
+    const std::uint32_t plain = ascii_plain::count(word);
     place += plain;
     bytes += plain;
     if (plain < 8) place = write_form(place, *bytes++);

@@ -6,8 +6,6 @@
 #include <cstdint>
 #include <cstring>
 
-#include "json/words.h"
-
 namespace kvrpc {
 
 // What is written in a JSON string for one ISO byte. A size of 0 drops the byte.
@@ -34,16 +32,5 @@ inline char* write_form(char* place, char byte) {
 constexpr std::size_t escaped_room(std::size_t size) { return size * sizeof json_form::bytes; }
 static_assert(escaped_room(8) == 8 * sizeof json_form::bytes, "");
 char* write_escaped(char* place, const char* bytes, std::size_t size);
-
-// Returns how many bytes of a word, from the lowest on, are plain. The bytes below 0x20 and above
-// 0x7F, the quote and the backslash are not. For example, the word of "ab\ncdefg" gives 2.
-inline std::uint32_t plain_bytes(std::uint64_t word) {
-  constexpr std::uint64_t ones = 0x0101010101010101u;
-  const std::uint64_t quote = word ^ ones * '"';
-  const std::uint64_t backslash = word ^ ones * '\\';
-  const std::uint64_t special =
-      ((word - ones * 0x20) | (quote - ones) | (backslash - ones) | word) & ones * 0x80;
-  return special == 0 ? 8 : static_cast<std::uint32_t>(__builtin_ctzll(special)) / 8;
-}
 
 }  // namespace kvrpc

@@ -1,14 +1,11 @@
 // The conversions of whole texts: loops over the conversions of one character, with output that is
-// truncated at the buffer's end. On the way to ISO, ASCII is copied block_size bytes at a time,
-// because most text is ASCII.
+// truncated at the buffer's end. On the way to ISO, ASCII is copied in blocks, because most text is
+// ASCII.
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
-
+#include "base/plain_bytes.h"
 #include "bridge/uc2_code.h"
 
 namespace kvrpc {
@@ -26,44 +23,6 @@ std::size_t length_or_zero(const char* text) { return text == nullptr ? 0 : std:
 void cut_to_one_byte(char* text) {
   if (length_or_zero(text) > 1) text[1] = '\0';
 }
-
-// copy_same_bytes() copies block_size bytes from `text` and returns how many of them, from the
-// first on, are characters whose ISO byte is the same: ASCII from the space on, except the
-// apostrophe and the grave accent. It may return 0 instead, even if the first ones are.
-
-#ifdef __SSE2__
-
-constexpr std::size_t block_size = 16;
-
-std::size_t copy_same_bytes(char* place, const char* text) {
-  const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(place), bytes);
-  const __m128i others = _mm_or_si128(
-      _mm_cmplt_epi8(bytes, _mm_set1_epi8(0x20)),  // bytes above 0x7F compare as negative
-      _mm_or_si128(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('\'')),
-                   _mm_cmpeq_epi8(bytes, _mm_set1_epi8('`'))));
-  const auto mask = static_cast<std::uint32_t>(_mm_movemask_epi8(others));
-  return static_cast<std::size_t>(__builtin_ctz(mask | 1u << block_size));
-}
-
-#else
-
-constexpr std::size_t block_size = sizeof(std::uint64_t);
-
-// The subtractions set the top bit of the lowest byte that is too small or has become zero. A
-// borrow can only make later bytes wrong, which does not matter because one wrong byte is enough.
-std::size_t copy_same_bytes(char* place, const char* text) {
-  constexpr std::uint64_t each = 0x0101010101010101u;
-  std::uint64_t word;
-  std::memcpy(&word, text, block_size);
-  std::memcpy(place, &word, block_size);
-  const std::uint64_t apostrophe = word ^ (each * '\'');
-  const std::uint64_t grave = word ^ (each * '`');
-  const std::uint64_t others = (word - each * 0x20) | (apostrophe - each) | (grave - each) | word;
-  return (others & (each * 0x80)) == 0 ? block_size : 0;
-}
-
-#endif
 
 // Collects ISO text, with the replacement wherever a character has no byte.
 class iso_writer {
@@ -91,25 +50,17 @@ class iso_writer {
     count_ += replacement_size_;
   }
 
-  // Copies bytes that stay the same in the ISO code, as long as block_size bytes can be read before
-  // `end` and have room. Returns the position after them.
+  // Copies the ASCII characters at `text` that have the same byte in the ISO code, as far as they
+  // have room. Returns the position after them.
   const char* put_same(const char* text, const char* end) {
     const std::size_t most = std::min(static_cast<std::size_t>(end - text), size_ - count_);
-    char* const place = buffer_ + count_;
-    std::size_t copied = 0;
-    while (most - copied >= block_size) {
-      const std::size_t same = copy_same_bytes(place + copied, text + copied);
-      if (same < block_size) {
-        copied += same;
-        break;
-      }
-      copied += block_size;  // a constant, so that the next copy does not wait for this result
-    }
-    count_ += copied;
-    return text + copied;
+    const char* const next = iso_plain::copy(buffer_ + count_, text, text + most);
+    count_ += static_cast<std::size_t>(next - text);
+    return next;
   }
 
   char* finish() { return terminate(buffer_, count_, size_); }
+  std::size_t length() const { return count_ < size_ || size_ == 0 ? count_ : size_ - 1; }
 
  private:
   char* buffer_;
@@ -139,14 +90,20 @@ std::size_t put_iso(char* out, char iso) {
 char* utf8string_to_iso(const char* utf8string, char* buffer, std::size_t size,
                         const char* replacement) {
   if (utf8string == nullptr || buffer == nullptr) return nullptr;
-  const char* at = utf8string;
-  const char* const end = at + std::strlen(at);
+  utf8_text_to_iso(utf8string, std::strlen(utf8string), buffer, size, replacement);
+  return buffer;
+}
+
+std::size_t utf8_text_to_iso(const char* text, std::size_t length, char* buffer, std::size_t size,
+                             const char* replacement) {
+  const char* const end = text + length;
   iso_writer out(buffer, size, replacement);
-  while (at < end && out.has_room()) {
-    at = out.put_same(at, end);
-    if (at < end && out.has_room()) at += put_utf8(out, at);
+  while (text < end && out.has_room()) {
+    text = out.put_same(text, end);
+    if (text < end && out.has_room()) text += put_utf8(out, text);
   }
-  return out.finish();
+  out.finish();
+  return out.length();
 }
 
 char* utf8string_to_iso_alloc(const char* text, char* replacement) {

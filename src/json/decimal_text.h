@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "json/words.h"
+#include "base/words.h"
 
 namespace kvrpc {
 

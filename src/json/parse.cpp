@@ -6,8 +6,8 @@
 
 #include <cstring>
 
+#include "base/plain_bytes.h"
 #include "json/document.h"
-#include "json/plain_text.h"
 #include "json/tree.h"
 
 namespace kvrpc {
@@ -136,42 +136,37 @@ inline const char* parser<Memory>::parse_text(char** text, const char* at) {
   return behind != nullptr ? behind : parse_long_text(text, at);
 }
 
-#ifdef __SSE2__
-
-// Stores a short string without escapes, as most strings are. Always copies json_block_size bytes,
+// Stores a short string without escapes, as most strings are. Always copies block_size bytes,
 // because a copy of fixed size is faster than one of the string's length. Returns null if the
 // string does not end within these bytes, has an escape, or the memory has no room for them.
 template <class Memory>
 inline const char* parser<Memory>::parse_short_text(char** text, const char* at) {
-  if (!Memory::room_for_blocks || end_ - at < json_block_size) return nullptr;
-  const std::uint32_t special = json_special_bits(at);
-  if (special == 0) return nullptr;
-  const int size = __builtin_ctz(special);
-  if (at[size] == '\\') return nullptr;
-  *text = memory_.text(static_cast<std::size_t>(size) + 1);
-  std::memcpy(*text, at, json_block_size);
+  if (!Memory::room_for_blocks || end_ - at < std::ptrdiff_t{block_size}) return nullptr;
+  const byte_block block = load_block(at);
+  const std::uint32_t size = json_plain::count(block);
+  if (size == block_size || at[size] == '\\') return nullptr;
+  *text = memory_.text(std::size_t{size} + 1);
+  store_block(*text, block);
   (*text)[size] = '\0';
   return after_text(at + size);
 }
 
-#else
-
-template <class Memory>
-inline const char* parser<Memory>::parse_short_text(char**, const char*) {
-  return nullptr;
-}
-
-#endif
-
+// Stores a string of any length. Where the memory has room for the rest of the call's text, copies
+// the bytes before the first escape while it looks for it.
 template <class Memory>
 const char* parser<Memory>::parse_long_text(char** text, const char* at) {
-  const char* const plain = json_plain_end(at, end_);
+  const char* plain;
+  if constexpr (Memory::room_for_blocks) {
+    plain = json_plain::copy(memory_.text(0), at, end_);
+  } else {
+    plain = json_plain::find_end(at, end_);
+  }
   const char* const stop = *plain == '\\' ? json_string_end(plain, end_) : plain;
   if (stop == nullptr) return nullptr;
   *text = memory_.text(static_cast<std::size_t>(stop - at) + 1);
   if (*text == nullptr) return nullptr;
   const auto size = static_cast<std::size_t>(plain - at);
-  std::memcpy(*text, at, size);
+  if (!Memory::room_for_blocks) std::memcpy(*text, at, size);
   json_copy_string(*text + size, plain, stop);
   return after_text(stop);
 }

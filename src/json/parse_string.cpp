@@ -2,8 +2,8 @@
 // fewer than four digits (see json_string_end).
 #include <cstring>
 
+#include "base/plain_bytes.h"
 #include "json/parse.h"
-#include "json/plain_text.h"
 
 namespace kvrpc {
 
@@ -13,7 +13,7 @@ namespace {
 // `hex_width` bytes of digits. Returns null if a backslash or its digits step over the text's NUL.
 const char* string_end(const char* at, const char* end, int hex_width) {
   while (true) {
-    at = json_plain_end(at, end);
+    at = json_plain::find_end(at, end);
     if (*at != '\\') return at;
     const int width = at[1] == 'u' ? 2 + hex_width : 2;
     if (end - at < width) return nullptr;
@@ -57,7 +57,7 @@ char unescaped(char byte) {
 // Copies [at, stop) to `out`, resolving escapes. Never writes more bytes than it reads.
 char* copy_unescaped(char* out, const char* at, const char* stop) {
   while (true) {
-    const char* plain = json_plain_end(at, stop);
+    const char* plain = json_plain::find_end(at, stop);
     const auto count = static_cast<std::size_t>(plain - at);
     std::memcpy(out, at, count);
     out += count;
@@ -96,7 +96,7 @@ const char* json_parse_hex4(const char* at, std::uint32_t* out) {
 // for an escape of two bytes. If this scan finds a backslash as the text's last byte, the string
 // fails, even if the copy would have swallowed that backslash.
 const char* json_string_end(const char* at, const char* end) {
-  at = json_plain_end(at, end);
+  at = json_plain::find_end(at, end);
   if (*at != '\\') return at;
   return string_end(at, end, 0) == nullptr ? nullptr : string_end(at, end, 4);
 }

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstring>
 
-#include "json/plain_text.h"
+#include "base/plain_bytes.h"
 #include "json/text_buffer.h"
 #include "json/tree.h"
 
@@ -173,7 +173,7 @@ bool json_write_text(text_buffer& out, const char* bytes, std::size_t count) {
   const char* end = bytes + count;
   if (!out.append('"')) return false;
   while (true) {
-    const char* plain = json_plain_end(bytes, end);
+    const char* plain = json_plain::find_end(bytes, end);
     if (!out.append(bytes, static_cast<std::size_t>(plain - bytes))) return false;
     if (plain == end) return out.append('"');
     const char* escape = escape_of(*plain);
