@@ -16,7 +16,7 @@ constexpr std::size_t largest_send = 0x7FFFFFFC;
 constexpr std::size_t smallest_held_block = std::size_t{64} << 10;
 // A block of this size is kept for the next record, because fresh pages cost more than writing to
 // them. A larger one is released when its bytes have been sent.
-constexpr std::size_t kept_block = std::size_t{1} << 20;
+constexpr std::size_t kept_block = std::size_t{2} << 20;
 
 void put_header(RECSTREAM* stream, std::uint32_t last) {
   const auto length =
