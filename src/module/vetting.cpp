@@ -35,12 +35,23 @@ bool to_int(PyObject* object, int* value) {
   return true;
 }
 
+ref decoded(const char* name) {
+  return ref(PyUnicode_DecodeUTF8(name, static_cast<Py_ssize_t>(std::strlen(name)), "strict"));
+}
+
+// Reports a name that is not UTF-8, unless the verifier has no method, which is reported first.
+// Returns false.
+bool refuse_name(const char* name, PyObject* verifier) {
+  PyErr_Clear();
+  if (ref(PyObject_GetAttr(verifier, names.verify_call))) decoded(name);
+  return false;
+}
+
+// Calls the method without an object for it, which would cost as much as the call.
 bool verify(const char* name, PyObject* verifier, int* verdict) {
-  ref method(PyObject_GetAttr(verifier, names.verify_call));
-  if (!method) return false;
-  ref text(PyUnicode_DecodeUTF8(name, static_cast<Py_ssize_t>(std::strlen(name)), "strict"));
-  if (!text) return false;
-  ref result(PyObject_CallOneArg(method.get(), text.get()));
+  const ref text = decoded(name);
+  if (!text) return refuse_name(name, verifier);
+  ref result(PyObject_CallMethodOneArg(verifier, names.verify_call, text.get()));
   return result && to_int(result.get(), verdict);
 }
 
