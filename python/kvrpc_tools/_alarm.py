@@ -60,7 +60,7 @@ if sys.platform == "win32":
         return operation()
 else:
     def is_usable() -> bool:
-        """Returns whether this thread can have a time limit by the timer.
+        """Returns true if this thread can have a time limit by the timer.
 
         Only the main thread can. SIGALRM must not be blocked, and if it has a handler that is not
         Python's, that could not be restored.

@@ -1,4 +1,4 @@
-"""What is said to a worker process, without any I/O.
+"""The conversation with a worker process, without any I/O.
 
 An exchange is a generator. It yields a frame to send and is sent the frame that came back; it
 returns the last frame, which `checked` turns into data or an exception. `WorkerClient` drives
@@ -8,8 +8,8 @@ exchanges with blocking sockets, `aio` in an event loop:
     while True:                            # until StopIteration brings the last frame
         frame = exchange.send(receive_frame_after_sending(frame))
 
-An exchange that did not come to its end (a deadline, a cancellation, Ctrl-C) leaves the worker in
-the middle of something. Such a worker must be ended.
+If an exchange is broken off (a deadline, a cancellation, Ctrl-C), the worker must be ended, because
+its next frame would belong to the old exchange.
 """
 
 from __future__ import annotations
@@ -30,7 +30,7 @@ Settings = Tuple[Optional[str], ...]
 
 
 def settings() -> Settings:
-    """The variables that lead to a server, as this process has them now."""
+    """Returns the variables that lead to a server, as this process has them now."""
     return tuple(map(os.environ.get, VARIABLES))
 
 
@@ -63,7 +63,7 @@ def call(text: str, verifier: Optional[Verifier]) -> Exchange:
 
 
 def _verdict(verifier: Verifier, name: str) -> bool:
-    """The verifier's answer as the module takes it: an exception is printed and refuses."""
+    """Returns the verifier's answer as the module reads it: an exception is printed and refuses."""
     try:
         return int(verifier.verify_call(name).__int__()) != 0
     except Exception:

@@ -35,5 +35,5 @@ class TimeLimit:
         return left
 
     def error(self) -> TimeoutError:
-        """The error to raise when the time is over."""
+        """Returns the error to raise when the time is over."""
         return TimeoutError(f"no answer within {self.seconds:g} s")

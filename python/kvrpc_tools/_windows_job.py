@@ -51,7 +51,7 @@ if sys.platform == "win32":
 
     @functools.lru_cache(maxsize=None)
     def _job() -> int:
-        """The handle of this process's job."""
+        """Returns the handle of this process's job."""
         limits = _ExtendedLimits()
         limits.BasicLimitInformation.LimitFlags = _LIMIT_KILL_ON_JOB_CLOSE
         job: int = _kernel32.CreateJobObjectW(None, None)
@@ -61,7 +61,7 @@ if sys.platform == "win32":
         return job
 
     def bind(process: "subprocess.Popen[bytes]") -> None:
-        """Has the process end with this one.
+        """Makes the process end when this one ends.
 
         Before Windows 8 a process has one job at most, so this fails where the starter of this
         process gave it one. The worker then ends at the end of its call.

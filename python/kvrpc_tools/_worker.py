@@ -69,7 +69,7 @@ class Worker:
                            "the server may have received the call")
 
     def leave_to_parent(self) -> None:
-        """In a forked process: closes the copies of the parent's descriptors."""
+        """Closes, in a forked process, its copies of the parent's descriptors."""
         self._process.returncode = 0  # else subprocess would wait for a process of somebody else
         self.end()
 
@@ -99,7 +99,7 @@ if sys.platform != "win32":
 
 
 def _interpreter() -> str:
-    """The interpreter to start. A program that embeds one names it as for multiprocessing."""
+    """Returns the interpreter to start: that of multiprocessing, if a program has set one there."""
     spawn = sys.modules.get("multiprocessing.spawn")
     if spawn is not None:
         return os.fsdecode(spawn.get_executable())

@@ -13,7 +13,7 @@ another. The server may have run the procedure all the same.
 
 A client takes 30 ms to start and 4 MB, and a call takes 0.1 ms more than one in this process. The
 event loop never waits for a server. A long list is converted on another thread, in pieces, so the
-loop goes on meanwhile. What stops it for a moment is an argument: it becomes text on the loop, at
+loop goes on meanwhile. Only an argument stops it for a moment, because it becomes text on the loop:
 10 ms for a megabyte.
 """
 

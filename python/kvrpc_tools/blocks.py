@@ -6,10 +6,10 @@
     a number and lng    the `lng` of the result, or to its   each piece of text, or each line:
                         `pos` if the result has one          a node of the list
 
-Whether a block that starts at a name includes that entry is the server's affair: an entry that is
-given again is left out. The last block is the one that is empty or says that it is not `ok`, so
-there is one call more than blocks. A server that gives the same list again instead of the next
-block ends the reading with BlockError, because it would go on for ever.
+A block that starts at a name may include that entry, so an entry that is given again is left out.
+The last block is empty or says that it is not `ok`, so there is one call more than blocks. A server
+that gives the same list again instead of the next block ends the reading with BlockError, because
+it would go on for ever.
 """
 
 from __future__ import annotations
@@ -97,7 +97,7 @@ class Blocks:
         return [held], result["lng"]
 
     def _failed(self, result: Any, first: bool) -> bool:
-        """Whether the result says so. Raises BlockError if it is the first one."""
+        """Returns true if the result says so. Raises BlockError if it is the first one."""
         failed = not result.get("ok", True) or result.get("errcode", 0) != 0
         if failed and first:
             told = ", ".join(f"{key} {result[key]}" for key in ("ok", "errcode") if key in result)

@@ -1,8 +1,8 @@
 """Checks an argument against the records of its procedure, before anything is sent.
 
-The module converts what it is given with few questions: a text that is too long goes out empty, a
+The module accepts almost anything and changes it: a text that is too long goes out empty, a
 number is cut to its low bits, a character that the servers' code lacks becomes "?", and a misspelt
-key is refused without a word. A check finds all of that and says where it is.
+key is refused without a reason. A check finds all of that and says where it is.
 
 Each type is compiled once to a function that returns the problems of a value, so that a good value
 costs little: an empty tuple for each field. What the functions accept is narrower than what the

@@ -97,7 +97,7 @@ class Client:
 
     def _run(self, way: Conversion, argument: Any, raw: bool, check: Optional[bool],
              timeout: Optional[float]) -> Any:
-        """Runs one call: everything that a call does passes here."""
+        """Runs one call. Calls of every kind come through here."""
         text = way.call_text(argument, self._check if check is None else check)
         if timeout is None:
             timeout = self.timeout
@@ -112,7 +112,7 @@ class Client:
             return self._transport.call(text, self._verifier)
         return self._transport.call(text, self._verifier, timeout)
 
-    if not TYPE_CHECKING:  # a type checker must go on naming unknown methods
+    if not TYPE_CHECKING:  # so that a type checker still reports unknown methods
         def __getattr__(self, name: str) -> Any:
             names = (name for name in dir(type(self)) if not name.startswith("_"))
             raise AttributeError(

@@ -28,7 +28,7 @@ def _encode(argument: Any) -> str:
     """Returns the JSON text of an argument.
 
     `JSONEncoder.encode` makes a new C encoder for each value, which takes longer than encoding a
-    small one. It serves where json has no C encoder.
+    small one. It is used if json has no C encoder.
     """
     return "".join(_chunks(argument, 0)) if _chunks else _encoder.encode(argument)
 
@@ -125,7 +125,7 @@ class Conversion:
 
     @property
     def entry_type(self) -> WireType:
-        """The type of what `entries` yields."""
+        """Returns the type of what `entries` yields."""
         result = self.procedure.result
         name = result.record if result.kind == "array" else self._lists.only_record
         return WireType("record", record=name) if name else result

@@ -7,15 +7,15 @@
     for outcome in fleet.map(hosts, ready):
         print(outcome.host, outcome.value if outcome.error is None else outcome.error)
 
-The module keeps the interpreter lock during a call, so each host has a process meanwhile. Work on a
-host that does not answer keeps its process for up to 50 seconds, or for as long as the timeout of
-its client; all others go on. Nothing is repeated: work whose process died is a failure, because the
-server may have run it.
+The module keeps the interpreter lock during a call, so each host has a process meanwhile. If a host
+does not answer, its process waits for up to 50 seconds, or for the timeout of its client; all
+others go on. Nothing is repeated: work whose process died is a failure, because the server may have
+run it.
 
 Processes start when there is work for them and end with the map. By default there are 32 at most;
 one starts in 7 ms when it is forked, in 0.3 s when it is spawned. The work of one host costs 0.1 ms
-more in a process. Scripts for Windows, and for Python 3.14 and
-later, call `map` below `if __name__ == "__main__":`, as multiprocessing wants it.
+more in a process. A script for Windows, or for Python 3.14 and later, must call `map` below
+`if __name__ == "__main__":`, because multiprocessing imports the script again.
 """
 
 from __future__ import annotations
@@ -190,7 +190,7 @@ class _Process:
 
 def _work(pipe: "connection.Connection", parents: "connection.Connection",
           function: Callable[[Any], Any]) -> None:
-    """What a process does until its parent closes the pipe."""
+    """Works in a process until its parent closes the pipe."""
     signal.signal(signal.SIGINT, signal.SIG_IGN)  # Ctrl-C is for the parent, which ends this
     parents.close()  # a forked process has it too, and would not see the parent close it
     while True:

@@ -144,7 +144,7 @@ class Chain:
         return rest
 
     def is_border(self, before: Field, field: Field) -> bool:
-        """Whether the border's text can occur between these two fields."""
+        """Returns true if the border's text can occur between these two fields."""
         ends = before if self.link_first else field
         return field.key == self.after and ends.type.kind in OBJECTS
 
@@ -195,7 +195,7 @@ class ResultLists:
 
     @property
     def only_record(self) -> str:
-        """The record of the nodes, if there is one list outside of lists; else ""."""
+        """Returns the record of the nodes if there is one list outside of lists, else ""."""
         return self._heads[0].chain.record if len(self._heads) == 1 else ""
 
     def nodes(self, text: str) -> Iterator[Dict[str, Any]]:
@@ -216,7 +216,7 @@ class ResultLists:
 
 
 def array_items(text: str, at: int) -> Iterator[Any]:
-    """Yields the items of the JSON array that begins at `at`, one parsed after the other."""
+    """Yields the elements of the JSON array that begins at `at`, one parsed after the other."""
     at += 1
     while text[at] != "]":
         item, at = _value_at(text, at)

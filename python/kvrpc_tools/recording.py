@@ -46,7 +46,7 @@ OK, FAILED = 0, 3
 _ACCEPTED = {0: "ok", 1: "Program unavailable", 2: "Program/version mismatch",
              3: "Procedure unavailable", 4: "Server can't decode arguments",
              5: "Remote system error"}
-_RESULT_AT = 24  # offset of the result in a reply: what comes before are six words
+_RESULT_AT = 24  # offset of the result in a reply: six words come before it
 
 
 class Message(NamedTuple):

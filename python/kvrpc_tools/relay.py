@@ -1,4 +1,4 @@
-"""A relay on loopback between scripts and servers: it passes all bytes on and tells each exchange.
+"""A relay on loopback between scripts and servers. Passes all bytes on and reports each exchange.
 
     script  <->  127.0.0.1, base port + slot of the server  <->  server
 
@@ -7,7 +7,7 @@ Two threads copy the bytes of a connection unchanged, one for each direction. Th
 messages together, to find the reply to each call by its transaction id. A call that is sent again
 under the same id is one exchange.
 
-The relay only reads the ids. What the bytes mean is `recording`'s affair.
+The relay only reads the ids; `recording` decodes the messages.
 """
 
 from __future__ import annotations
@@ -28,7 +28,7 @@ Address = Tuple[str, int]
 # Returns where a server listens. Raises OSError if that cannot be found out.
 Find = Callable[[str, str], Address]
 Tell = Callable[[Message], None]
-# Is told what goes wrong: the server, the transport, the reason.
+# Gets what goes wrong: the server, the transport, the reason.
 Complain = Callable[[str, str, str], None]
 
 _CONNECT_SECONDS = 20.0
@@ -70,7 +70,7 @@ class _Exchanges:
             self._told(found, message)
 
     def end(self) -> None:
-        """Tells the calls that never got a reply. When it returns, all of them have been told."""
+        """Reports the calls that never got a reply. When it returns, all of them are reported."""
         with self._lock:
             for found in self._open.values():
                 self._told(found, None)
@@ -99,7 +99,7 @@ class Relay:
             _in_background(self._datagrams, server, udp)
 
     def close(self) -> None:
-        """Stops listening and tells the calls that have no reply."""
+        """Stops listening and reports the calls that have no reply."""
         for sock in self._sockets:
             sock.close()
         for exchanges in list(self._peers):  # connections that end meanwhile leave the list
@@ -141,7 +141,7 @@ class Relay:
             try:
                 data, peer = listener.recvfrom(_LONGEST_DATAGRAM)
             except ConnectionError:
-                continue  # Windows tells of an earlier datagram that nobody took
+                continue  # Windows reports an earlier datagram that nobody took
             except OSError:
                 break  # closed
             try:

@@ -8,9 +8,9 @@ made of. They are the one description of the interface, and nothing here repeats
     counted_text           count: its cap in bytes
     fixed_text, opaque     count: its size in bytes
     pointer, record        record: the name of the record that it leads to
-    array                  record: the name of each item's record
+    array                  record: the name of each element's record
     list_next              record: the name of the node that holds it
-    vector                 count: the number of items; item: the type of each
+    vector                 count: the number of elements; item: the type of each
     all others             none
 """
 
@@ -58,7 +58,7 @@ class Record(NamedTuple):
 
     @property
     def is_union(self) -> bool:
-        """Whether the record is a union."""
+        """True if the record is a union."""
         return self.discriminant != ""
 
     @property

@@ -1,10 +1,10 @@
-"""What the clients tell about their calls: a hook for each call, and the logger `kvrpc`.
+"""What the clients report about their calls: a hook for each call, and the logger `kvrpc`.
 
     tracing.on_call(lambda event: print(event.procedure, event.status, event.seconds))
 
 The hook is called after each call, on the thread that made it, with a `CallEvent`. The logger has
-the same at level DEBUG, and is silent unless the script gives it a handler. Arguments are told only
-to a hook that asks for them, and never with passwords.
+the same at level DEBUG, and is silent unless the script gives it a handler. Only a hook
+that asks for arguments gets them, and never with passwords.
 
 With neither hook nor level a call costs 1 us more for this; with a hook 20 us.
 """
@@ -112,7 +112,7 @@ def on_call(hook: Hook, arguments: bool = False) -> Registration:
 
 
 def is_on() -> bool:
-    """Returns whether anybody wants to know of calls."""
+    """Returns true if there is a hook or a log to write."""
     return bool(_hooks) or logger.isEnabledFor(logging.DEBUG)
 
 

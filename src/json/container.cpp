@@ -49,23 +49,23 @@ json_node* json_find(const json_node* container, const char* key) {
   return nullptr;
 }
 
-int json_add_item(json_node* container, json_node* item) {
-  if (item == nullptr) return 0;
+int json_add_item(json_node* container, json_node* child) {
+  if (child == nullptr) return 0;
   if (container->child == nullptr) {
-    container->child = item;
+    container->child = child;
     return 1;
   }
   json_node* tail = container->child;
   while (tail->next != nullptr) tail = tail->next;
-  json_link(tail, item);
+  json_link(tail, child);
   return 1;
 }
 
-int json_add_member(json_node* object, const char* key, json_node* item) {
-  if (item == nullptr) return 0;
-  if (item->key != nullptr) json_hooks().release(item->key);
-  item->key = json_strdup(key);
-  return item->key == nullptr ? 0 : json_add_item(object, item);
+int json_add_member(json_node* object, const char* key, json_node* child) {
+  if (child == nullptr) return 0;
+  if (child->key != nullptr) json_hooks().release(child->key);
+  child->key = json_strdup(key);
+  return child->key == nullptr ? 0 : json_add_item(object, child);
 }
 
 int json_delete_at(json_node* container, std::uint32_t index) {
@@ -84,9 +84,9 @@ json_node* json_detach_member(json_node* object, const char* key) {
   return detached(object, json_find(object, key));
 }
 
-int json_replace_member(json_node* object, const char* key, json_node* item) {
+int json_replace_member(json_node* object, const char* key, json_node* child) {
   json_delete_member(object, key);
-  return json_add_member(object, key, item);
+  return json_add_member(object, key, child);
 }
 
 void json_unlink(json_node* container, json_node* node) {

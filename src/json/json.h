@@ -88,16 +88,16 @@ std::uint32_t json_child_count(const json_node* container);
 json_node* json_child_at(const json_node* container, std::uint32_t index);
 json_node* json_find(const json_node* container, const char* key);
 
-// Changes to a container. Each int is 1 on success and 0 on failure. An item that could not be
+// Changes to a container. Each int is 1 on success and 0 on failure. A child that could not be
 // added is still the caller's.
-int json_add_item(json_node* container, json_node* item);
-int json_add_member(json_node* object, const char* key, json_node* item);
+int json_add_item(json_node* container, json_node* child);
+int json_add_member(json_node* object, const char* key, json_node* child);
 // Surface: the module changes no tree.
 int json_delete_at(json_node* container, std::uint32_t index);
 int json_delete_member(json_node* object, const char* key);
 json_node* json_detach_at(json_node* container, std::uint32_t index);
 json_node* json_detach_member(json_node* object, const char* key);
-int json_replace_member(json_node* object, const char* key, json_node* item);
+int json_replace_member(json_node* object, const char* key, json_node* child);
 
 // The list operations that these are made of. json_unlink ignores a null node. json_link returns
 // `earlier`.

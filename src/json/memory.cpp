@@ -35,12 +35,12 @@ bool json_arena::start(std::size_t size) {
 
 bool json_arena::grow() {
   const std::size_t size = std::clamp(3 * chunk_size_, smallest_chunk, largest_chunk);
-  auto* const block = static_cast<chunk*>(json_hooks().allocate(size));
-  if (block == nullptr) return false;
-  block->next = chunks_;
-  chunks_ = block;
+  auto* const added = static_cast<chunk*>(json_hooks().allocate(size));
+  if (added == nullptr) return false;
+  added->next = chunks_;
+  chunks_ = added;
   chunk_size_ = size;
-  next_node_ = reinterpret_cast<json_node*>(block + 1);
+  next_node_ = reinterpret_cast<json_node*>(added + 1);
   node_limit_ = next_node_ + (size - sizeof(chunk)) / sizeof(json_node);
   return true;
 }

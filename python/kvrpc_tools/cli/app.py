@@ -133,7 +133,7 @@ def _invoke(words: List[str]) -> int:
 
 
 def _command_first(words: List[str]) -> List[str]:
-    """Moves the options before a command behind it."""
+    """Moves the options before a command after it."""
     for place, word in enumerate(words):
         if word in COMMANDS or word in kvrpc.commands:
             return [word, *words[:place], *words[place + 1:]]

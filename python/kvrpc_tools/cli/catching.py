@@ -67,7 +67,7 @@ def _exactly(connection: socket.socket, length: int) -> bytes:
 
 @contextlib.contextmanager
 def _leads_to(base: int) -> Iterator[None]:
-    """Has clients connect to this base port, over TCP."""
+    """Makes clients connect to this base port, over TCP."""
     wanted = {"KORVEXRPCPORT": str(base), "KORVEXRPCMAP": None, "RPCTRANSPORT": "tcp"}
     before = {name: os.environ.get(name) for name in wanted}
     _apply(wanted)

@@ -1,4 +1,4 @@
-"""The command `kvrpc trace`: tells the calls of a script, which pass a relay on loopback."""
+"""The command `kvrpc trace`: prints the calls of a script, which pass a relay on loopback."""
 
 from __future__ import annotations
 
@@ -98,7 +98,7 @@ def _listen(variables: Dict[str, str]) -> int:
                        else f"export {name}={shlex.quote(value)}")
     sys.stdout.flush()
     while True:
-        threading.Event().wait(0.5)  # Windows tells of Ctrl-C only between two waits
+        threading.Event().wait(0.5)  # Windows notices Ctrl-C only between two waits
 
 
 class _Trace:
@@ -119,7 +119,7 @@ class _Trace:
             self._write(recording.header(secrets))
 
     def take(self, message: recording.Message) -> None:
-        """Tells one exchange."""
+        """Decodes, prints and records one exchange."""
         with self._lock:
             told = self._decoder.told(message)
             if told is None:

@@ -1,8 +1,8 @@
 """The command `kvrpc watch`: states, processes and log records of an installation, as they change.
 
 On a terminal it is a table that fills the screen and is drawn again for each look. Elsewhere each
-change is a line. What the numbers of states mean is the server's own affair, so they are printed as
-they come.
+change is a line. Only the server knows what the numbers of states mean, so they are printed as they
+come.
 """
 
 from __future__ import annotations

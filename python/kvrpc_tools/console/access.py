@@ -38,11 +38,11 @@ class Access:
         return None
 
     def is_token(self, text: str) -> bool:
-        """Returns whether this is the token."""
+        """Returns true if this is the token."""
         return hmac.compare_digest(text.encode(), self.token.encode())
 
     def has_cookie(self, headers: Message[str, str]) -> bool:
-        """Returns whether a request carries the token in its cookie."""
+        """Returns true if a request carries the token in its cookie."""
         try:
             cookies = SimpleCookie(headers.get("Cookie", ""))
         except CookieError:

@@ -103,7 +103,7 @@ def _load(options: argparse.Namespace) -> Optional[faults.Load]:
 
 
 def _serve(loop: Loop, interface: schema.Schema, options: argparse.Namespace) -> int:
-    """Opens all ports and tells of them; returns the base port."""
+    """Opens all ports and prints them. Returns the base port."""
     simulation = Simulation(interface, options.fault, options.control is not None,
                             _load(options), options.seed, options.replay)
     answers = Dispatcher(interface, simulation, _tell if options.log else None)
@@ -144,7 +144,7 @@ def _run(loop: Loop) -> int:
 
 
 def _run_script(loop: Loop, base: int, command: List[str]) -> int:
-    """Serves while the script runs; returns its exit code."""
+    """Serves while the script runs. Returns its exit code."""
     script = subprocess.Popen([sys.executable, *command], env=environment(base))
 
     def look() -> None:

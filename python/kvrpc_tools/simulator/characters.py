@@ -25,7 +25,7 @@ def bytes_of(text: str) -> bytes:
 
 
 def filled(text: Any, size: int) -> bytes:
-    """A text for a field of `size` bytes, cut so that a NUL ends it; bytes may fill it whole."""
+    """Returns a text for a field of `size` bytes, cut so that a NUL ends it. Bytes may fill it."""
     if isinstance(text, bytes):
         return text[:size].ljust(size, b"\0")
     return bytes_of(text or "")[:size - 1].ljust(size, b"\0")

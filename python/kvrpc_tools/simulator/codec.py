@@ -170,7 +170,7 @@ class Codec:
         }
         return writers[kind.kind]
 
-    # ---- items
+    # ---- elements
 
     def _vector_reader(self, kind: WireType) -> Read:
         assert kind.item is not None
@@ -262,8 +262,9 @@ class Codec:
 
     # ---- chains
     #
-    # A chain goes as a flag for each node. A node's successor comes where its `next` is: what
-    # precedes `next` comes node by node, what follows it from the last node to the first.
+    # A chain has a flag before each node and after the last one. A node's successor is where its
+    # `next` is, so the fields before `next` come from the first node to the last, and the fields
+    # after it from the last node to the first.
 
     def _chain(self, name: str) -> Tuple[Read, Write]:
         """Returns what reads and what writes a list of these nodes."""

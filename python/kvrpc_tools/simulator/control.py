@@ -132,6 +132,6 @@ def unpacked(text: str) -> Callable[..., Any]:
 
 
 def _names(code: types.CodeType) -> set[str]:
-    """The global names that a function's code uses, those of its inner functions included."""
+    """Returns the global names that a function's code uses, also in its inner functions."""
     inner = [constant for constant in code.co_consts if isinstance(constant, types.CodeType)]
     return set(code.co_names).union(*map(_names, inner))

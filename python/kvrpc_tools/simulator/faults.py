@@ -89,12 +89,12 @@ class Fault:
 
     @property
     def number(self) -> int:
-        """The value as a whole number; 0 if there is none."""
+        """Returns the value as a whole number, 0 if there is none."""
         return int(self.value or 0)
 
 
 def is_refusing(fault: Fault) -> bool:
-    """Returns whether the call is not carried out."""
+    """Returns true if the call is not carried out."""
     return fault.kind in _REFUSING
 
 

@@ -34,14 +34,14 @@ ELSEWHERE = tuple(name for name in VARIABLES if name not in (VARIABLE, "RPCTRANS
 
 
 def environment(port: int) -> Dict[str, str]:
-    """The environment of a process whose clients are to reach the servers from `port` on."""
+    """Returns the environment of a process whose clients must reach the servers from `port` on."""
     variables = {key: value for key, value in os.environ.items() if key not in ELSEWHERE}
     variables[VARIABLE] = str(port)
     return variables
 
 
 def _plain_environment() -> Dict[str, str]:
-    """The environment without what makes a sanitizer watch the interpreter."""
+    """Returns the environment without what makes a sanitizer watch the interpreter."""
     return {key: value for key, value in os.environ.items()
             if key not in ("LD_PRELOAD", "PYTHONMALLOC")}
 
@@ -60,7 +60,7 @@ class Simulator:
         return environment(self.port)
 
     def log(self) -> str:
-        """What it has said about the calls so far."""
+        """Returns what it has printed about the calls so far."""
         return self._log.read_text(encoding="utf-8")
 
     def stop(self) -> None:
@@ -96,7 +96,7 @@ def running(*arguments: str, log_calls: bool = True) -> Iterator[Simulator]:
 
 
 def _ports_said_by(process: "subprocess.Popen[str]", log: Path) -> Dict[str, int]:
-    """Returns the ports by name, once the process says them. Raises RuntimeError if it does not."""
+    """Returns the ports by name, once the process prints them. Raises RuntimeError if none come."""
     assert process.stdout is not None
     said: "queue.Queue[Dict[str, int]]" = queue.Queue()
     threading.Thread(target=_listen, args=(process.stdout, said), daemon=True).start()

@@ -55,7 +55,7 @@ class Portmapper:
         return rpc.procedure_unavailable(call.xid)
 
     def _getport(self, call: rpc.Call) -> bytes:
-        """The port of a program, version and protocol; 0 when it is not served."""
+        """Returns the port of a program, version and protocol, 0 if it is not served."""
         reader = Reader(call.argument)
         try:
             program, version, protocol, _ = (reader.u_long() for _ in range(4))

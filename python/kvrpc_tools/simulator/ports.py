@@ -17,7 +17,7 @@ _TRIES = 400
 
 
 def bind_pair(port: int) -> Pair:
-    """A listening and a datagram socket on `port`; OSError when either is taken."""
+    """Returns a listening and a datagram socket on `port`. Raises OSError if either is taken."""
     tcp = _bound(socket.SOCK_STREAM, port)
     try:
         udp = _bound(socket.SOCK_DGRAM, port)
@@ -29,7 +29,8 @@ def bind_pair(port: int) -> Pair:
 
 
 def bind_range(count: int, base: Optional[int] = None) -> Tuple[int, List[Pair]]:
-    """The base port and the sockets of `count` ports from there on; free ones without a base."""
+    """Returns the base port and the sockets of `count` ports from it on. Without a base,
+    they are free ones."""
     if base is not None:
         return base, _bind_all(base, count)
     bases = range(_LOWEST, _HIGHEST - count)

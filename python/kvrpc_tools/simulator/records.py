@@ -16,7 +16,7 @@ _MARK = struct.Struct(">I")
 
 
 def framed(message: bytes, size: int = 0) -> bytes:
-    """Returns the message as a record, in fragments of `size` bytes; of one fragment for 0."""
+    """Returns the message as a record, in fragments of `size` bytes, or in one fragment for 0."""
     if size <= 0 or size >= len(message):
         return _MARK.pack(LAST_FRAGMENT | len(message)) + message
     pieces = [message[at:at + size] for at in range(0, len(message), size)]

@@ -41,7 +41,7 @@ class Replay:
             self._last[str(told["procedure"])] = told
 
     def answer(self, procedure: Procedure, call: rpc.Call, note: Note) -> Answer:
-        """Returns the answer to a call. Tells `note` if nothing recorded fits."""
+        """Returns the answer to a call. Calls `note` if nothing recorded fits."""
         told = self._next(procedure, call.argument, note)
         if told is None:
             note(f"{procedure.name} was not recorded")

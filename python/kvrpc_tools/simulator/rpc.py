@@ -111,17 +111,17 @@ def refused(xid: int, reason: int = AUTH_TOO_WEAK) -> bytes:
 
 
 def with_xid(reply: bytes, xid: int) -> bytes:
-    """`reply` under another transaction id."""
+    """Returns `reply` under another transaction id."""
     return _words(xid) + reply[4:]
 
 
 def accepted(xid: int, status: int) -> bytes:
-    """An accepted call with any status, also one that RFC 5531 does not have."""
+    """Returns an acceptance with any status, also one that RFC 5531 does not have."""
     return _words(xid, REPLY, ACCEPTED, 0, 0, status)
 
 
 def xid_of(message: bytes) -> int:
-    """The transaction id of a message."""
+    """Returns the transaction id of a message."""
     return int.from_bytes(message[:4], "big")
 
 

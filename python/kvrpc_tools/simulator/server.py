@@ -169,7 +169,7 @@ def _refusal(server: Server, call: rpc.Call) -> Optional[bytes]:
 
 
 def _short(value: Any) -> str:
-    """A value on one line, cut where it gets long."""
+    """Returns a value as one line, which is cut if it is long."""
     text = _told(value)
     return text if len(text) <= LOG_WIDTH else text[:LOG_WIDTH - 4] + " ..."
 

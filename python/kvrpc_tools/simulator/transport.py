@@ -130,7 +130,7 @@ class Loop:
         self._selector.close()
 
     def _patience(self) -> float:
-        """Seconds until the first timer is due."""
+        """Returns the seconds until the first timer is due."""
         return min(_PATIENCE, max(0.0, self._timers[0][0] - time.monotonic()))
 
     def _run_timers(self) -> None:
@@ -161,7 +161,7 @@ def _send_datagrams(sock: socket.socket, answer: Answer, peer: Tuple[str, int]) 
         for message in answer.messages():
             sock.sendto(message, peer)
     except OSError:
-        pass  # Too long for a datagram, or the peer has gone: it sees no answer, as ever with UDP.
+        pass  # Too long for a datagram, or the peer has gone: it gets no answer, as usual with UDP.
 
 
 class _Connection:

@@ -1,6 +1,6 @@
 """XDR (RFC 4506): the few primitives that the interface is made of.
 
-Every item takes a multiple of four bytes, most significant byte first.
+Every value takes a multiple of four bytes, most significant byte first.
 """
 
 from __future__ import annotations
@@ -17,7 +17,7 @@ _SIGN = bytes(0xFF if byte >= 0x80 else 0 for byte in range(256))
 
 
 def units(data: bytes) -> bytes:
-    """One unit of four bytes a character, sign-extended."""
+    """Returns one unit of four bytes a character, sign-extended."""
     made = bytearray(4 * len(data))
     if not data.isascii():
         made[0::4] = made[1::4] = made[2::4] = data.translate(_SIGN)
@@ -26,21 +26,21 @@ def units(data: bytes) -> bytes:
 
 
 class XdrError(Exception):
-    """The bytes are not what the type says."""
+    """The bytes do not have the form of the type."""
 
 
 def low_long(value: int) -> int:
-    """`value` cut to its low 32 bits, signed."""
+    """Returns `value` cut to its low 32 bits, signed."""
     return ((value & 0xFFFFFFFF) ^ 0x80000000) - 0x80000000
 
 
 def low_short(value: int) -> int:
-    """`value` cut to its low 16 bits, signed."""
+    """Returns `value` cut to its low 16 bits, signed."""
     return ((value & 0xFFFF) ^ 0x8000) - 0x8000
 
 
 class Writer:
-    """Collects XDR items; `written()` gives what was written."""
+    """Collects XDR values. `written()` returns their bytes."""
 
     def __init__(self) -> None:
         self._parts: list[bytes] = []
@@ -50,40 +50,40 @@ class Writer:
         return b"".join(self._parts)
 
     def long(self, value: int) -> None:
-        """The low 32 bits of a number."""
+        """Writes the low 32 bits of a number."""
         self._parts.append(_U_LONG.pack(value & 0xFFFFFFFF))
 
     def raw(self, data: bytes) -> None:
-        """Bytes that are XDR already."""
+        """Writes bytes that are XDR already."""
         self._parts.append(data)
 
     def flag(self, value: object) -> None:
-        """A boolean."""
+        """Writes a boolean."""
         self._parts.append(_TRUE if value else _FALSE)
 
     def fixed(self, data: bytes) -> None:
-        """The bytes, filled up with zeroes to a multiple of four."""
+        """Writes the bytes, filled up with zeroes to a multiple of four."""
         self._parts.append(data + bytes(-len(data) % 4))
 
     def counted(self, data: bytes) -> None:
-        """The number of bytes, then the bytes."""
+        """Writes the number of bytes, then the bytes."""
         self.long(len(data))
         self.fixed(data)
 
     def characters(self, data: bytes) -> None:
-        """The `units` of the characters."""
+        """Writes the `units` of the characters."""
         self._parts.append(units(data))
 
 
 class Reader:
-    """Reads XDR items from the front of `data`; raises `XdrError` where the bytes run out."""
+    """Reads XDR values from the front of `data`. Raises `XdrError` if the bytes end too early."""
 
     def __init__(self, data: bytes) -> None:
         self._data = data
         self._at = 0
 
     def rest(self) -> bytes:
-        """What has not been read yet."""
+        """Returns what has not been read yet."""
         return self._data[self._at:]
 
     def must_be_at_end(self) -> None:
@@ -92,7 +92,7 @@ class Reader:
             raise XdrError(f"{len(self._data) - self._at} bytes too many")
 
     def unpack(self, layout: struct.Struct) -> Tuple[int, ...]:
-        """The next items, which `layout` describes."""
+        """Reads the next values, which `layout` describes."""
         at = self._at
         self._at += layout.size
         try:
@@ -109,23 +109,23 @@ class Reader:
         return taken
 
     def long(self) -> int:
-        """A signed number of 32 bits."""
+        """Reads a signed number of 32 bits."""
         return self.unpack(_LONG)[0]
 
     def u_long(self) -> int:
-        """An unsigned number of 32 bits."""
+        """Reads an unsigned number of 32 bits."""
         return self.unpack(_U_LONG)[0]
 
     def flag(self) -> bool:
-        """A boolean; any number but 0 is true."""
+        """Reads a boolean. Any number but 0 is true."""
         return self.unpack(_U_LONG)[0] != 0
 
     def fixed(self, size: int) -> bytes:
-        """So many bytes, and the zeroes after them."""
+        """Reads so many bytes, and the zeroes after them."""
         return self._take(size + -size % 4)[:size]
 
     def counted(self, limit: int = 0xFFFFFFFF) -> bytes:
-        """The number of bytes, then the bytes."""
+        """Reads the number of bytes, then the bytes."""
         size = self.u_long()
         if size > limit:
             raise XdrError(f"{size} bytes where {limit} are allowed")

@@ -56,7 +56,7 @@ class Access:
                                 keep=lambda row: self.allows(row, asked, READ))
 
     def put(self, argument: Any) -> bool:
-        """A row that names no owner belongs to the user who puts it."""
+        """Gives a row that names no owner to the user who puts it."""
         row = opened(argument)
         if row[self.field] and self.table.get(row[self.field]) and not self.get(row, WRITE):
             return False
@@ -123,7 +123,7 @@ class Addresses:
         return offered
 
     def _of(self, server: str) -> Dict[str, Handler]:
-        """The procedures that both servers offer."""
+        """Returns the procedures that both servers offer."""
         books, groups = self._book_access, self._group_access
         return {
             **self.entries.offer(put=f"{server}_put_tele_1", delete=f"{server}_del_tele_1"),
@@ -156,13 +156,13 @@ class Addresses:
         return self.lines.rows(tbuchid=asked["tbuchid"]) if readable else []
 
     def _line_block(self, asked: Row) -> List[Row]:
-        """Entries after the entry `pos` of a book."""
+        """Returns entries after the entry `pos` of a book."""
         readable = self._book_access.get(asked) is not None
         return self.lines.after((asked["pos"],), asked["anz"],
                                 within=(asked["tbuchid"],)) if readable else []
 
     def _put_line(self, argument: Any) -> bool:
-        """An entry needs its book."""
+        """Keeps an entry if the user may write its book."""
         return (self._book_access.get(opened(argument), WRITE) is not None
                 and self.lines.put(argument))
 
@@ -171,12 +171,12 @@ class Addresses:
         return self.members.rows(groupid=asked["groupid"]) if readable else []
 
     def _put_member(self, argument: Any) -> bool:
-        """A member needs its group."""
+        """Keeps a member if the user may write its group."""
         return (self._group_access.get(opened(argument), WRITE) is not None
                 and self.members.put(argument))
 
     def _member_block(self, asked: Row) -> List[Row]:
-        """Members after the entry `pose` of the book `posb`."""
+        """Returns members after the entry `pose` of the book `posb`."""
         readable = self._group_access.get(asked) is not None
         return self.members.after((asked["posb"], asked["pose"]), asked["anz"],
                                   within=(asked["groupid"],)) if readable else []
@@ -187,7 +187,7 @@ class Addresses:
         return next(iter(self.entries.rows(tsi=tsi)), None) if tsi else None
 
     def _lookup(self, argument: Row) -> Optional[Row]:
-        """In the book `phonedir`, or in all of them."""
+        """Searches the book `phonedir`, or all of them."""
         rows = self.lines.rows(tsi=argument["tsi"]) if argument["tsi"] else []
         if not argument["checkall"] and argument["phonedir"]:
             rows = [row for row in rows if row["tbuchid"] == argument["phonedir"]]

@@ -71,7 +71,7 @@ class Belongings:
         return {"errcode": 0 if row else 1, "content": row["content"] if row else ""}
 
     def _settings(self, argument: Any) -> List[Row]:
-        """A user's own, and with `user_only` false everybody's as well, by name."""
+        """Returns a user's own settings by name, and with `user_only` false everybody's as well."""
         asked = opened(argument)
         found: Dict[str, Row] = {}
         for user in ([] if asked["user_only"] else [EVERYBODY]) + [asked["userid"]]:

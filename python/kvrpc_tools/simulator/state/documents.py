@@ -18,7 +18,7 @@ Name = Tuple[int, str]  # the number and the user of a document
 
 POOL, SENT, RECEIVED = 0, 1, 2
 
-# What get_inf can tell of at most.
+# The most pages that get_inf can describe.
 MOST_PAGES = 1000
 
 _COVER = """\
@@ -31,7 +31,7 @@ anbei die Zeichnung, um die Sie gebeten haben.
 
 @dataclass
 class Document:
-    """One document; a page is a text."""
+    """One document. A page is a text."""
 
     faxid: int
     userid: str
@@ -46,13 +46,13 @@ class Document:
     received: Dict[str, Any] = field(default_factory=dict)
 
     def pool_row(self) -> Dict[str, Any]:
-        """As `get_p_rec_res` has it."""
+        """Returns the document as `get_p_rec_res` has it."""
         return {"faxid": self.faxid, "userid": self.userid, "public_": self.public,
                 "status": self.status, "seiten": len(self.pages), "comment": self.comment,
                 "crezeit": self.created}
 
     def received_row(self) -> Dict[str, Any]:
-        """As `get_e_rec_res` has it."""
+        """Returns the document as `get_e_rec_res` has it."""
         return {"faxid": self.faxid, "userid": self.userid, "status": self.status,
                 "seiten": len(self.pages), "comment": self.comment, "empfzeit": self.created,
                 **self.received}
@@ -79,7 +79,7 @@ class Documents:
         return self._documents.get((userid, topf, faxid))
 
     def find_any(self, topf: int, faxid: int) -> Optional[Document]:
-        """Whoever it belongs to."""
+        """Returns a document, whoever it belongs to."""
         userid = self._owners.get((topf, faxid))
         return None if userid is None else self.find(userid, topf, faxid)
 
@@ -122,7 +122,7 @@ class Documents:
 
     def receive(self, userid: str, sender: str, line: str, comment: str,
                 pages: List[str]) -> Document:
-        """A fax has come in."""
+        """Files a fax that has come in."""
         document = self.make(userid, RECEIVED, comment)
         document.pages = list(pages)
         document.received = {"absender": sender, "lineid": line, "dauer": 20 * len(pages),

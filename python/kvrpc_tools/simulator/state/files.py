@@ -48,7 +48,7 @@ JOURNAL = "/var/log/lambda.log"
 
 
 class Files:
-    """A few texts, and the log as it stands."""
+    """A few texts, and the log as it is now."""
 
     def __init__(self, journal: Journal) -> None:
         self._journal = journal
@@ -66,7 +66,7 @@ class Files:
         return {"ok": content is not None, "size": len(content or b"")}
 
     def _read(self, argument: Dict[str, Any]) -> Dict[str, Any]:
-        """At most `len` and at most 512 bytes from `offset` on; none behind the end."""
+        """Returns at most `len` and at most 512 bytes from `offset` on, none after the end."""
         content = self._content(argument["filename"])
         offset, size = argument["offset"], argument["len"]
         if content is None or offset < 0 or size < 0:

@@ -1,7 +1,7 @@
 """Send jobs: from submission through the queue and the line to sent, cancelled or failed.
 
 A job waits until its planned time, is on the line for as long as its pages take, and is then done;
-where it stands follows from the clock alone. A job keeps a copy of the document's pages in the
+its state follows from the clock alone. A job keeps a copy of the document's pages in the
 compartment of sent documents, under its own number.
 
 These are the simulator's own: the states and their times; that a job fails if it has no number,
@@ -103,7 +103,7 @@ class Jobs:
         heapq.heappush(self._times, (due, faxid))
         self._earliest = min(self._earliest, due)
 
-    # ---- the road of a job
+    # ---- the life of a job
 
     def _submit_new(self, argument: Any) -> Row:
         asked = opened(argument)
@@ -112,7 +112,7 @@ class Jobs:
                                             ("headline", "tsi", "cpi", "pincode")})
 
     def _submit(self, asked: Row, record: Row, extras: Row) -> Row:
-        """The new job's number, 0 with an error when there is no such document."""
+        """Returns the new job's number, or 0 with an error if there is no such document."""
         source = self._documents.find(asked["userid"], POOL, asked["poolfaxid"])
         if source is None:
             return {"faxid": 0, "errcode": 1}
@@ -165,7 +165,7 @@ class Jobs:
         self._tell(job, f"sent, {job['seiten']} pages")
 
     def _tell(self, job: Row, text: str, *severity: int) -> None:
-        """In the document's log and in the installation's."""
+        """Notes it in the document's log and in the installation's."""
         document = self._documents.find(job["userid"], SENT, job["faxid"])
         if document is not None:
             self._documents.note(document, text)
@@ -175,7 +175,7 @@ class Jobs:
     # ---- what users ask for
 
     def _job(self, argument: Any) -> Optional[Row]:
-        """The job of this number, if it is this user's."""
+        """Returns the job of this number if it is this user's, else None."""
         asked = opened(argument)
         job = self._jobs.get(asked["faxid"])
         return job if job and job["userid"] == asked["userid"] else None
@@ -187,7 +187,7 @@ class Jobs:
         return self._of_user.get(self._people.user_of(asked["loginid"]) or "", [])
 
     def _list_new(self, argument: Any) -> List[Row]:
-        """Those of one gateway or mail address, when the argument names one."""
+        """Returns the jobs, or those of one gateway or mail address if the argument names one."""
         asked = opened(argument)
         wanted = [(field, asked[field]) for field in ("gw_type", "mailaddr") if asked[field]]
         numbers = self._numbers(asked)
@@ -202,7 +202,7 @@ class Jobs:
                 for faxid in window(numbers, asked["pos"], asked["anz"])]
 
     def _cancel(self, asked: Row) -> bool:
-        """Only what still waits or is on the line."""
+        """Cancels a job that still waits or is on the line."""
         job = self._job(asked)
         if job is None or job["faxid"] not in self._due:
             return False
@@ -212,7 +212,7 @@ class Jobs:
         return True
 
     def _restart(self, asked: Row) -> bool:
-        """Only what does not wait anyway."""
+        """Repeats a job that does not wait anyway."""
         job = self._job(asked)
         if job is None or job["faxid"] in self._due:
             return False
@@ -222,7 +222,7 @@ class Jobs:
         return True
 
     def _change(self, argument: Any) -> bool:
-        """Only before it has been dialled."""
+        """Changes a job that has not been dialled yet."""
         asked = opened(argument)
         job = self._job(asked)
         if job is None or job["status"] != QUEUED:
@@ -234,7 +234,7 @@ class Jobs:
     # ---- what the other servers ask for
 
     def _put_status(self, argument: Any) -> bool:
-        """A transmitting server says how far it is."""
+        """Notes the progress that a transmitting server reports."""
         asked = opened(argument)
         job = self._jobs.get(asked["faxid"])
         if job is None:
@@ -244,7 +244,7 @@ class Jobs:
         return True
 
     def _waiting(self, argument: Any) -> List[Row]:
-        """At most `anz` jobs that wait for a line."""
+        """Returns at most `anz` jobs that wait for a line."""
         most = opened(argument)["anz"]
         rows = ({"s_rec": job, **job, "selection": 0} for job in self._jobs.values()
                 if job["status"] == QUEUED)

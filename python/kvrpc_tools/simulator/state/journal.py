@@ -32,7 +32,7 @@ class Journal:
         }
 
     def add(self, record: Dict[str, Any]) -> None:
-        """Keeps a record; the oldest ones go when there are too many."""
+        """Keeps a record. If there are too many, the oldest ones go."""
         self._records.append(record)
         self._text = []
         del self._records[:-MOST_RECORDS]
@@ -47,7 +47,7 @@ class Journal:
         self._text = []
 
     def lines(self) -> str:
-        """The whole log as text, one line a record."""
+        """Returns the whole log as text, one line a record."""
         if not self._text:
             self._text = ["".join(
                 f"{_stamp(record['time_stamp'])} {record['origin_id']}: {record['data']}\n"

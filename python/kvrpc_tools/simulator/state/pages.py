@@ -30,7 +30,7 @@ class Pages:
         return {**self._whole(), **self._parts(), **self._lists(), **self._texts()}
 
     def _find(self, asked: Row, topf: Optional[int] = None) -> Optional[Document]:
-        """The document that an argument names, in the pool when it says nothing else."""
+        """Returns the document that an argument names, from the pool if it names no compartment."""
         return self._documents.find(
             asked["userid"], asked.get("topf", POOL) if topf is None else topf, asked["faxid"])
 
@@ -54,13 +54,13 @@ class Pages:
         }
 
     def _make(self, userid: str) -> int:
-        """The new document's number, 0 without such a user."""
+        """Returns the new document's number, 0 if there is no such user."""
         if not self._people.is_local(userid):
             return 0
         return self._documents.make(userid, POOL).faxid
 
     def _copy(self, asked: Row) -> bool:
-        """The source's pages behind those of a document of the pool."""
+        """Appends the source's pages to those of a document of the pool."""
         source = self._documents.find(asked["userid"], asked["sourcetopf"], asked["sourcefaxid"])
         target = self._documents.find(asked["userid"], POOL, asked["destfaxid"])
         if source is None or target is None:
@@ -75,7 +75,7 @@ class Pages:
         return document is not None
 
     def _forward(self, asked: Row) -> bool:
-        """A copy for another user, or for each member of a group."""
+        """Makes a copy for another user, or for each member of a group."""
         source = self._find(asked, asked["sourcetopf"])
         group = [row["userid"] for row in self._people.members_of(asked["groupid"])]
         users = [user for user in ([asked["destu"]] if asked["destu"] else group)
@@ -113,7 +113,7 @@ class Pages:
         return {"ok": self._set(asked, mark=asked["newflag"]), "oldflag": old}
 
     def _exchange_status(self, asked: Row) -> Row:
-        """Sets or clears the bits of `status`; `oldflag` tells whether any was set."""
+        """Sets or clears the bits of `status`; `oldflag` is true if any was set."""
         document = self._find(asked)
         if document is None:
             return {"errcode": 1}
@@ -142,7 +142,7 @@ class Pages:
         }
 
     def _put_page(self, asked: Row, start: int, data: str) -> bool:
-        """Replaces a page from character `start` on, or adds one behind the last."""
+        """Replaces a page from character `start` on, or adds one after the last."""
         document = self._find(asked)
         number = asked["seitennr"]
         if document is None or not 1 <= number <= min(len(document.pages) + 1, MOST_NUMBER):
@@ -181,7 +181,7 @@ class Pages:
                                "seitennr": asked["destpage"]}, 0, source)
 
     def _information(self, asked: Row) -> Row:
-        """The length of each page."""
+        """Returns the length of each page."""
         document = self._find(asked)
         return page_sizes(document)
 
@@ -244,7 +244,7 @@ class Pages:
         return document is not None
 
     def _log_lines(self, asked: Row) -> Row:
-        """A block of the log as a list of texts; `pos` is where the next block starts."""
+        """Returns a block of the log as a list of texts. `pos` is where the next block starts."""
         block = _block(self._log(asked), asked)
         text = block.get("data", "")
         return {"ok": block["ok"], "pos": asked["pos"] + len(text),
@@ -263,7 +263,7 @@ MOST_NUMBER = 32767
 
 
 def page_sizes(document: Optional[Document]) -> Row:
-    """As the records with `laenge` and `data` have it: how many pages, and the length of each."""
+    """Returns the number of pages and the length of each, as `laenge` and `data` have them."""
     sizes = [len(page) for page in document.pages] if document else []
     return {"laenge": len(sizes), "data": sizes}
 
@@ -275,7 +275,7 @@ def _page_of(document: Optional[Document], number: int) -> Optional[str]:
 
 
 def _block(text: Optional[str], asked: Row) -> Row:
-    """`lng` characters from `pos` on; an empty block behind the end."""
+    """Returns `lng` characters from `pos` on, and an empty block after the end."""
     if text is None or asked["pos"] < 0 or asked["lng"] < 0:
         return {"ok": False}
     piece = text[asked["pos"]:asked["pos"] + asked["lng"]]

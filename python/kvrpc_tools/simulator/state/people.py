@@ -113,7 +113,7 @@ class People:
         return True
 
     def _change_password(self, argument: Row) -> int:
-        """`oldpw` is the administration's password when `adm` is set."""
+        """Changes a password. `oldpw` is the administration's password if `adm` is set."""
         user = self.local_records.get(argument)
         if user is None:
             return NO_USER
@@ -157,7 +157,7 @@ class People:
         }
 
     def _user_block(self, argument: Row) -> List[Row]:
-        """At most `anz` users after the one of `alphaid` and `userid`, in the order of both.
+        """Returns at most `anz` users after that of `alphaid` and `userid`, in the order of both.
 
         Without an `alphaid`, those of this alpha's name and later ones.
         """
@@ -199,7 +199,7 @@ class People:
         }
 
     def members_of(self, group: str) -> List[Row]:
-        """The users of a group, with their names."""
+        """Returns the users of a group, with their names."""
         return [{**(self.users.get(row) or {}), **row} for row in self.members.rows(groupid=group)]
 
     def _delete_group(self, group: str) -> bool:
@@ -208,7 +208,7 @@ class People:
         return self.groups.delete(group)
 
     def _distribution(self, argument: Row) -> Row:
-        """The users that a group or a single user means, by server."""
+        """Returns the users that a group or a single user means, by server."""
         rows = self.members_of(argument["groupid"]) if argument["groupid"] else [argument]
         hosts = sorted({row["alphaid"] for row in rows})
         return {"ok": bool(rows), "first": [

@@ -44,7 +44,7 @@ _EXITS = {"a_exit_1": "alpha", "o_exit_1": "omega", "l_exit_1": "lambda", "t_exi
 
 @dataclass
 class Process:
-    """One entry of the table; `pid` is 0 while it does not run, `status` is what it last told."""
+    """One entry of the table; `pid` is 0 while it does not run, `status` is its last report."""
 
     slot: int
     kind: str
@@ -54,11 +54,11 @@ class Process:
 
     @property
     def running(self) -> bool:
-        """Whether the process runs."""
+        """True if the process runs."""
         return self.pid != 0
 
     def entry(self) -> Dict[str, Any]:
-        """As `l_ps_1` lists it."""
+        """Returns the process as `l_ps_1` lists it."""
         return {"slot": self.slot, "pid": self.pid, "status": self.status,
                 "cmd": self.name, "dir": _DIRECTORIES[self.kind]}
 
@@ -115,7 +115,7 @@ class Processes:
                      if process.kind == kind and process.name == name), None)
 
     def _start(self, kind: str, name: str) -> bool:
-        """False when there is no such process; starting one that runs changes nothing."""
+        """Returns false if there is no such process. Starting one that runs changes nothing."""
         process = self._find(kind, name)
         if process is None:
             return False
@@ -126,7 +126,7 @@ class Processes:
         return True
 
     def _stop(self, kind: str, name: str) -> bool:
-        """False when there is no such process, or when it is `lambda` itself."""
+        """Returns false if there is no such process, or if it is `lambda` itself."""
         process = self._find(kind, name)
         if process is None or name == SELF:
             return False
@@ -136,7 +136,7 @@ class Processes:
         return True
 
     def _restart(self, server: str, _: Any = None) -> None:
-        """A server that is told to exit goes, and is started again at once."""
+        """Ends a server and starts it again at once."""
         process = self._find(SERVER, server)
         if process is not None:
             process.pid, process.status = 0, STOPPED
@@ -148,14 +148,14 @@ class Processes:
         return process is not None and self._stop(process.kind, process.name)
 
     def _set_status(self, argument: Dict[str, Any]) -> None:
-        """A process tells its own status; slot and pid must agree."""
+        """Notes the status that a process reports. Slot and pid must agree."""
         for process in self._table:
             named = (process.slot, process.pid) == (argument["slot"], argument["pid"])
             if named and process.running:
                 process.status = argument["status"]
 
     def _register(self, argument: Dict[str, Any]) -> bool:
-        """A server says that it is ready, or that it is not."""
+        """Notes that a server is ready, or that it is not."""
         if self._find(SERVER, argument["id"]) is None:
             return False
         told = "is ready" if argument["ok"] else "could not start"
@@ -173,13 +173,13 @@ class Processes:
         return True
 
     def _stop_all(self, *kinds: str) -> bool:
-        """All but `lambda` itself."""
+        """Stops all but `lambda` itself."""
         for process in self._of(*kinds):
             self._stop(process.kind, process.name)
         return True
 
     def _states(self) -> Dict[str, int]:
-        """Of `lambda` itself nothing is said: it runs, or nobody answers."""
+        """Returns the states without that of `lambda`: if it did not run, nobody would answer."""
         running, known = dict.fromkeys(_DIRECTORIES, 0), dict.fromkeys(_DIRECTORIES, 0)
         for process in self._table:
             known[process.kind] += 1

@@ -54,14 +54,14 @@ class Services:
     # ---- boards
 
     def _put_board(self, asked: Row) -> bool:
-        """An empty message takes the entry off."""
+        """Puts an entry on a board. An empty message takes it off."""
         self._changes += 1
         board = self._boards.setdefault(asked["color"], {})
         board[asked["id"]] = {"id": asked["id"], "msg": asked["msg"], "change": self._changes}
         return bool(asked["id"])
 
     def _board(self, color: int, since: int) -> Row:
-        """What has changed since the change `since`."""
+        """Returns what has changed since the change `since`."""
         rows = [row for _, row in sorted(self._boards.get(color, {}).items())
                 if row["change"] > since and (row["msg"] or since)]
         return {"first": rows, "lastchange": self._changes}
@@ -69,14 +69,14 @@ class Services:
     # ---- notifications
 
     def _subscribe(self, asked: Row) -> bool:
-        """Kept for a session, until that ends; nothing is ever sent."""
+        """Keeps a notification until its session ends. Nothing is ever sent."""
         if self._people.user_of(asked["loginid"]) is None:
             return False
         self._subscriptions.append(asked)
         return True
 
     def _unsubscribe(self, asked: Row) -> bool:
-        """Those of this session and address; without `all` only those for this trigger."""
+        """Removes those of this session and address; without `all`, only those for this trigger."""
         self._subscriptions = [kept for kept in self._subscriptions
                                if self._people.user_of(kept["loginid"]) is not None]
         same = [kept for kept in self._subscriptions
@@ -87,7 +87,7 @@ class Services:
 
 
 def _seconds_of(text: str) -> int:
-    """0 for what is no time."""
+    """Returns the seconds since 1970, or 0 for what is no time."""
     try:
         return calendar.timegm(time.strptime(text, TIME_FORMAT))
     except ValueError:

@@ -1,4 +1,4 @@
-"""Puts what a procedure says into the shape that its result has.
+"""Gives what a procedure returns the shape that its result has.
 
 The families speak of plain rows: one dict by field, whatever unions and envelopes the interface
 wraps around it, and they read arguments in the same way. `opened` takes the wrapping off an
@@ -26,7 +26,7 @@ Row = Dict[str, Any]
 
 
 def opened(argument: Any) -> Row:
-    """The fields of an argument, out of its union and out of its member `data`."""
+    """Returns the fields of an argument, without its union and its member `data`."""
     if not isinstance(argument, dict):
         return {}
     version = argument.get("selection", argument.get("vers"))
@@ -56,7 +56,7 @@ class Shaper:
                       for name, record in schema.records.items() if record.is_union}
 
     def shape(self, procedure: str, argument: Any, value: Any) -> Any:
-        """Returns the result of a procedure from what its family says of it."""
+        """Returns the result of a procedure from what its family has returned."""
         kind = self._schema.procedures[procedure].result
         if kind.kind in ("short", "long") and isinstance(value, bool):
             return 0 if value else NOT_DONE
@@ -105,7 +105,7 @@ def shaper_of(schema: Schema) -> Shaper:
 
 
 def _enveloped(record: Record) -> Optional[Field]:
-    """The record member of {errcode, record}, None when it is another shape."""
+    """Returns the record member of {errcode, record}, or None for another shape."""
     keys = {field.key for field in record.fields}
     inner = [field for field in record.fields if field.type.kind == "record"]
     return inner[0] if "errcode" in keys and len(keys) == 2 and inner else None

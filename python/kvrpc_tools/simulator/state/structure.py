@@ -106,7 +106,7 @@ class Structure:
         return row["contents"] if row else ""
 
     def _settings(self, argument: Any) -> List[Row]:
-        """By number behind a common beginning, or by name."""
+        """Returns settings after a name, or by number those whose names begin with `basename`."""
         asked = opened(argument)
         if argument.get("selection") == 1:
             return self.settings.after((asked["pos"],), asked["anz"],
@@ -116,7 +116,7 @@ class Structure:
         return window(rows, asked["pos"], asked["anz"])
 
     def _route_for(self, argument: Any) -> Optional[Row]:
-        """The first route whose line and sender fit; an empty field of a route fits all."""
+        """Returns the first route whose line and sender fit. An empty field of a route fits all."""
         asked = opened(argument)
         for route in self.routes.rows():
             if all(route.get(field, "") in ("", asked[field]) for field in ("lineid", "absender")):

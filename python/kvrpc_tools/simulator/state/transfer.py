@@ -50,7 +50,7 @@ class PageTransfer:
         }
 
     def _start(self, asked: Row) -> int:
-        """The number of a newly opened page, 0 when there is none."""
+        """Opens a page. Returns its number, or 0 if there is no such page."""
         document = self._documents.find_any(asked["topf"], asked["faxid"])
         if document is None or not 1 <= asked["page"] <= len(document.pages):
             return 0
@@ -68,7 +68,7 @@ class PageTransfer:
         return handle["long1"] if handle["long3"] == SEAL else 0
 
     def _block(self, asked: Row) -> Row:
-        """The next `len` bytes; none at the end."""
+        """Returns the next `len` bytes, none at the end."""
         page = self._open.get(self._number(asked["handle"]))
         if page is None:
             return {"err": NO_HANDLE}
@@ -127,13 +127,13 @@ class Lines:
                 if not self._states.get(row["lineid"])]
 
     def _reserve(self, asked: Row) -> bool:
-        """True for a free line, which is then taken."""
+        """Takes a free line. Returns false if it is not free."""
         if not any(row["lineid"] == asked["lineid"] for row in self._free()):
             return False
         return self._put_state({**asked, "hwfeat": asked["hwfeat"] or 1})
 
     def _put_state(self, asked: Row) -> bool:
-        """0 sets a line free."""
+        """Sets the state of a line. 0 means that it is free."""
         if self._structure.lines.get(asked["lineid"]) is None:
             return False
         self._states[asked["lineid"]] = asked["hwfeat"]
@@ -146,7 +146,7 @@ class Lines:
         return True
 
     def _take_scan(self, line: str) -> Optional[Row]:
-        """Each request is handed out once."""
+        """Returns a request. Each one is handed out once."""
         return self._scans.pop(line, None)
 
 
