@@ -1,4 +1,4 @@
-"""The scripts behind `make` on machines that lack something."""
+"""The scripts that `make` runs, on machines that lack something."""
 import os
 import sys
 from pathlib import Path

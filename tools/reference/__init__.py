@@ -1,4 +1,4 @@
-"""What tools/generate_reference.py makes the page of.
+"""The parts from which tools/generate_reference.py makes the page.
 
     markup      HTML as text, and values as JSON or Python
     tables      fields with their limits and meanings

@@ -1,4 +1,4 @@
-"""The ports of a simulator are found where most ports are taken."""
+"""A simulator finds its ports even if most ports are taken."""
 
 import socket
 
@@ -17,7 +17,7 @@ def close(pairs):
 
 @pytest.fixture
 def window(monkeypatch):
-    """Lets only some ports count, those of a base that was free a moment ago."""
+    """Limits the search to a few ports that were free a moment ago. Returns the first of them."""
     lowest, pairs = ports.bind_range(8 * COUNT)
     close(pairs)
     monkeypatch.setattr(ports, "_LOWEST", lowest)
@@ -43,7 +43,7 @@ def test_a_lack_of_ports_says_where_they_were_looked_for(window):
 
 
 def test_connections_that_have_ended_do_not_take_a_port(window):
-    """The side that closes first keeps its port for a minute, which binding overlooks."""
+    """The side that closes first keeps its port for a minute, but it can be bound meanwhile."""
     tcp, udp = ports.bind_pair(window)
     client = socket.create_connection(("127.0.0.1", window))
     accepted, _ = tcp.accept()
