@@ -4,7 +4,7 @@ import re
 from pathlib import Path
 
 PAGE = Path(__file__).resolve().parents[2] / "docs" / "decisions.md"
-LINES = (r"^Alternatives?: ", r"^Reason: ", r"^(Wrong if|How one would notice that it was wrong): ")
+LINES = (r"^Alternatives?: ", r"^Reason: ", r"^Wrong if: ")
 
 
 def incomplete(text):

@@ -1,3 +1,5 @@
+"""The fixtures of the simulator's tests: a running simulator, its clients, and an installation alone."""
+
 import pytest
 
 from kvrpc_tools import schema as schemas
