@@ -1,4 +1,4 @@
-"""The fixtures of the simulator's tests: a running simulator, its clients, and an installation alone."""
+"""Fixtures of the simulator's tests: a running simulator, its clients, an installation alone."""
 
 import pytest
 
