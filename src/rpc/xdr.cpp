@@ -1,4 +1,4 @@
-// The routines for single items. Each is one 4-byte unit, whatever the size of its object.
+// The routines for single values. Each is one 4-byte unit, whatever the size of its object.
 #include "rpc/xdr.h"
 
 namespace kvrpc {

@@ -1,7 +1,7 @@
-// XDR (RFC 4506): the stream handle, the in-memory stream, and the routines for single items and
+// XDR (RFC 4506): the stream handle, the in-memory stream, and the routines for single values and
 // for everything that has a length or a pointer.
 //
-// Every item occupies a multiple of 4 bytes, most significant byte first. One routine per type
+// Every value occupies a multiple of 4 bytes, most significant byte first. One routine per type
 // serves all three directions, selected by `x_op`: memory to stream, stream to memory, and the
 // release of what an earlier decode allocated. In XDR_FREE, a routine never touches the stream.
 //
@@ -92,7 +92,7 @@ using xdrproc_t = bool_t (*)(XDR* xdrs, void* object, std::uint32_t limit);
 // Sets up a stream over `size` bytes of the caller's `buffer`. Allocates nothing.
 void xdrmem_create(XDR* xdrs, char* buffer, std::uint32_t size, xdr_op op);
 
-// Single items, one 4-byte unit each (xdr_void: none). The comment of each is the object's type.
+// Single values, one 4-byte unit each (xdr_void: none). The comment of each is the object's type.
 bool_t xdr_void(XDR* xdrs, void* object, std::uint32_t limit = LASTUNSIGNED);
 bool_t xdr_long(XDR* xdrs, void* object, std::uint32_t limit = LASTUNSIGNED);     // int32_t
 bool_t xdr_u_long(XDR* xdrs, void* object, std::uint32_t limit = LASTUNSIGNED);   // uint32_t

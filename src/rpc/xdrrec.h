@@ -8,8 +8,8 @@
 //
 // Both directions are buffered in one block. It belongs to the stream and is released by
 // XDR_DESTROY; the XDR handle itself belongs to the caller, who also sets x_op before each use. All
-// input and output goes through two callbacks. To write, put items and call xdrrec_endofrecord. To
-// read, call xdrrec_skiprecord and get items; reading past the end of a record fails.
+// input and output goes through two callbacks. To write, put values and call xdrrec_endofrecord. To
+// read, call xdrrec_skiprecord and get values; reading past the end of a record fails.
 #pragma once
 
 #include <cstdint>
