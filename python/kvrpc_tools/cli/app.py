@@ -135,9 +135,27 @@ def _invoke(words: List[str]) -> int:
 def _command_first(words: List[str]) -> List[str]:
     """Moves the options before a command after it."""
     for place, word in enumerate(words):
-        if word in COMMANDS or word in kvrpc.commands:
+        if _is_command(word) and not _is_value(words, place):
             return [word, *words[:place], *words[place + 1:]]
     return words
+
+
+def _is_command(word: str) -> bool:
+    return word in COMMANDS or word in kvrpc.commands
+
+
+def _is_value(words: List[str], place: int) -> bool:
+    """Returns whether a word is the value of the option before it, and the command comes later.
+
+    For example, the first `list` of `--host list list`.
+    """
+    option = words[place - 1] if place else ""
+    later = next(filter(_is_command, words[place + 1:]), None)
+    if not option.startswith("-") or later is None:
+        return False
+    command = kvrpc.get_command(click.Context(kvrpc), later)
+    return any(option in each.opts and isinstance(each, click.Option) and not each.is_flag
+               for each in (command.params if command else ()))
 
 
 def _told(error: Exception) -> Tuple[int, Dict[str, Any]]:

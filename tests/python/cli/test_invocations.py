@@ -35,6 +35,8 @@ ALONE = [
     line("list alpha --grep login_1", 0, r"alpha: Sessions\n  a_login_1 [^\n]*\n(  a_.*)+"),
     line("list --grep=LOGIN_1 alpha", 0, r"alpha: Sessions\n  a_login_1 [^\n]*\n(  a_.*)+"),
     line("--grep zzzz list", 0),
+    line("--grep list list lambda", 0, r"lambda: Process control\n  l_ps_1 +Lists.*"),
+    line("--json list nue", 0, r'\[{"server":"nue",.*}\]\n'),
     line("list nue --json", 0, r'\[{"server":"nue",.*}\]\n'),
     line("list --help", 0, r"Usage: kvrpc list .*--grep WORD.*"),
     line("describe a_login", 0, r"a_login_1\n.*userid: text, at most 10 bytes\..*login_res.*"),
