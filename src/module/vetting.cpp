@@ -40,8 +40,9 @@ ref decoded(const char* name) {
 }
 
 // Reports a name that is not UTF-8, unless the verifier has no method, which is reported first.
-// Returns false.
+// Keeps any other exception: after a failed allocation, decoding again may succeed. Returns false.
 bool refuse_name(const char* name, PyObject* verifier) {
+  if (!PyErr_ExceptionMatches(PyExc_UnicodeDecodeError)) return false;
   PyErr_Clear();
   if (ref(PyObject_GetAttr(verifier, names.verify_call))) decoded(name);
   return false;

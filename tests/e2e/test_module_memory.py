@@ -106,6 +106,24 @@ def test_a_failing_vetting(run_script):
     )
 
 
+def test_a_report_names_the_exception(run_script):
+    """Also if memory is short for the name only, and there again a moment later."""
+    swept(
+        run_script(
+            SWEEP
+            + """
+    reported = []
+    sys.excepthook = lambda *failure: None
+    sys.unraisablehook = lambda failure: reported.append(failure.exc_type)
+    count = sweep(status('{"l_version_1":0}', allow), b'{"status":3', [refused])
+    sys.excepthook = sys.__excepthook__
+    assert set(reported) == {MemoryError}, set(reported)
+    print(count)
+    """
+        )
+    )
+
+
 @pytest.mark.skipif(
     sys.version_info >= (3, 13),
     reason="this interpreter prints with a library that never ends when no memory is left",
