@@ -48,6 +48,7 @@ class result_reader {
   cursor fixed_items(cursor at, const wire_type& type, trail after);
   cursor run_on(cursor at, const wire_type& type, trail after);
 
+  bool block(const record_type& record);
   bool record(const record_type& record, const trail& after);
   bool fields(const record_type& record, const record_field*& field, const trail& after);
   bool run(const record_type& record, const record_field*& field, const trail& after);
@@ -122,8 +123,7 @@ always_inline cursor result_reader::value(cursor at, const wire_type& type, Trai
     case wire_kind::blob:
       return appended(base64(unit_at(at)), at);
     case wire_kind::pointer:
-      return appended(unit_at(at) != 0 ? open(wire::inline_(*type.target), {}) : literal("null", 4),
-                      at);
+      return appended(unit_at(at) != 0 ? block(*type.target) : literal("null", 4), at);
     case wire_kind::array:
       return appended(elements(*type.target, unit_at(at)), at);
     case wire_kind::vector:
@@ -228,6 +228,11 @@ always_inline bool result_reader::fields(const record_type& record, const record
   return literal("}", 1);
 }
 
+// Reads a record that is an allocation of its own, so that nothing follows it.
+bool result_reader::block(const record_type& record) {
+  return record.is_union ? open(wire::inline_(record), {}) : this->record(record, {});
+}
+
 // Reads a structure or a list. A list's nodes are nested on the wire, as in the text. So the fields
 // after the links come after the last node, and the last node's come first. A text of a node
 // extends to its link at most, so only the first node's last fields have something after them.
@@ -261,11 +266,10 @@ bool result_reader::arm(const record_type& record, std::uint32_t discriminant, c
 // ---- values that begin with a count
 
 bool result_reader::elements(const record_type& element, std::uint32_t count) {
-  const wire_type type = wire::inline_(element);
   out_.append('[');
   for (std::uint32_t i = 0; i < count; ++i) {
     if (i > 0) out_.append(", ", reply_room::separator);
-    if (!open(type, {})) return false;
+    if (!block(element)) return false;
   }
   return literal("]", 1);
 }
