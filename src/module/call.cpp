@@ -13,10 +13,6 @@ namespace {
 
 constexpr int max_tries = 2;
 
-bool run_method(PyObject* self, PyObject* name) {
-  return static_cast<bool>(ref(PyObject_CallMethodNoArgs(self, name)));
-}
-
 // Runs server_call on the client's connection. Returns true with a reply; false without one, with
 // an exception set or not.
 bool run(rpc_client* client, PyObject* text, PyObject* verifier, int* status, text_buffer& reply) {
@@ -35,7 +31,7 @@ bool run(rpc_client* client, PyObject* text, PyObject* verifier, int* status, te
 
 // Makes one attempt. Returns false with an exception set if there is no reply.
 bool attempt(PyObject* self, PyObject* text, PyObject* verifier, int* status, text_buffer& reply) {
-  if (!run_method(self, names.create)) return false;
+  if (!rpc_client_create(self)) return false;
   if (run(reinterpret_cast<rpc_client*>(self), text, verifier, status, reply)) return true;
   if (!PyErr_Occurred()) PyErr_NoMemory();
   return false;
@@ -55,7 +51,7 @@ PyObject* rpc_client_call(PyObject* self, PyObject* const* arguments, Py_ssize_t
     int status = CALL_OK;
     if (!attempt(self, text.get(), verifier.get(), &status, reply)) return nullptr;
     if (status != CALL_RPC_FAILED || tries == max_tries) return take_reply(reply);
-    if (!run_method(self, names.close)) return nullptr;
+    if (!ref(PyObject_CallMethodNoArgs(self, names.close))) return nullptr;
   }
 }
 

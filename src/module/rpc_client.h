@@ -25,6 +25,10 @@ PyTypeObject* rpc_client_type();
 // Closes the client's connection and takes `conn` (or null) in its place.
 void replace_connection(rpc_client* client, connection* conn);
 
+// Runs the method `create`, which a subclass may have replaced. Returns false with an exception
+// set.
+bool rpc_client_create(PyObject* self);
+
 // The method `call`. Vectorcall: positional arguments first, then the values of `keywords`.
 PyObject* rpc_client_call(PyObject* self, PyObject* const* arguments, Py_ssize_t count,
                           PyObject* keywords);
