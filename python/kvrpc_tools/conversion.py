@@ -108,6 +108,22 @@ class Conversion:
         self._lists.settle(result, raw)
         return result
 
+    def streamed(self, reply: bytes) -> Any:
+        """Does the same as `result`, but with an iterator in the place of a list outside of lists.
+
+        The iterator parses one piece of the list at a time. A result with several such lists has
+        them as lists.
+        """
+        text = reply.decode()
+        if self.procedure.result.kind == "array" and text.startswith(_SUCCESS):
+            return array_items(text, len(_SUCCESS))
+        if not self._lists.only_record:
+            return self.result(reply)
+        result = self._opened(_value_at(self._lists.take_out(text)[0]))
+        self._lists.settle(result, False)
+        self._lists.put_only(result, self._lists.nodes(text))
+        return result
+
     def entries(self, reply: bytes) -> Iterator[Any]:
         """Yields the entries of the list that a reply holds, or the result if it is no list.
 

@@ -19,7 +19,7 @@ raises ValueError for a result in which the same text could occur elsewhere.
 from __future__ import annotations
 
 import json
-from typing import Any, Callable, Dict, Iterator, List, NamedTuple, Optional, Sequence, Tuple
+from typing import Any, Callable, Dict, Iterator, List, NamedTuple, Optional, Sequence, Tuple, Union
 
 from .schema import Field, Record, Schema, WireType
 
@@ -209,6 +209,10 @@ class ResultLists:
                 _settle(node, inner, False)
             yield node
 
+    def put_only(self, result: Any, nodes: Iterator[Any]) -> None:
+        """Puts an iterator into the place of the only list of a parsed result."""
+        put_in(result, self._heads[0], nodes)
+
     def settle(self, result: Any, raw: bool) -> None:
         """Puts the lists of a parsed result in order; with `raw`, nests them as on the wire."""
         for head in self._heads:
@@ -225,7 +229,7 @@ def array_items(text: str, at: int) -> Iterator[Any]:
             at += len(", ")
 
 
-def put_in(result: Any, head: Head, nodes: List[Any]) -> None:
+def put_in(result: Any, head: Head, nodes: Union[List[Any], Iterator[Any]]) -> None:
     """Puts the nodes of a list that was taken out into its place in the parsed result."""
     *way, key = head.path
     for step in way:

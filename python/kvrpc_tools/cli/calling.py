@@ -72,7 +72,8 @@ def call(procedure: Procedure, argument: Optional[str], members: Tuple[str, ...]
         click.echo(reply)
     if not raw or tracing.status_of(reply) != 0:
         with reaching(procedure.server, host):
-            result = way.result(reply)
+            result = way.streamed(reply)
+        del reply
         write_json(result, sys.stdout)
 
 

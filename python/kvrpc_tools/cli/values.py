@@ -107,7 +107,10 @@ def _scalar(told: str, wire: WireType, whole: str) -> Any:
 
 
 def write_json(value: Any, output: TextIO) -> None:
-    """Writes a result as one line of JSON, a list entry by entry, so no second copy is made."""
+    """Writes a result as one line of JSON, a list entry by entry, so no second copy is made.
+
+    An iterator is written as a list.
+    """
     for piece in _pieces(value):
         output.write(piece)
     output.write("\n")
@@ -119,9 +122,10 @@ def _pieces(value: Any) -> Iterator[str]:
             yield ("," if place else "{") + _encode(key) + ":"
             yield from _pieces(item)
         yield "}" if value else "{}"
-    elif isinstance(value, list) and len(value) > 100:
+    elif isinstance(value, Iterator) or isinstance(value, list) and len(value) > 100:
+        yield "["
         for place, item in enumerate(value):
-            yield ("," if place else "[") + _encode(item)
+            yield ("," if place else "") + _encode(item)
         yield "]"
     else:
         yield _encode(value)
