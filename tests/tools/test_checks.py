@@ -1,5 +1,6 @@
 """Each check of `make check` finds what it is for, and nothing in a tree that is in order."""
 import os
+import re
 import shutil
 import subprocess
 import sys
@@ -156,7 +157,7 @@ def test_a_source_for_one_byte_order_is_found(tree):
     write(tree, "src/json/order.cpp",
           'static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "one order");\n')
     assert check().returncode != 0
-    assert "src/json/order.cpp:1:1: error: static" in check().stdout
+    assert re.search(r"src/json/order\.cpp:1:\d+: error: static", check().stdout)
 
 
 @pytest.fixture
