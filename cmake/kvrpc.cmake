@@ -95,22 +95,22 @@ endfunction()
 # kvrpc_test_support(): what all test programs share: the options, GoogleTest's compiled headers, the
 # allocation functions that can fail.
 function(kvrpc_test_support)
-  if(TARGET kvrpc_test_support)
+  if(TARGET test_support)
     return()
   endif()
   kvrpc_find_googletest()
-  add_library(kvrpc_test_support OBJECT ${PROJECT_SOURCE_DIR}/tests/unit/support/failing_heap.cpp)
-  target_include_directories(kvrpc_test_support PUBLIC ${PROJECT_SOURCE_DIR}/tests/unit)
-  target_link_libraries(kvrpc_test_support PUBLIC kvrpc_flags GTest::gtest_main)
-  target_link_options(kvrpc_test_support INTERFACE ${KVRPC_WRAPPED_HEAP})
-  target_compile_definitions(kvrpc_test_support PUBLIC KVRPC_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+  add_library(test_support OBJECT ${PROJECT_SOURCE_DIR}/tests/unit/support/failing_heap.cpp)
+  target_include_directories(test_support PUBLIC ${PROJECT_SOURCE_DIR}/tests/unit)
+  target_link_libraries(test_support PUBLIC kvrpc_flags GTest::gtest_main)
+  target_link_options(test_support INTERFACE ${KVRPC_WRAPPED_HEAP})
+  target_compile_definitions(test_support PUBLIC KVRPC_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
   # At -O3 g++ 12 warns of copies beyond the end of a vector of one element, where there are none.
-  target_compile_options(kvrpc_test_support PUBLIC $<$<CONFIG:Release>:-O1>)
+  target_compile_options(test_support PUBLIC $<$<CONFIG:Release>:-O1>)
   if(KVRPC_SANITIZE)  # tests need neither optimizer nor variables in stack traces: half the time
-    target_compile_options(kvrpc_test_support PUBLIC -O0 -g1)
+    target_compile_options(test_support PUBLIC -O0 -g1)
   endif()
-  set_target_properties(kvrpc_test_support PROPERTIES POSITION_INDEPENDENT_CODE OFF)  # as programs are
-  target_precompile_headers(kvrpc_test_support PRIVATE <gtest/gtest.h> <string> <vector>)
+  set_target_properties(test_support PROPERTIES POSITION_INDEPENDENT_CODE OFF)  # as programs are
+  target_precompile_headers(test_support PRIVATE <gtest/gtest.h> <string> <vector>)
 endfunction()
 
 # kvrpc_test_program(NAME DIRECTORY LIBRARY...): tests/DIRECTORY as the GoogleTest program
@@ -120,9 +120,9 @@ function(kvrpc_test_program name directory)
   kvrpc_sources(sources ${PROJECT_SOURCE_DIR}/tests/${directory})
   kvrpc_test_support()
   add_executable(${name}_test ${sources})
-  target_link_libraries(${name}_test PRIVATE ${ARGN} kvrpc_test_support)
+  target_link_libraries(${name}_test PRIVATE ${ARGN} test_support)
   set_target_properties(${name}_test PROPERTIES POSITION_INDEPENDENT_CODE OFF)
-  target_precompile_headers(${name}_test REUSE_FROM kvrpc_test_support)
+  target_precompile_headers(${name}_test REUSE_FROM test_support)
   foreach(half 0 1)
     add_test(NAME ${name}_test.${half} COMMAND ${name}_test --gtest_brief=1)
     set_tests_properties(${name}_test.${half} PROPERTIES TIMEOUT 300
