@@ -187,7 +187,20 @@ def check_inherited(clients):
 
 # ---- kinds
 
-def run_guarded(storm, stop, step):
+def run_guarded(storm, stop, step, together=None):
+    """Is a thread of a storm.
+
+    A thread that starts or ends takes locks of a sanitizer's runtime, and a child that is forked at
+    that moment inherits them locked for ever. So threads that fork begin and end together.
+    """
+    if together is not None:
+        together.wait()
+    repeat(storm, stop, step)
+    if together is not None:
+        together.wait()
+
+
+def repeat(storm, stop, step):
     """Repeats a step until the storm is over."""
     try:
         while not stop.is_set() and storm.failure is None:
@@ -212,8 +225,10 @@ def handlers(storm, seconds):
 
     sys.excepthook = sys.unraisablehook = lambda *arguments: None  # of vettings that raise
     stop = threading.Event()
+    together = threading.Barrier(THREADS + 1)
     others = [threading.Thread(target=run_guarded, args=(
-        storm, stop, lambda: storm.call(storm.any_client(), Whirl(storm)))) for _ in range(THREADS)]
+        storm, stop, lambda: storm.call(storm.any_client(), Whirl(storm)), together))
+        for _ in range(THREADS)]
     for each in others:
         each.start()
     signal.signal(signal.SIGALRM, on_alarm)
@@ -227,10 +242,12 @@ def handlers(storm, seconds):
         if time.monotonic() > deadline:
             stop.set()
 
-    run_guarded(storm, stop, step)
+    together.wait()
+    repeat(storm, stop, step)
     signal.setitimer(signal.ITIMER_REAL, 0)
     signal.signal(signal.SIGALRM, signal.SIG_IGN)
     stop.set()
+    together.wait()
     for each in others:
         each.join()
     while storm.children:
@@ -305,7 +322,7 @@ def processes(storm, seconds):
         if time.monotonic() > deadline:
             stop.set()
 
-    run_guarded(storm, stop, step)
+    repeat(storm, stop, step)
     stop.set()
     for each in others:
         each.join()

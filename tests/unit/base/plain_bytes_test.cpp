@@ -53,7 +53,7 @@ using sets = testing::Types<json_plain, ascii_plain, iso_plain>;
 TYPED_TEST_SUITE(plain_bytes, sets);
 
 TYPED_TEST(plain_bytes, end_at_each_byte_at_each_position) {
-  for (const std::size_t length : {1, 7, 8, 17, 40}) {
+  for (const std::size_t length : {1u, 7u, 8u, 17u, 40u}) {
     for (std::size_t position = 0; position < length; ++position) {
       for (int byte = 0; byte < 256; ++byte) {
         std::string text(length, 'a');

@@ -8,7 +8,7 @@ namespace kvrpc::test {
 namespace {
 
 constexpr wire_type scalars = wire::inline_(shapes::scalars);
-constexpr wire_type selected = wire::inline_(shapes::selected);
+constexpr wire_type selected_type = wire::inline_(shapes::selected);
 constexpr wire_type versioned = wire::inline_(shapes::versioned);
 
 int encoded(const wire_type& type, const char* text) { return test_value(type).encode(text); }
@@ -49,7 +49,7 @@ TEST(structure, keys_match_with_their_case) {
 TEST(structure, takes_objects_alone) {
   for (const char* text : {"[]", "[1]", "1", "\"long\"", "null", "true"}) {
     EXPECT_EQ(encoded(scalars, text), 0) << text;
-    EXPECT_EQ(encoded(selected, text), 0) << text;
+    EXPECT_EQ(encoded(selected_type, text), 0) << text;
     EXPECT_EQ(encoded(wire::inline_(shapes::next_first), text), 0) << text;
   }
 }
@@ -136,17 +136,17 @@ TEST(a_record_that_is_not_described, converts_to_nothing) {
 }
 
 TEST(union_record, ignores_case_and_other_members) {
-  EXPECT_EQ(round_trip(selected, R"({"x":[],"Selection":0,"V0":{"id":"a"},"v1":7})"),
+  EXPECT_EQ(round_trip(selected_type, R"({"x":[],"Selection":0,"V0":{"id":"a"},"v1":7})"),
             R"({"selection":0,"v0":{"id":"a"}})");
 }
 
 TEST(union_record, ignores_the_case_of_its_keys_but_not_inside_its_arm) {
-  EXPECT_EQ(encoded(selected, R"({"SELECTION":0,"V0":{"id":"a"}})"), 1);
-  EXPECT_EQ(encoded(selected, R"({"selection":0,"v0":{"ID":"a"}})"), 0);
+  EXPECT_EQ(encoded(selected_type, R"({"SELECTION":0,"V0":{"id":"a"}})"), 1);
+  EXPECT_EQ(encoded(selected_type, R"({"selection":0,"v0":{"ID":"a"}})"), 0);
 }
 
 TEST(union_record, takes_the_first_of_equal_keys) {
-  EXPECT_EQ(round_trip(selected, R"({"selection":7,"selection":0,"errcode":5,"ERRCODE":6})"),
+  EXPECT_EQ(round_trip(selected_type, R"({"selection":7,"selection":0,"errcode":5,"ERRCODE":6})"),
             R"({"selection":7,"errcode":5})");
 }
 
@@ -155,14 +155,14 @@ TEST(union_record, needs_its_discriminant_as_a_number_of_its_table) {
        {"{}", R"({"v0":{}})", R"({"selection":"0","v0":{}})", R"({"selection":true,"v0":{}})",
         R"({"selection":null,"v0":{}})", R"({"selection":5,"v0":{},"v5":{}})",
         R"({"selection":-1,"v0":{}})", R"({"vers":0,"v0":{}})"}) {
-    EXPECT_EQ(encoded(selected, text), 0) << text;
+    EXPECT_EQ(encoded(selected_type, text), 0) << text;
   }
 }
 
 TEST(union_record, cuts_its_discriminant_like_any_int) {
-  EXPECT_EQ(round_trip(selected, R"({"selection":4294967303,"errcode":1})"),
+  EXPECT_EQ(round_trip(selected_type, R"({"selection":4294967303,"errcode":1})"),
             R"({"selection":7,"errcode":1})");
-  EXPECT_EQ(round_trip(selected, R"({"selection":7.5,"v0":{},"errcode":1})"),
+  EXPECT_EQ(round_trip(selected_type, R"({"selection":7.5,"v0":{},"errcode":1})"),
             R"({"selection":0,"v0":{"id":""}})");
 }
 
@@ -170,7 +170,7 @@ TEST(union_record, needs_the_arm_that_is_selected) {
   for (const char* text : {R"({"selection":0})", R"({"selection":0,"v1":{}})",
                            R"({"selection":7,"v7":1})", R"({"selection":0,"v0":null})",
                            R"({"selection":0,"v0":1})", R"({"selection":7,"errcode":"1"})"}) {
-    EXPECT_EQ(encoded(selected, text), 0) << text;
+    EXPECT_EQ(encoded(selected_type, text), 0) << text;
   }
 }
 
@@ -181,16 +181,16 @@ TEST(union_record, with_one_arm_of_value_1_refuses_0) {
 
 TEST(union_record, refuses_a_value_outside_its_table_on_every_road) {
   for (std::int32_t value : {2, -1, 8, INT32_MIN}) {
-    test_value record(selected);
+    test_value record(selected_type);
     store(record.data(), value);
     EXPECT_EQ(record.text(), no_text) << value;
     bytes wire;
     EXPECT_FALSE(record.put(&wire)) << value;
-    test_value other(selected);
+    test_value other(selected_type);
     bytes unit(12);
     xdr_store_unit(unit.data(), static_cast<std::uint32_t>(value));
     EXPECT_FALSE(other.get(unit)) << value;
-    EXPECT_EQ(reply_text(selected, unit), "") << value;
+    EXPECT_EQ(reply_text(selected_type, unit), "") << value;
   }
 }
 

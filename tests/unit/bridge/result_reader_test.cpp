@@ -49,7 +49,7 @@ struct wire_bytes : bytes {
 };
 
 // The text by each way of reading, which is the reference's as well.
-std::string text_of(const wire_type& type, const bytes& wire) {
+std::string text_of_reply(const wire_type& type, const bytes& wire) {
   test_value whole(type);
   EXPECT_TRUE(whole.get(wire));
   for (const inline_mode mode : modes) EXPECT_EQ(reply_text(type, wire, mode), whole.text());
@@ -60,7 +60,7 @@ TEST(result_reader, runs_a_text_on_to_the_link_after_it_and_starts_each_node_cle
   wire_bytes wire;
   wire.chars_of("abcd").units({0x44434241}).chars_of("xyz").units({1});
   wire.chars_of(std::string("q\0\0\0", 4)).units({7}).chars_of("uvw").units({0});
-  EXPECT_EQ(text_of(inline_(last), wire),
+  EXPECT_EQ(text_of_reply(inline_(last), wire),
             R"({"d":{"a":"abcdABCDxyz","n":1145258561},"z":"xyz","next":)"
             R"({"d":{"a":"q","n":7},"z":"uvw","next":null}})");
 }
@@ -71,7 +71,7 @@ TEST(result_reader, runs_a_text_on_to_the_end_of_a_node_whose_link_is_first) {
   wire.chars_of("abcd").units({0x44434241}).chars_of("xyz");
   wire.chars_of("efgh").units({0x00000041}).chars_of(std::string(3, '\0'));
   wire.chars_of("efgh").units({0x48474645}).chars_of(std::string("\0yz", 3));
-  EXPECT_EQ(text_of(inline_(first), wire),
+  EXPECT_EQ(text_of_reply(inline_(first), wire),
             R"({"next":{"next":{"next":null,"d":{"a":"abcdABCDxyz","n":1145258561},"z":"xyz"},)"
             R"("d":{"a":"efghA","n":65},"z":""},"d":{"a":"efghEFGH","n":1212630597},"z":""})");
 }
@@ -81,7 +81,7 @@ TEST(result_reader, runs_a_text_on_to_the_pointer_after_it_and_no_farther) {
   wire.chars_of("abcd").units({0});
   wire.chars_of("efgh").units({0, 0});
   wire.chars_of("ijkl");
-  EXPECT_EQ(text_of(inline_(top), wire),
+  EXPECT_EQ(text_of_reply(inline_(top), wire),
             R"({"a":"abcd","last":null,"m":"efgh","first":null,"inner":null,"z":"ijkl"})");
 }
 
@@ -98,7 +98,7 @@ TEST(result_reader, gives_back_what_a_node_held_before_the_next) {
     wire.chars_of("zzzz");
   }
   failing_heap heap(-1);
-  const std::string text = text_of(inline_(inner_list), wire);
+  const std::string text = text_of_reply(inline_(inner_list), wire);
   EXPECT_EQ(heap.live_blocks(), 0);
   const std::string node = R"("a":"aaaa","t":"t","b":"YmJi"})";
   const std::string list = R"({"next":{"next":null,)" + node + "," + node;
@@ -109,7 +109,7 @@ TEST(result_reader, gives_back_what_a_node_held_before_the_next) {
 TEST(result_reader, takes_a_list_of_links_alone) {
   wire_bytes wire;
   wire.units({1, 1, 0});
-  EXPECT_EQ(text_of(inline_(links), wire), R"({"next":{"next":{"next":null}}})");
+  EXPECT_EQ(text_of_reply(inline_(links), wire), R"({"next":{"next":{"next":null}}})");
 }
 
 TEST(result_reader, takes_an_array_of_any_count) {
@@ -121,7 +121,7 @@ TEST(result_reader, takes_an_array_of_any_count) {
       wire.chars_of("wxyz").units({i});
       expected += (i > 0 ? ", " : "") + ("{\"a\":\"wxyz\",\"n\":" + std::to_string(i) + "}");
     }
-    EXPECT_EQ(text_of(array_of(leaf), wire), "[" + expected + "]");
+    EXPECT_EQ(text_of_reply(array_of(leaf), wire), "[" + expected + "]");
   }
 }
 
@@ -134,9 +134,9 @@ TEST(result_reader, escapes_chars_at_each_place_of_a_text) {
       text[place] = static_cast<char>(special);
       text += '\0';
       wire_bytes before;
-      text_of(inline_(long_text), before.chars_of(text).units({12}));
+      text_of_reply(inline_(long_text), before.chars_of(text).units({12}));
       wire_bytes behind;
-      text_of(inline_(text_at_end), behind.units({12}).chars_of(text));
+      text_of_reply(inline_(text_at_end), behind.units({12}).chars_of(text));
     }
   }
 }

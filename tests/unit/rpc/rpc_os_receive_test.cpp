@@ -10,10 +10,6 @@
 namespace kvrpc::test {
 namespace {
 
-constexpr rpc_timeval milliseconds(std::int32_t count) {
-  return {count / 1000, count % 1000 * 1000};
-}
-
 // A connected socket, prepared for both ways, and the peer's end of it.
 class connection {
  public:

@@ -13,8 +13,6 @@
 namespace kvrpc::test {
 namespace {
 
-constexpr rpc_timeval milliseconds(std::int32_t count) { return {0, count * 1000}; }
-
 // ---- the wait
 
 TEST(socket_wait, is_not_prolonged_by_signals) {

@@ -10,8 +10,6 @@
 namespace kvrpc::test {
 namespace {
 
-constexpr rpc_timeval milliseconds(std::int32_t count) { return {0, count * 1000}; }
-
 // ---- the wait
 
 TEST(socket_wait, ends_with_the_time) {

@@ -21,7 +21,7 @@ number_set numbers(std::uint32_t first, std::uint32_t last, const number_set& wi
   return result;
 }
 
-std::vector<const procedure*> procedures_of(const char* name) {
+std::vector<const procedure*> procedures_of_server(const char* name) {
   const program_table* program = find_program(name);
   return program == nullptr ? std::vector<const procedure*>() : test::procedures_of(*program);
 }
@@ -59,7 +59,7 @@ TEST(programs, number_their_procedures_with_the_known_gaps_only) {
       {"sigma", numbers(1, 10)}, {"theta", numbers(1, 15)}};
   for (const auto& [name, wanted] : expected) {
     number_set found;
-    for (const procedure* row : procedures_of(name.c_str())) {
+    for (const procedure* row : procedures_of_server(name.c_str())) {
       EXPECT_TRUE(found.insert(row->number).second) << row->name;
     }
     EXPECT_EQ(found, wanted) << name;
@@ -68,7 +68,7 @@ TEST(programs, number_their_procedures_with_the_known_gaps_only) {
 
 TEST(programs, compare_the_earlier_page_procedures_last) {
   std::vector<std::string> names;
-  for (const procedure* row : procedures_of("sigma")) names.push_back(row->name);
+  for (const procedure* row : procedures_of_server("sigma")) names.push_back(row->name);
   const std::vector<std::string> expected = {
       "s_exit_1",          "s_get_kzg_1",     "s_write_log_1", "s_get_inf_1",
       "s_open_page_1",     "s_close_page_1",  "s_get_block_1", "s_openpage_old_1",
@@ -77,7 +77,7 @@ TEST(programs, compare_the_earlier_page_procedures_last) {
 }
 
 TEST(programs, begin_alpha_with_a_gamma_1) {
-  const procedure& first = *procedures_of("alpha").front();
+  const procedure& first = *procedures_of_server("alpha").front();
   EXPECT_STREQ(first.name, "a_gamma_1");
   EXPECT_EQ(first.number, 1000u);
   EXPECT_EQ(text_of(first.argument), "gamma_arg");

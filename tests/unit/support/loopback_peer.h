@@ -21,18 +21,18 @@ namespace kvrpc::test {
 // ---- bytes
 
 inline std::string words(std::initializer_list<std::uint32_t> values) {
-  std::string bytes;
+  std::string word;
   for (const std::uint32_t value : values) {
-    for (int shift = 24; shift >= 0; shift -= 8) bytes += static_cast<char>(value >> shift & 0xFF);
+    for (int shift = 24; shift >= 0; shift -= 8) word += static_cast<char>(value >> shift & 0xFF);
   }
-  return bytes;
+  return word;
 }
 
-inline std::uint32_t word_at(const std::string& bytes, std::size_t offset) {
-  if (offset + 4 > bytes.size()) return 0;
+inline std::uint32_t word_at(const std::string& data, std::size_t offset) {
+  if (offset + 4 > data.size()) return 0;
   std::uint32_t value = 0;
   for (std::size_t i = 0; i < 4; ++i) {
-    value = value << 8 | static_cast<unsigned char>(bytes[offset + i]);
+    value = value << 8 | static_cast<unsigned char>(data[offset + i]);
   }
   return value;
 }
@@ -104,11 +104,11 @@ inline std::uint16_t port_of(int sock) {
   return ntohs(address.sin_port);
 }
 
-inline bool read_exactly(int sock, char* bytes, std::size_t length) {
+inline bool read_exactly(int sock, char* place, std::size_t length) {
   while (length > 0) {
-    const ssize_t got = recv(sock, bytes, length, 0);
+    const ssize_t got = recv(sock, place, length, 0);
     if (got <= 0) return false;
-    bytes += got;
+    place += got;
     length -= static_cast<std::size_t>(got);
   }
   return true;
@@ -131,8 +131,8 @@ inline std::string read_record(int sock, std::vector<std::uint32_t>* lengths = n
   return record;
 }
 
-inline void write_bytes(int sock, const std::string& bytes) {
-  send(sock, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+inline void write_bytes(int sock, const std::string& data) {
+  send(sock, data.data(), data.size(), MSG_NOSIGNAL);
 }
 
 inline void write_record(int sock, const std::string& data) {
@@ -240,6 +240,10 @@ class hook_guard {
   hook_guard(const hook_guard&) = delete;
   hook_guard& operator=(const hook_guard&) = delete;
 };
+
+constexpr rpc_timeval milliseconds(std::int32_t count) {
+  return {count / 1000, count % 1000 * 1000};
+}
 
 class stopwatch {
  public:

@@ -24,9 +24,9 @@ class page_border {
   page_border(const page_border&) = delete;
   page_border& operator=(const page_border&) = delete;
 
-  // Returns `bytes` and a NUL, the NUL being the last byte before the border. Valid until the next
+  // Returns `chars` and a NUL, the NUL being the last byte before the border. Valid until the next
   // call.
-  const char* text(const std::string& bytes) { return place(bytes.c_str(), bytes.size() + 1); }
+  const char* text(const std::string& chars) { return place(chars.c_str(), chars.size() + 1); }
 
   // Returns `size` bytes of memory that end at the border.
   char* room(std::size_t size) {
@@ -38,8 +38,8 @@ class page_border {
   static constexpr std::size_t page = 65536;  // a multiple of the page size on every platform
   static constexpr std::size_t readable = page;
 
-  const char* place(const char* bytes, std::size_t size) {
-    return static_cast<const char*>(std::memcpy(room(size), bytes, size));
+  const char* place(const char* from, std::size_t size) {
+    return static_cast<const char*>(std::memcpy(room(size), from, size));
   }
 
 #ifdef _WIN32
@@ -58,8 +58,8 @@ class page_border {
     void* pages =
         mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (pages == MAP_FAILED) return nullptr;
-    char* bytes = static_cast<char*>(pages);
-    return mprotect(bytes + page, page, PROT_NONE) == 0 ? bytes : nullptr;
+    char* first = static_cast<char*>(pages);
+    return mprotect(first + page, page, PROT_NONE) == 0 ? first : nullptr;
   }
   void unmap() { munmap(pages_, 2 * page); }
 #endif
