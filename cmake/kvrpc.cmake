@@ -3,7 +3,9 @@
 add_library(kvrpc_flags INTERFACE)
 target_include_directories(kvrpc_flags INTERFACE ${PROJECT_SOURCE_DIR}/src)
 target_compile_options(kvrpc_flags INTERFACE
-  -Wall -Wextra -Wconversion -Wshadow -fno-exceptions -fno-rtti
+  -Wall -Wextra -Wconversion -fno-exceptions -fno-rtti
+  # Files that are compiled together may shadow each other's constants.
+  $<$<NOT:$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>>:-Wshadow>
   -fdata-sections)  # so that the module can leave out the tables that only kvrpc-schema reads
 if(SKBUILD)  # two builds of a wheel give the same bytes, whatever folders they are made in
   target_compile_options(kvrpc_flags INTERFACE
@@ -104,8 +106,6 @@ function(kvrpc_test_support)
   target_link_libraries(test_support PUBLIC kvrpc_flags GTest::gtest_main)
   target_link_options(test_support INTERFACE ${KVRPC_WRAPPED_HEAP})
   target_compile_definitions(test_support PUBLIC KVRPC_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
-  # Files that are compiled together see each other's constants, which may be shadowed.
-  target_compile_options(test_support PUBLIC -Wno-shadow)
   # At -O3 g++ 12 warns of copies beyond the end of a vector of one element, where there are none.
   target_compile_options(test_support PUBLIC $<$<CONFIG:Release>:-O1>)
   if(KVRPC_SANITIZE)  # tests need neither optimizer nor variables in stack traces: half the time
