@@ -49,7 +49,7 @@ class WorkerClient:
 
     def call(self, text: str, verifier: Optional[Verifier],
              timeout: Optional[float] = None) -> bytes:
-        """Makes one call as kvrpc.RpcClient.call does. Without a verifier it is allowed."""
+        """Makes one call as kvrpc.RpcClient.call does. Allowed without a verifier."""
         limit = TimeLimit(timeout)
         with self._alone(limit):
             self._connect(limit)
@@ -95,7 +95,7 @@ class WorkerClient:
             self._is_connected = True
 
     def _wait_for_start(self, worker: Worker, limit: TimeLimit) -> None:
-        """A worker that is too slow for this call goes on starting, for the next one."""
+        """Waits until the worker has started. After a timeout, the next call can wait for it."""
         try:
             _receive(worker, limit)
         except TimeoutError:

@@ -53,12 +53,14 @@ def connect(request, simulator, module):
 
 @pytest.fixture(autouse=True)
 def port(simulator, monkeypatch):
-    """A second attempt makes its connection from the environment."""
+    """Keeps the port set during each test: a second attempt reads the environment again."""
     monkeypatch.setenv("KORVEXRPCPORT", str(simulator.port))
 
 
 def empty(interface, kind):
-    """The least that a procedure takes: zeroes, with a union's first arm."""
+    """Returns the smallest argument: zero or an empty text, a record with only its texts, a union
+    with its first arm.
+    """
     if kind.kind != "record":
         return {"nothing": None, "bool": False}.get(
             kind.kind, "" if kind.kind in ("chars", "schars", "counted_text") else 0)

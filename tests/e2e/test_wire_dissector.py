@@ -57,8 +57,8 @@ def of_type(packets, kind):
 
 
 def procedures(calls):
-    """Returns the procedure number of each call. The dissector writes it, like the program version,
-    once for the header and once for the line of its tree.
+    """Returns the procedure number of each call. tshark prints it twice, in the header and in its
+    tree, so duplicates are removed.
     """
     return [int(procedure) for call in calls for procedure in sorted(set(call["rpc.procedure"]))]
 

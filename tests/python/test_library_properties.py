@@ -1,7 +1,7 @@
 """Random arguments and results of every procedure: the library against the raw module.
 
-The peer tells the bytes that reached it and the bytes that it answered, so that both sides are
-compared on the wire, where nobody of this package has a say.
+The peer prints the bytes that it received and the bytes that it answered. The arguments are
+compared as bytes, so the library must send exactly what the module sends for the raw text.
 """
 
 import base64
@@ -19,7 +19,7 @@ from kvrpc_tools.simulator.characters import SERVER_CODE
 from kvrpc_tools.simulator.codec import Codec
 from tests.python.arguments import bad, good
 
-PRINTED = set("\b\t\n\f\r")  # of the control characters, these are in the module's JSON texts
+PRINTED = set("\b\t\n\f\r")  # the only control characters that a reply's text keeps
 PROCEDURES = [procedure for procedure in own().procedures.values()
               if procedure.argument.kind != "unspecified"]
 CODEC = Codec(own())
@@ -69,7 +69,7 @@ def read_as(value):
 
 
 def raw_text(procedure, argument):
-    """Returns the call text that a script would write; it nests the nodes of a list by itself."""
+    """Returns the call text that a script writes without the library: with nested nodes."""
     record = own().records.get(procedure.argument.record)
     if record is not None and record.link is not None:
         rest = None

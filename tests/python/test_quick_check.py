@@ -1,4 +1,5 @@
-"""What the expression of the quick check matches is right; what it leaves, the check decides."""
+"""An argument that the regular expression of quick_check matches is valid; the full check decides
+about all others."""
 
 import json
 

@@ -1,5 +1,5 @@
-"""Of the addresses of a host, the one that the system sorts to the front was taken, and not the
-first one that the resolver gives."""
+"""For a host with several addresses, the client connected to the one that the system sorts first.
+It must connect to the first one that the resolver lists."""
 
 import shutil
 import subprocess
@@ -25,7 +25,7 @@ SCRIPT = """if True:
 
 @pytest.fixture
 def with_hosts(tmp_path):
-    """Returns a command's beginning that gives it another table of hosts."""
+    """Returns a command prefix: what runs with it sees another /etc/hosts."""
     shell = [*NAMESPACE, "sh", "-c", 'mount --bind "$0" /etc/hosts && exec "$@"']
     hosts = tmp_path / "hosts"
     hosts.write_text("127.0.0.9 fax.example\n127.0.0.1 fax.example\n")

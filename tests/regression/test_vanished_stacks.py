@@ -103,8 +103,8 @@ def test_a_process_pool_beside_a_thread_that_polls(run_script):
 
 
 def test_a_client_that_is_closed_while_the_interpreter_ends(run_script):
-    """Daemon threads vanish when they want the interpreter back, and their stacks are unmapped.
-    What they held leaks, in the interpreter and here."""
+    """While the interpreter ends, a daemon thread that asks for its lock is ended and the stack
+    unmapped. What the thread owned leaks, in CPython and in this module."""
     output = run_echo(run_script, """
     class Restless:
         started = 0

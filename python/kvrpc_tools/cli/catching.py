@@ -1,7 +1,7 @@
 """The bytes that the module sends for a call, caught by a peer on loopback.
 
-The module encodes; nothing here does. The call is made in a worker process, because this process
-has to take the bytes meanwhile.
+The module encodes; nothing here does. The call is made in a worker process, because the module
+holds the interpreter lock during a call and this process must receive the bytes meanwhile.
 """
 
 from __future__ import annotations

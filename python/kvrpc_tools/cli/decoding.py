@@ -28,7 +28,7 @@ def decode(procedure: Procedure, hexadecimal: str, show_secrets: bool) -> None:
     """Decode the bytes of a call or of a reply.
 
     HEX is a whole message, with or without the mark of its record, over TCP or UDP. White space and
-    colons are left out.
+    colons are ignored.
     """
     if hexadecimal == "-":
         hexadecimal = sys.stdin.read()

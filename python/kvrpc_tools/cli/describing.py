@@ -23,7 +23,7 @@ from .values import write_json
               help="Print an argument to fill in, as JSON.")
 @options.as_json
 def describe(name: Union[Procedure, Record], template_wanted: bool, json_wanted: bool) -> None:
-    """Describe a procedure or a record: shape, limits, meaning and what belongs to it."""
+    """Describe a procedure or a record: its fields, limits and meaning, and what is related."""
     if template_wanted:
         wire = name.argument if isinstance(name, Procedure) else WireType("record",
                                                                          record=name.name)
@@ -84,7 +84,7 @@ def _describe_record(record: Record) -> None:
 
 
 def _print_fields(record: Record, indent: str) -> None:
-    """Prints the fields of a record, and below each those of the records in it."""
+    """Prints the fields of a record. If one is a record, its own fields follow, indented."""
     for field in record.fields:
         if field is record.link:
             continue

@@ -41,7 +41,7 @@ _encode = json.JSONEncoder(ensure_ascii=False, separators=(",", ":")).encode
 def export(procedure: Procedure, argument: Optional[str], members: Tuple[str, ...], kind: str,
            output: TextIO, step: Optional[int], host: Optional[str], timeout: Optional[float],
            json_wanted: bool) -> None:
-    """Write the entries of a list to a file, also those of a list that is read in blocks.
+    """Write the entries of a list to a file. A list that is read in blocks is read to its end.
 
     For example: kvrpc export a_get_s -s loginid=7 --csv -o jobs.csv
     """
@@ -79,7 +79,7 @@ def _has_blocks(procedure: Procedure) -> bool:
 
 
 def _node_type(procedure: Procedure) -> WireType:
-    """Returns the type of what a list holds. A list that is read in blocks may be one of texts."""
+    """Returns the type of a list's entries. Data in blocks that are no list's are lines of text."""
     wire = conversion(procedure.server, procedure.name).entry_type
     return WireType("text") if wire == procedure.result and _has_blocks(procedure) else wire
 
@@ -103,9 +103,9 @@ def _write_table(wire: WireType, entries: Iterable[Any], output: TextIO) -> None
 
 
 def _columns(wire: WireType, path: str) -> Iterator[str]:
-    """Yields the columns of a type: `a.b` for the field b of the field a, and those of each case.
+    """Yields the names of a type's columns. For example, `a.b` is the field b of the record in a.
 
-    A list in an entry is one column, of JSON.
+    A union has the columns of all its arms. A list in an entry is one column, of JSON.
     """
     record = own().records.get(wire.record) if wire.kind == "record" else None
     if record is None:
@@ -133,7 +133,7 @@ def _below(path: str, key: str) -> str:
 
 @contextlib.contextmanager
 def _progress(output: TextIO) -> Iterator[Callable[[Iterable[Any]], Iterable[Any]]]:
-    """Shows how many entries there are so far, on a terminal that does not show the entries."""
+    """Shows the number of entries so far on a terminal, unless the entries go to it themselves."""
     if not sys.stderr.isatty() or (getattr(output, "name", "-") in ("-", "<stdout>")
                                    and sys.stdout.isatty()):
         yield lambda entries: entries

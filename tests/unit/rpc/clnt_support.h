@@ -1,4 +1,5 @@
-// Helpers of the transports' tests: clients of a peer of loopback_peer.h, and calls through them.
+// Helpers for the transports' tests: clients that connect to a peer from loopback_peer.h, and calls
+// through these clients.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -58,7 +59,8 @@ class client {
   CLIENT* handle_;
 };
 
-// A call to a peer that does not answer yet must end soon, although its timeout is long.
+// Expects that an interrupt hook that returns 1 ends a call long before its timeout. The peer must
+// not answer.
 inline void expect_hook_ends_call(client& clnt) {
   const hook_guard hook([] { return 1; });
   const signal_storm storm;
@@ -92,7 +94,8 @@ inline std::function<void(descriptor&)> late_by(int milliseconds) {
   };
 }
 
-// Takes a client's datagrams until it is silent for long. Keeps each one and its time.
+// Receives a client's datagrams, answers none, and ends when none has come for `silence`
+// milliseconds. Keeps each one and its time.
 struct silent_server {
   std::vector<std::int64_t> times;
   std::vector<std::string> calls;
@@ -110,7 +113,7 @@ struct silent_server {
 };
 
 // Returns the bytes of a call after its id.
-inline std::string call_behind_id(const std::string& arguments) {
+inline std::string call_after_id(const std::string& arguments) {
   return words({0, 2, test_program, test_version, test_procedure, 0, 0, 0, 0}) + arguments;
 }
 

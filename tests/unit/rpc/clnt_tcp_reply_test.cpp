@@ -188,7 +188,7 @@ TEST(tcp_arguments, that_fail_send_the_incomplete_record) {
   EXPECT_EQ(clnt.error().re_status, RPC_CANTENCODEARGS);
   EXPECT_EQ(clnt.call(2, &result), RPC_SUCCESS);
   EXPECT_EQ(result, 8);
-  EXPECT_EQ(calls[0].substr(4), call_behind_id(words({1})));
+  EXPECT_EQ(calls[0].substr(4), call_after_id(words({1})));
 }
 
 // ---- cuts and stalls

@@ -44,7 +44,7 @@ TEST(tcp_call, sends_the_call_in_one_record) {
   client clnt(tcp_handle(peer.port()));
   std::int32_t result;
   EXPECT_EQ(clnt.call(0x01020304, &result), RPC_SUCCESS);
-  EXPECT_EQ(call.substr(4), call_behind_id(words({0x01020304})));
+  EXPECT_EQ(call.substr(4), call_after_id(words({0x01020304})));
 }
 
 TEST(tcp_call, cuts_long_arguments_into_fragments_of_3996_bytes) {
@@ -139,7 +139,7 @@ TEST(tcp_no_time, with_a_result_sends_the_call_and_times_out_at_once) {
   EXPECT_EQ(clnt.call(1, &result, {0, 0}), RPC_TIMEDOUT);
   EXPECT_LT(watch.milliseconds(), 4000);
   peer.join();
-  EXPECT_EQ(call.substr(4), call_behind_id(words({1})));
+  EXPECT_EQ(call.substr(4), call_after_id(words({1})));
   EXPECT_EQ(result, 5);
 }
 
@@ -161,8 +161,8 @@ TEST(tcp_no_time, without_a_result_leaves_the_record_for_a_later_flush) {
   std::int32_t result = 0;
   EXPECT_EQ(clnt.call(2, &result), RPC_SUCCESS);
   EXPECT_EQ(result, 9);
-  EXPECT_EQ(calls[0].substr(4), call_behind_id(words({1})));
-  EXPECT_EQ(calls[1].substr(4), call_behind_id(words({2})));
+  EXPECT_EQ(calls[0].substr(4), call_after_id(words({1})));
+  EXPECT_EQ(calls[1].substr(4), call_after_id(words({2})));
 }
 
 // ---- creation and end

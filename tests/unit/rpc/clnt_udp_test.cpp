@@ -47,7 +47,7 @@ TEST(udp_call, is_one_datagram) {
   client clnt(udp_handle(peer.port()));
   std::int32_t result;
   EXPECT_EQ(clnt.call(0x01020304, &result), RPC_SUCCESS);
-  EXPECT_EQ(call.substr(4), call_behind_id(words({0x01020304})));
+  EXPECT_EQ(call.substr(4), call_after_id(words({0x01020304})));
 }
 
 TEST(udp_id, rises_in_its_first_two_bytes_only) {
