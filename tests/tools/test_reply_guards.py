@@ -98,7 +98,7 @@ class Planted:
                                stdout=subprocess.PIPE, text=True).stdout.splitlines()
         command = [word for word in shlex.split(lines[-1]) if word not in (":", "&&")]
         if not with_tests:
-            command = [word for word in command if not word.endswith(".cpp.o")
+            command = [word for word in command if not word.endswith(".o")
                        and "gtest" not in word and "wrap" not in word]
         at = command.index("-o")
         command[at:at + 2] = [*map(str, objects), "-o", str(program)]
