@@ -20,7 +20,8 @@ BUILD = ROOT / "build" / "win32"
 INSTALLED = BUILD / "installed"  # what tools/win32-wheel leaves
 AT_ONCE = 6
 SECONDS = 400
-OTHERS = ["tests/python/test_worker.py"]  # first, because it takes longest
+LONGEST = ["tests/python/test_worker.py", "tests/e2e/test_faults.py", "tests/e2e/test_cuts.py",
+           "tests/e2e/test_simulator_faults.py"]  # first, so that no run is left alone at the end
 NO_TEST_LEFT = 5  # pytest's exit code when all tests of a file are excluded
 
 
@@ -51,9 +52,10 @@ def main(arguments):
     files = [each for each in arguments if each.endswith(".py")]
     options = [each for each in arguments if each not in files]
     shutil.rmtree(peer_starter.ERRORS, ignore_errors=True)
-    files = files or OTHERS + sorted(f"tests/{path.parent.name}/{path.name}"
-                                     for directory in ("e2e", "regression")
-                                     for path in (ROOT / "tests" / directory).glob("test_*.py"))
+    files = files or LONGEST + sorted({f"tests/{path.parent.name}/{path.name}"
+                                       for directory in ("e2e", "regression")
+                                       for path in (ROOT / "tests" / directory).glob("test_*.py")}
+                                      - set(LONGEST))
     paths = (INSTALLED, BUILD / "packages", ROOT / "tests" / "win32")
     environment = dict(
         os.environ,
