@@ -2,8 +2,8 @@
 // stays the same from documents of 10 MB to documents of 100 MB.
 //
 // The call texts are parsed as a call parses its own, to a json_document; their goal is 1 GB/s. The
-// other texts go to trees of separate nodes and back. Exits with 1 if a call text misses its
-// limit or the time per byte grows by more than 1.3.
+// other texts go to trees of separate nodes and back. Exits with 1 if a call text misses its goal
+// or the time per byte grows by more than 1.3.
 //
 // Times are this process's processor time. The heap keeps freed memory, so no measurement contains
 // the kernel's time for fresh pages, which depends on how the heap gets a block of that size and
@@ -166,12 +166,11 @@ double document_speed(const std::string& text) {
 
 bool call_is_fast(const char* name, const std::string& text) {
   constexpr double goal = 1e9;
-  constexpr double limit = 0.6e9;  // what a busy machine holds
   const double speed = document_speed(text);
-  std::printf("%-28s %8.2f MB  parse %7.1f MB/s (goal %.0f %s, limit %.0f)\n", name,
+  std::printf("%-28s %8.2f MB  parse %7.1f MB/s (at least %.0f) %s\n", name,
               static_cast<double>(text.size()) / 1e6, speed / 1e6, goal / 1e6,
-              speed >= goal ? "reached" : "missed", limit / 1e6);
-  return speed >= limit;
+              speed >= goal ? "ok" : "TOO SLOW");
+  return speed >= goal;
 }
 
 bool ratio_holds(const char* name, const char* step, double small, double large) {

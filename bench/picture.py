@@ -24,7 +24,7 @@ RIGHT = 70
 class Bar(NamedTuple):
     title: str
     ratio: float
-    goal: float
+    limit: float
 
 
 def text(x: float, y: float, words: str, anchor: str = "start", weight: str = "normal") -> str:
@@ -39,7 +39,7 @@ def rectangle(x: float, y: float, width: float, height: float, colour: str) -> s
 
 def draw(title: str, bars: List[Bar]) -> str:
     """The picture as SVG."""
-    most = max(max(bar.ratio, bar.goal) for bar in bars)
+    most = max(max(bar.ratio, bar.limit) for bar in bars)
     scale = (WIDTH - LEFT - RIGHT) / most
     height = ROW * (len(bars) + 3)
     parts = [f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {WIDTH} {height}" '
@@ -49,9 +49,9 @@ def draw(title: str, bars: List[Bar]) -> str:
         top = ROW * (row + 1) + 6
         parts += [text(LEFT - 10, top + 14, bar.title, "end"),
                   rectangle(LEFT, top + 3, bar.ratio * scale, 14,
-                            WITHIN if bar.ratio <= bar.goal else BEYOND),
-                  rectangle(LEFT + bar.goal * scale - 1, top, 2, 20, GOAL),
-                  text(LEFT + max(bar.ratio, bar.goal) * scale + 8, top + 14,
+                            WITHIN if bar.ratio <= bar.limit else BEYOND),
+                  rectangle(LEFT + bar.limit * scale - 1, top, 2, 20, GOAL),
+                  text(LEFT + max(bar.ratio, bar.limit) * scale + 8, top + 14,
                        f"{bar.ratio:.2f}")]
     bottom = ROW * (len(bars) + 1) + 10
     parts += [rectangle(LEFT + scale - 0.5, ROW, 1, bottom - ROW, FLOOR),
