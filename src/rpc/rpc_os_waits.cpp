@@ -80,14 +80,12 @@ std::int32_t rpc_socket_await(rpc_socket sock, rpc_timeval span) {
 
 std::int32_t rpc_socket_recv(rpc_socket sock, char* bytes, std::int32_t length, rpc_timeval span,
                              bool waits_in_receive) {
+  const std::int64_t deadline = rpc_clock() + microseconds(span);
   if (waits_in_receive && microseconds(span) >= 2 * hook_interval) {
     if (!goes_on()) return -1;
     const std::int32_t got = rpc_try_recv(sock, bytes, length, true);
     if (got >= 0 || !must_wait()) return got;
   }
-  // Read only after the first slice, because most replies come within it and reading the clock
-  // costs a hundredth of a call. So the deadline may be late by a slice, but it is never early.
-  const std::int64_t deadline = rpc_clock() + microseconds(span);
   for (;;) {
     const std::int32_t ready = wait_through_signals(sock, rpc_direction::input, deadline);
     if (ready <= 0) return ready == 0 ? RPC_NOTHING_CAME : -1;
