@@ -3,9 +3,7 @@
 add_library(kvrpc_flags INTERFACE)
 target_include_directories(kvrpc_flags INTERFACE ${PROJECT_SOURCE_DIR}/src)
 target_compile_options(kvrpc_flags INTERFACE
-  -Wall -Wextra -Wconversion -fno-exceptions -fno-rtti
-  # Files that are compiled together may shadow each other's constants.
-  $<$<NOT:$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>>:-Wshadow>
+  -Wall -Wextra -Wconversion -Wshadow -fno-exceptions -fno-rtti
   -fdata-sections)  # so that the module can leave out the tables that only kvrpc-schema reads
 if(SKBUILD)  # two builds of a wheel give the same bytes, whatever folders they are made in
   target_compile_options(kvrpc_flags INTERFACE

@@ -127,13 +127,13 @@ TEST(result_bounds, hold_for_every_shape_with_full_texts) {
 
 using namespace wire;
 
-constexpr structure node{"node",
-                         {{"a", chars(17)}, {"n", long_}, {"b", chars(16)}, {"next", list_next}}};
-constexpr structure holder{"holder", {{"z", chars(3)}, {"list", pointer_to(node)}}};
+constexpr structure small_node{
+    "node", {{"a", chars(17)}, {"n", long_}, {"b", chars(16)}, {"next", list_next}}};
+constexpr structure holder{"holder", {{"z", chars(3)}, {"list", pointer_to(small_node)}}};
 constexpr choice either{
-    "either", "selection", {{0, "v0", inline_(node)}, {1, "v1", array_of(holder)}}};
+    "either", "selection", {{0, "v0", inline_(small_node)}, {1, "v1", array_of(holder)}}};
 constexpr structure shapes_around{
-    "shapes_around", {{"t", chars(20)}, {"u", inline_(either)}, {"e", array_of(node)}}};
+    "shapes_around", {{"t", chars(20)}, {"u", inline_(either)}, {"e", array_of(small_node)}}};
 
 // A text of far_text extends through a discriminant without zero bytes, into what is not yet taken.
 constexpr choice lettered{

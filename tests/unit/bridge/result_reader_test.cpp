@@ -16,19 +16,20 @@ using namespace wire;
 constexpr inline_mode modes[] = {inline_mode::always, inline_mode::never, inline_mode::sometimes};
 
 constexpr structure leaf{"leaf", {{"a", chars(4)}, {"n", long_}}};
-constexpr structure last{"last", {{"d", inline_(leaf)}, {"z", chars(3)}, {"next", list_next}}};
-constexpr structure first{"first", {{"next", list_next}, {"d", inline_(leaf)}, {"z", chars(3)}}};
+constexpr structure link_last{"last", {{"d", inline_(leaf)}, {"z", chars(3)}, {"next", list_next}}};
+constexpr structure link_first{"first",
+                               {{"next", list_next}, {"d", inline_(leaf)}, {"z", chars(3)}}};
 constexpr structure blobs{"blobs",
                           {{"next", list_next}, {"a", chars(4)}, {"t", text}, {"b", blob}}};
 constexpr structure inner_list{
     "inner_list",
     {{"next", list_next}, {"a", chars(4)}, {"list", pointer_to(blobs)}, {"z", chars(4)}}};
-constexpr structure links{"links", {{"next", list_next}}};
+constexpr structure links_alone{"links", {{"next", list_next}}};
 constexpr structure top{"top",
                         {{"a", chars(4)},
-                         {"last", pointer_to(last)},
+                         {"last", pointer_to(link_last)},
                          {"m", chars(4)},
-                         {"first", pointer_to(first)},
+                         {"first", pointer_to(link_first)},
                          {"inner", pointer_to(inner_list)},
                          {"z", chars(4)}}};
 
@@ -60,7 +61,7 @@ TEST(result_reader, runs_a_text_on_to_the_link_after_it_and_starts_each_node_cle
   wire_bytes wire;
   wire.chars_of("abcd").units({0x44434241}).chars_of("xyz").units({1});
   wire.chars_of(std::string("q\0\0\0", 4)).units({7}).chars_of("uvw").units({0});
-  EXPECT_EQ(text_of_reply(inline_(last), wire),
+  EXPECT_EQ(text_of_reply(inline_(link_last), wire),
             R"({"d":{"a":"abcdABCDxyz","n":1145258561},"z":"xyz","next":)"
             R"({"d":{"a":"q","n":7},"z":"uvw","next":null}})");
 }
@@ -71,7 +72,7 @@ TEST(result_reader, runs_a_text_on_to_the_end_of_a_node_whose_link_is_first) {
   wire.chars_of("abcd").units({0x44434241}).chars_of("xyz");
   wire.chars_of("efgh").units({0x00000041}).chars_of(std::string(3, '\0'));
   wire.chars_of("efgh").units({0x48474645}).chars_of(std::string("\0yz", 3));
-  EXPECT_EQ(text_of_reply(inline_(first), wire),
+  EXPECT_EQ(text_of_reply(inline_(link_first), wire),
             R"({"next":{"next":{"next":null,"d":{"a":"abcdABCDxyz","n":1145258561},"z":"xyz"},)"
             R"("d":{"a":"efghA","n":65},"z":""},"d":{"a":"efghEFGH","n":1212630597},"z":""})");
 }
@@ -109,7 +110,7 @@ TEST(result_reader, gives_back_what_a_node_held_before_the_next) {
 TEST(result_reader, takes_a_list_of_links_alone) {
   wire_bytes wire;
   wire.units({1, 1, 0});
-  EXPECT_EQ(text_of_reply(inline_(links), wire), R"({"next":{"next":{"next":null}}})");
+  EXPECT_EQ(text_of_reply(inline_(links_alone), wire), R"({"next":{"next":{"next":null}}})");
 }
 
 TEST(result_reader, takes_an_array_of_any_count) {
@@ -148,7 +149,7 @@ TEST(result_reader, keeps_the_memory_of_one_node) {
     wire.chars_of("abcd").units({i}).chars_of("xyz").units({i + 1 < nodes ? 1u : 0u});
   }
   failing_heap heap(-1);
-  const std::string text = reply_text(inline_(last), wire);
+  const std::string text = reply_text(inline_(link_last), wire);
   EXPECT_LT(heap.peak_bytes(), 4 * text.size());
   EXPECT_EQ(heap.live_blocks(), 0);
 }

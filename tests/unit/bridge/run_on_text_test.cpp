@@ -18,7 +18,7 @@ constexpr structure with_string{"with_string", {{"a", opaque(4)}, {"s", string}}
 constexpr structure with_pointer{"with_pointer", {{"a", chars(4)}, {"p", pointer_to(plain)}}};
 constexpr structure with_next{"with_next", {{"a", chars(4)}, {"next", list_next}, {"z", chars(4)}}};
 constexpr wire_type chars_2 = chars(2);
-constexpr structure row{"row", {{"v", vector_of(chars_2, 3)}, {"n", short_}}};
+constexpr structure vector_row{"row", {{"v", vector_of(chars_2, 3)}, {"n", short_}}};
 constexpr structure arm_plain{"arm_plain", {{"a", chars(4)}}};
 constexpr structure arm_text{"arm_text", {{"a", chars(4)}, {"t", text}}};
 constexpr choice either{"either",
@@ -68,7 +68,7 @@ TEST(run_on_text, goes_on_from_a_nested_record_into_the_outer_and_ends_with_the_
 }
 
 TEST(run_on_text, goes_on_through_the_elements_of_a_vector) {
-  test_value value(inline_(row));
+  test_value value(inline_(vector_row));
   fill(value, 0, "aabbccNN");
   EXPECT_EQ(text_of(value), R"({"v":["aabbccNN", "bbccNN", "ccNN"],"n":20046})");
 }
