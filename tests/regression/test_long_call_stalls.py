@@ -8,7 +8,7 @@ import pytest
 from servers import Started
 
 CALLS = 15
-ATTEMPTS = 40
+ATTEMPTS = 10
 
 
 @pytest.fixture
