@@ -114,7 +114,7 @@ constexpr std::uint32_t variable_size = 0xFFFFFFFFu;
 
 struct record_field {
   const char* key = "";
-  wire_type type{};
+  wire_type type;
   std::int32_t value = 0;  // of a union's arm: the discriminant that selects it
 
   // Computed by the record's table.
