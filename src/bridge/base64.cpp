@@ -32,8 +32,8 @@ char* put_group(char* out, std::uint32_t bits) {
   return out;
 }
 
-// Collects the bytes of a text that is read character by character. A quantum is four characters;
-// `position_` counts those of the current one.
+// Collects the bytes of a text that is read character by character. A quantum is four characters of
+// six bits; `position_` counts those of the current one. Each but the first completes a byte.
 class quantum_reader {
  public:
   explicit quantum_reader(std::uint8_t* out) : out_(out) {}
@@ -41,19 +41,8 @@ class quantum_reader {
   std::uint8_t* end() const { return out_; }
 
   void take(std::uint8_t value) {
-    switch (position_) {
-      case 0:
-        *out_ = static_cast<std::uint8_t>(value << 2);
-        break;
-      case 1:
-        split(value, 4, 4);
-        break;
-      case 2:
-        split(value, 2, 6);
-        break;
-      default:
-        *out_++ |= value;
-    }
+    bits_ = bits_ << 6 | value;
+    if (position_ > 0) *out_++ = static_cast<std::uint8_t>(bits_ >> (6 - 2 * position_));
     position_ = (position_ + 1) % 4;
   }
 
@@ -66,14 +55,9 @@ class quantum_reader {
   }
 
  private:
-  // Ends a byte with the upper bits and begins the next with the lower ones.
-  void split(std::uint8_t value, int right, int left) {
-    *out_++ |= static_cast<std::uint8_t>(value >> right);
-    *out_ = static_cast<std::uint8_t>(value << left);
-  }
-
   std::uint8_t* out_;
-  int position_ = 0;
+  std::uint32_t bits_ = 0;
+  std::uint32_t position_ = 0;
 };
 
 }  // namespace

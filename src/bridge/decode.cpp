@@ -27,7 +27,7 @@ int decode_text(text_buffer& out, int raw_text, const char* text, std::size_t si
   char* const place = out.reserve(escaped_room(size) + 2);
   if (place == nullptr) return 0;
   *place = '"';
-  char* const end = write_escaped(place + 1, text, size);
+  char* const end = write_escaped(place + 1, text, text + size);
   *end = '"';
   out.commit_to(end + 1);
   return 1;

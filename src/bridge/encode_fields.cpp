@@ -1,5 +1,6 @@
 // The encoders of single fields: numbers, texts and bytes. json_encode (encode_record.cpp) chooses
 // among them by a field's type.
+#include <algorithm>
 
 #include "bridge/base64.h"
 #include "bridge/encode.h"
@@ -27,22 +28,25 @@ class source_text {
     length_ = std::strlen(node->text);
     bytes_ = raw_text == 0 ? iso_text(node->text) : node->text;
   }
-  ~source_text() { std::free(block_); }
   source_text(const source_text&) = delete;
   source_text& operator=(const source_text&) = delete;
 
   // Returns null if the node has another type or memory is out.
   const char* bytes() const { return bytes_; }
   std::size_t length() const { return length_; }
+  // Returns the size of the text with its NUL, at most `cap`.
+  std::uint32_t capped_size(std::uint32_t cap) const {
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>(std::uint64_t{length_} + 1, cap));
+  }
 
   // Returns a copy of the first `size` bytes with a NUL after them, or null if memory is out. The
   // caller must free the copy. `size` must be at most length() + 1. Must be called only once, and
   // after all other members.
   char* take(std::uint32_t size) {
-    char* const block = block_ != nullptr ? block_ : new_block(size);
-    if (block != nullptr && block != block_) std::memcpy(block, bytes_, size);
-    if (block != nullptr) block[size] = '\0';
-    block_ = nullptr;
+    char* const block = block_ != nullptr ? block_.release() : new_block(size);
+    if (block == nullptr) return nullptr;
+    if (block != bytes_) std::memcpy(block, bytes_, size);
+    block[size] = '\0';
     return block;
   }
 
@@ -51,22 +55,37 @@ class source_text {
   // memory is out.
   const char* iso_text(const char* text) {
     const std::size_t size = length_ + 1;  // no character has more bytes in the ISO code
-    if (size > sizeof short_) block_ = static_cast<char*>(std::malloc(size + 1));  // see take()
-    char* const place = size > sizeof short_ ? block_ : short_;
+    if (size > sizeof short_) block_.reset(static_cast<char*>(std::malloc(size + 1)));
+    char* const place = size > sizeof short_ ? block_.get() : short_;
     if (place != nullptr) length_ = utf8_text_to_iso(text, length_, place, size, "?");
     return place;
   }
 
   char short_[256];
-  char* block_ = nullptr;
+  owned_block block_;
   const char* bytes_ = nullptr;
   std::size_t length_ = 0;
 };
 
-// Returns the size of a text with its NUL, at most `cap`.
-std::uint32_t capped_size(const source_text& source, std::uint32_t cap) {
-  const std::uint64_t size = std::uint64_t{source.length()} + 1;
-  return size > cap ? cap : static_cast<std::uint32_t>(size);
+// Returns a copy of a string node's text, which the caller must free, and stores its size with the
+// NUL, at most `cap`. Returns null if the node has another type or memory is out.
+char* new_text(const json_node* node, int raw_text, std::uint32_t cap, std::uint32_t* size) {
+  source_text source(node, raw_text);
+  if (source.bytes() == nullptr) return nullptr;
+  *size = source.capped_size(cap);
+  return source.take(*size);
+}
+
+// Returns the bytes of a node's Base64 text and stores their number, or returns null.
+owned_block decoded_base64(const json_node* node, std::size_t* length) {
+  if (node->type != JSON_STRING || node->text == nullptr) return nullptr;
+  std::uint8_t* const bytes = base64_decode(node->text, std::strlen(node->text), length);
+  return owned_block(reinterpret_cast<char*>(bytes));
+}
+
+void replace_block(void* block, std::uint32_t count, char* bytes) {
+  std::free(load_block_pointer(block));
+  store_block(block, count, bytes);
 }
 
 }  // namespace
@@ -111,10 +130,8 @@ int json_encode_u_char(const json_node* node, int raw_text, void* field) {
 void warn_of_char_array() { rpc_write_error("jsonxdr warning: char array\n"); }
 
 int json_encode_string(const json_node* node, int raw_text, void* field, std::uint32_t cap) {
-  source_text source(node, raw_text);
-  if (source.bytes() == nullptr) return 0;
-  const std::uint32_t size = capped_size(source, cap);
-  char* copy = source.take(size);
+  std::uint32_t size = 0;
+  char* const copy = new_text(node, raw_text, cap, &size);
   if (copy == nullptr) return 0;
   if (size > 0) copy[size - 1] = '\0';  // the cap counts the terminator
   std::free(load<char*>(field));
@@ -123,14 +140,10 @@ int json_encode_string(const json_node* node, int raw_text, void* field, std::ui
 }
 
 int json_encode_counted_text(const json_node* node, int raw_text, void* block, std::uint32_t cap) {
-  source_text source(node, raw_text);
-  if (source.bytes() == nullptr) return 0;
-  const std::uint32_t size = capped_size(source, cap);
-  char* copy = source.take(size);
-  if (copy == nullptr) return 0;
-  std::free(load_block_pointer(block));
-  store_block(block, size, copy);
-  return 1;
+  std::uint32_t size = 0;
+  char* const copy = new_text(node, raw_text, cap, &size);
+  if (copy != nullptr) replace_block(block, size, copy);
+  return copy != nullptr ? 1 : 0;
 }
 
 int json_encode_text_block(const json_node* node, int raw_text, void* block) {
@@ -140,7 +153,7 @@ int json_encode_text_block(const json_node* node, int raw_text, void* block) {
 int json_encode_fixed_text(const json_node* node, int raw_text, char* buffer, std::uint32_t cap) {
   const source_text source(node, raw_text);
   if (source.bytes() == nullptr) return 0;
-  std::memcpy(buffer, source.bytes(), capped_size(source, cap));
+  std::memcpy(buffer, source.bytes(), source.capped_size(cap));
   return 1;
 }
 
@@ -154,20 +167,17 @@ int json_encode_char_vector(const json_node* node, int raw_text, char* base, std
 }
 
 int json_encode_bytes(const json_node* node, int, void* block) {
-  if (node->type != JSON_STRING || node->text == nullptr) return 0;
   std::size_t length = 0;
-  std::uint8_t* bytes = base64_decode(node->text, std::strlen(node->text), &length);
+  owned_block bytes = decoded_base64(node, &length);
   if (bytes == nullptr) return 0;
-  std::free(load_block_pointer(block));
-  store_block(block, static_cast<std::uint32_t>(length), reinterpret_cast<char*>(bytes));
+  replace_block(block, static_cast<std::uint32_t>(length), bytes.release());
   return 1;
 }
 
 int json_encode_opaque(const json_node* node, int, char* buffer, std::uint32_t size) {
-  if (node->type != JSON_STRING || node->text == nullptr) return 0;
   std::size_t length = 0;
-  const owned_block bytes(base64_decode(node->text, std::strlen(node->text), &length));
-  if (bytes.get() == nullptr || length != size) return 0;
+  const owned_block bytes = decoded_base64(node, &length);
+  if (bytes == nullptr || length != size) return 0;
   std::memcpy(buffer, bytes.get(), size);
   return 1;
 }

@@ -2,7 +2,7 @@
 // unions. A loop follows a list, so a list of any length needs the same stack.
 #include "bridge/encode.h"
 #include "bridge/record_xdr.h"
-#include "bridge/resume_stack.h"
+#include "json/growing_stack.h"
 
 namespace kvrpc {
 
@@ -10,118 +10,97 @@ namespace {
 
 constexpr std::uint32_t no_cap = UINT32_MAX;
 
-// Returns the index of the first field from `begin` to `end` that has this key, or `end`.
-std::uint32_t find_key(const record_type& record, const char* key, std::uint32_t begin,
-                       std::uint32_t end) {
-  while (begin < end && std::strcmp(record.fields[begin].key, key) != 0) ++begin;
-  return begin;
+// Returns the field that has this key, or null. Begins at the field `expected`, which may be the
+// end, because most texts have their members in the order of the table.
+const record_field* find_field(const record_type& record, const char* key,
+                               const record_field* expected) {
+  const record_field* const end = record.fields + record.field_count;
+  for (std::uint32_t left = record.field_count; left > 0; --left, ++expected) {
+    if (expected == end) expected = record.fields;
+    if (std::strcmp(expected->key, key) == 0) return expected;
+  }
+  return nullptr;
 }
 
-// Returns the index of the field that has this key, or the number of fields if there is none.
-// Begins at the field `expected`, because most texts have their members in the order of the table.
-std::uint32_t find_member(const record_type& record, const char* key, std::uint32_t expected) {
-  const std::uint32_t found = find_key(record, key, expected, record.field_count);
-  if (found < record.field_count) return found;
-  const std::uint32_t earlier = find_key(record, key, 0, expected);
-  return earlier < expected ? earlier : record.field_count;
-}
+// The encoder of one element of a composite.
+struct element_encoder {
+  const wire_type& type;
 
-int encode_vector(const json_node* node, int raw_text, char* base, const wire_type& type) {
-  const wire_type& item = *type.item;
-  return json_encode_vector(node, raw_text, base, type.count, item.size,
-                            [&item](const json_node* child, int raw, void* field) {
-                              return json_encode(child, raw, field, item);
-                            });
-}
+  int operator()(const json_node* node, int raw_text, void* field) const {
+    return json_encode(node, raw_text, field, type);
+  }
+};
 
 int encode_array(const json_node* node, int raw_text, void* block, const wire_type& type) {
   record_free(type, block);
-  const record_type& record = *type.target;
-  return json_encode_array(node, raw_text, block, no_cap, record.size,
-                           [&record](const json_node* child, int raw, void* base) {
-                             return json_encode_record(child, raw, base, record);
-                           });
+  const wire_type element = wire::inline_(*type.target);
+  return json_encode_array(node, raw_text, block, no_cap, element.size, element_encoder{element});
 }
 
 int encode_pointer(const json_node* node, int raw_text, void* field, const wire_type& type) {
   if (node->type != JSON_NULL) record_free(type, field);
-  const record_type& record = *type.target;
-  return json_encode_pointer(node, raw_text, field, record.size,
-                             [&record](const json_node* child, int raw, void* base) {
-                               return json_encode_record(child, raw, base, record);
-                             });
-}
-
-// Where to resume in a list node after all later nodes have been filled.
-struct list_place {
-  const json_node* member;
-  char* base;
-};
-
-// Releases the nodes that the link `field` leads to and stores a zero-filled node there. Returns
-// that node, or null if memory is out.
-char* fresh_next(const record_type& record, char* field) {
-  list_free(record, load<char*>(field));
-  char* target = new_block(record.size);
-  store(field, target);
-  return target;
+  const wire_type target = wire::inline_(*type.target);
+  return json_encode_pointer(node, raw_text, field, target.size, element_encoder{target});
 }
 
 // Fills a structure and, if it is a list node, all nodes after it.
 class structure_encoder {
  public:
   structure_encoder(const record_type& record, int raw_text, const json_node* node, char* base)
-      : record_(record), raw_text_(raw_text), member_(node->child), base_(base) {}
+      : record_(record), raw_text_(raw_text), at_{node->child, base}, expected_(record.fields) {}
 
-  int encode() {
-    while (member_ != nullptr || resume()) {
-      if (!encode_member()) return 0;
+  bool encode() {
+    while (at_.member != nullptr || resume()) {
+      if (!encode_member()) return false;
     }
-    return 1;
+    return true;
   }
 
  private:
+  // A position in a list node: its member to encode next.
+  struct position {
+    const json_node* member;
+    char* base;
+  };
+
   // Goes back to the last node that has members left. Returns false if there is none.
   bool resume() {
-    if (places_.empty()) return false;
-    const list_place place = places_.pop();
-    member_ = place.member;
-    base_ = place.base;
-    expected_ = static_cast<std::uint32_t>(record_.next_field) + 1;
+    if (open_nodes_.depth() == 0) return false;
+    at_ = open_nodes_.pop();
+    expected_ = record_.fields + record_.next_field + 1;
     return true;
   }
 
   // Encodes the current member and advances to the next one.
-  int encode_member() {
-    const json_node& member = *member_;
-    const std::uint32_t index = find_member(record_, member.key, expected_);
-    if (index == record_.field_count) return 0;
-    const record_field& field = record_.fields[index];
-    char* const place = base_ + field.offset;
-    member_ = member.next;
-    expected_ = index + 1;
-    if (field.type.kind == wire_kind::list_next) return encode_next(member, place);
-    return json_encode(&member, raw_text_, place, field.type);
+  bool encode_member() {
+    const json_node& member = *at_.member;
+    const record_field* const field = find_field(record_, member.key, expected_);
+    if (field == nullptr) return false;
+    char* const place = at_.base + field->offset;
+    at_.member = member.next;
+    expected_ = field + 1;
+    if (field->type.kind == wire_kind::list_next) return encode_next(member, place);
+    return json_encode(&member, raw_text_, place, field->type) != 0;
   }
 
-  // Continues in the next node of the list, unless the member is null. Remembers this node if it
-  // has members after the link.
-  int encode_next(const json_node& member, char* field) {
-    if (member.type == JSON_NULL) return 1;
-    if (member.type != JSON_OBJECT) return 0;
-    if (member_ != nullptr && !places_.push({member_, base_})) return 0;
-    base_ = fresh_next(record_, field);
-    member_ = member.child;
-    expected_ = 0;
-    return base_ != nullptr ? 1 : 0;
+  // Continues in a new node of the list, unless the member is null. Releases the nodes that the
+  // link `field` leads to. Remembers this node if it has members after the link.
+  bool encode_next(const json_node& member, char* field) {
+    if (member.type == JSON_NULL) return true;
+    if (member.type != JSON_OBJECT) return false;
+    if (at_.member != nullptr && !open_nodes_.push(at_)) return false;
+    list_free(record_, load<char*>(field));
+    at_ = {member.child, new_block(record_.size)};
+    store(field, at_.base);
+    expected_ = record_.fields;
+    return at_.base != nullptr;
   }
 
   const record_type& record_;
   const int raw_text_;
-  const json_node* member_;  // the one to encode next
-  char* base_;
-  std::uint32_t expected_ = 0;
-  resume_stack<list_place> places_;
+  position at_;
+  const record_field* expected_;
+  growing_stack<position> open_nodes_;  // see resume()
 };
 
 // Stores the discriminant. If it selects another arm than before, releases and zeroes the union
@@ -182,7 +161,8 @@ int json_encode(const json_node* node, int raw_text, void* field, const wire_typ
     case wire_kind::pointer:
       return encode_pointer(node, raw_text, field, type);
     case wire_kind::vector:
-      return encode_vector(node, raw_text, bytes, type);
+      return json_encode_vector(node, raw_text, bytes, type.count, type.item->size,
+                                element_encoder{*type.item});
     case wire_kind::array:
       return encode_array(node, raw_text, field, type);
     case wire_kind::record:
@@ -197,8 +177,8 @@ int json_encode(const json_node* node, int raw_text, void* field, const wire_typ
 int json_encode_record(const json_node* node, int raw_text, void* base, const record_type& record) {
   if (node->type != JSON_OBJECT) return 0;
   char* const bytes = static_cast<char*>(base);
-  return record.is_union ? encode_union(node, raw_text, bytes, record)
-                         : structure_encoder(record, raw_text, node, bytes).encode();
+  if (record.is_union) return encode_union(node, raw_text, bytes, record);
+  return structure_encoder(record, raw_text, node, bytes).encode() ? 1 : 0;
 }
 
 }  // namespace kvrpc

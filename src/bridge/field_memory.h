@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
 namespace kvrpc {
 
@@ -43,22 +44,9 @@ inline char* new_block(std::uint64_t size) {
 }
 
 // Owns memory from malloc or calloc, and frees it at the end of the scope.
-class owned_block {
- public:
-  explicit owned_block(void* block) : block_(static_cast<char*>(block)) {}
-  ~owned_block() { std::free(block_); }
-  owned_block(const owned_block&) = delete;
-  owned_block& operator=(const owned_block&) = delete;
-
-  char* get() const { return block_; }
-  char* release() {
-    char* block = block_;
-    block_ = nullptr;
-    return block;
-  }
-
- private:
-  char* block_;
+struct free_memory {
+  void operator()(char* memory) const { std::free(memory); }
 };
+using owned_block = std::unique_ptr<char, free_memory>;
 
 }  // namespace kvrpc

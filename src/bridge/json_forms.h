@@ -27,10 +27,10 @@ inline char* write_form(char* place, char byte) {
   return place + form.size;
 }
 
-// Writes the forms of `size` ISO bytes. Returns the position after them. Touches at most
-// escaped_room(size) bytes: every write begins at most escaped_room() of the bytes before it.
+// Writes the forms of the ISO bytes from `bytes` on, and moves `bytes` to the NUL that ends them or
+// to `end`. Returns the position after the forms. Touches at most escaped_room(end - bytes) bytes:
+// every write begins at most escaped_room() of the bytes before it.
 constexpr std::size_t escaped_room(std::size_t size) { return size * sizeof json_form::bytes; }
-static_assert(escaped_room(8) == 8 * sizeof json_form::bytes, "");
-char* write_escaped(char* place, const char* bytes, std::size_t size);
+char* write_escaped(char* place, const char*& bytes, const char* end);
 
 }  // namespace kvrpc

@@ -3,7 +3,7 @@
 #include "bridge/record_xdr.h"
 
 #include "bridge/field_memory.h"
-#include "bridge/resume_stack.h"
+#include "json/growing_stack.h"
 
 namespace kvrpc {
 
@@ -19,7 +19,8 @@ bool_t xdr_items(XDR* xdrs, char* data, std::uint32_t count, const wire_type& it
   return TRUE;
 }
 
-// Walks the fields from `begin` up to `end`, none of which may be a list's link.
+// Walks the fields from `begin` up to `end`. A list's link must not be among them, unless they are
+// released.
 bool_t xdr_fields(XDR* xdrs, char* base, const record_type& record, std::uint32_t begin,
                   std::uint32_t end) {
   for (std::uint32_t i = begin; i < end; ++i) {
@@ -38,50 +39,33 @@ char* link_of(char* node, const record_type& list) {
   return node + list.fields[link_index(list)].offset;
 }
 
-// Walk the fields before a node's link, and those after it.
-bool_t xdr_head(XDR* xdrs, char* node, const record_type& list) {
-  return xdr_fields(xdrs, node, list, 0, link_index(list));
-}
-bool_t xdr_tail(XDR* xdrs, char* node, const record_type& list) {
-  return xdr_fields(xdrs, node, list, link_index(list) + 1, list.field_count);
-}
-
 // Writes a list. The nodes are nested on the wire, so the fields after a node's link follow all
 // later nodes.
 bool_t write_list(XDR* xdrs, char* node, const record_type& list) {
-  const bool has_tail = link_index(list) + 1 < list.field_count;
-  resume_stack<char*> nodes;
+  const std::uint32_t link = link_index(list);
+  growing_stack<char*> nodes;  // those that have fields after their link
   while (node != nullptr) {
     char* const next = load<char*>(link_of(node, list));
     bool_t present = next != nullptr ? TRUE : FALSE;
-    if (!xdr_head(xdrs, node, list) || !xdr_bool(xdrs, &present)) return FALSE;
-    if (has_tail && !nodes.push(node)) return FALSE;
+    if (!xdr_fields(xdrs, node, list, 0, link) || !xdr_bool(xdrs, &present)) return FALSE;
+    if (link + 1 < list.field_count && !nodes.push(node)) return FALSE;
     node = next;
   }
-  while (!nodes.empty()) {
-    if (!xdr_tail(xdrs, nodes.pop(), list)) return FALSE;
+  while (nodes.depth() > 0) {
+    if (!xdr_fields(xdrs, nodes.pop(), list, link + 1, list.field_count)) return FALSE;
   }
   return TRUE;
 }
 
-void free_nodes(XDR* xdrs, char* node, const record_type& list) {
-  while (node != nullptr) {
+// Releases what a list owns. Keeps the memory of the first node, because it belongs to the caller.
+bool_t free_list(XDR* xdrs, char* first, const record_type& list) {
+  for (char* node = first; node != nullptr;) {
     char* const next = load<char*>(link_of(node, list));
-    xdr_head(xdrs, node, list);
-    xdr_tail(xdrs, node, list);
-    std::free(node);
+    xdr_fields(xdrs, node, list, 0, list.field_count);
+    if (node != first) std::free(node);
     node = next;
   }
-}
-
-// Writes or releases a list. XDR_FREE keeps the memory of the first node, because it belongs to the
-// caller.
-bool_t xdr_list(XDR* xdrs, char* first, const record_type& list) {
-  if (xdrs->x_op == XDR_ENCODE) return write_list(xdrs, first, list);
-  free_nodes(xdrs, load<char*>(link_of(first, list)), list);
   store<char*>(link_of(first, list), nullptr);
-  xdr_head(xdrs, first, list);
-  xdr_tail(xdrs, first, list);
   return TRUE;
 }
 
@@ -95,7 +79,9 @@ bool_t xdr_union_record(XDR* xdrs, char* base, const record_type& record) {
 
 bool_t xdr_record(XDR* xdrs, char* base, const record_type& record) {
   if (record.is_union) return xdr_union_record(xdrs, base, record);
-  if (record.next_field >= 0) return xdr_list(xdrs, base, record);
+  if (record.next_field >= 0) {
+    return xdrs->x_op == XDR_FREE ? free_list(xdrs, base, record) : write_list(xdrs, base, record);
+  }
   return xdr_fields(xdrs, base, record, 0, record.field_count);
 }
 
@@ -171,7 +157,7 @@ bool_t xdr_value(XDR* xdrs, char* data, const wire_type& type) {
       return xdr_array_of(xdrs, data, *type.target);
     case wire_kind::record:
       return xdr_record(xdrs, data, *type.target);
-    case wire_kind::list_next:    // written and released by xdr_list
+    case wire_kind::list_next:    // write_list and free_list follow it
     case wire_kind::unspecified:  // not described
       return FALSE;
   }
@@ -189,9 +175,8 @@ void record_free(const wire_type& type, void* data) {
 }
 
 void list_free(const record_type& record, char* node) {
-  XDR xdrs{};
-  xdrs.x_op = XDR_FREE;
-  free_nodes(&xdrs, node, record);
+  if (node != nullptr) record_free(wire::inline_(record), node);
+  std::free(node);
 }
 
 }  // namespace kvrpc

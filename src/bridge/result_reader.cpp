@@ -12,6 +12,8 @@
 //      across take().
 #include "bridge/result_reader.h"
 
+#include <algorithm>
+
 #include "bridge/run_on.h"
 #include "bridge/value_text.h"
 #include "bridge/wire_window.h"
@@ -53,11 +55,13 @@ class result_reader {
   bool fields(const record_type& record, const record_field*& field, const trail& after);
   bool run(const record_type& record, const record_field*& field, const trail& after);
   bool arm(const record_type& record, std::uint32_t discriminant, const trail& after);
-  bool elements(const record_type& element, std::uint32_t count);
+  template <class Read>
+  bool elements(std::uint32_t count, Read read);
   bool items(const wire_type& type, const trail& after);
+  template <class Write>
+  bool quoted(std::uint32_t size, Write write);
   bool text(std::uint32_t size);
   bool base64(std::uint32_t size);
-  const char* piece(std::uint64_t& left, std::uint32_t& size, std::uint32_t& count);
 
   bool literal(const char* text, std::size_t size) { return out_.append(text, size), true; }
   bool no_text() { return out_.fail(), true; }
@@ -125,7 +129,7 @@ always_inline cursor result_reader::value(cursor at, const wire_type& type, Trai
     case wire_kind::pointer:
       return appended(unit_at(at) != 0 ? block(*type.target) : literal("null", 4), at);
     case wire_kind::array:
-      return appended(elements(*type.target, unit_at(at)), at);
+      return appended(elements(unit_at(at), [&](auto) { return block(*type.target); }), at);
     case wire_kind::vector:
       return type.wire_size != variable_size ? fixed_items(at, type, after())
                                              : appended(items(type, after()), at);
@@ -265,65 +269,60 @@ bool result_reader::arm(const record_type& record, std::uint32_t discriminant, c
 
 // ---- values that begin with a count
 
-bool result_reader::elements(const record_type& element, std::uint32_t count) {
+// Reads `count` values, each with `read`, which gets the number of values after it.
+template <class Read>
+bool result_reader::elements(std::uint32_t count, Read read) {
   out_.append('[');
-  for (std::uint32_t i = 0; i < count; ++i) {
-    if (i > 0) out_.append(", ", reply_room::separator);
-    if (!block(element)) return false;
+  for (std::uint32_t left = count; left > 0; --left) {
+    if (left < count) out_.append(", ", reply_room::separator);
+    if (!read(left - 1)) return false;
   }
   return literal("]", 1);
 }
 
 bool result_reader::items(const wire_type& type, const trail& after) {
-  out_.append('[');
-  for (std::uint32_t i = 0; i < type.count; ++i) {
-    if (i > 0) out_.append(", ", reply_room::separator);
-    if (!open(*type.item, {nullptr, nullptr, type.item, type.count - 1 - i, &after})) return false;
-  }
-  return literal("]", 1);
+  return elements(type.count, [&](std::uint32_t left) {
+    return open(*type.item, {nullptr, nullptr, type.item, left, &after});
+  });
 }
 
 // Counted bytes are read in pieces: whole units, and whole groups of Base64.
 constexpr std::uint32_t piece_bytes = 6144;
 static_assert(piece_bytes <= window_room && piece_bytes % 12 == 0, "");
 
-// Takes the next piece: of `left` wire bytes and `size` bytes of content, `count` in this piece.
-const char* result_reader::piece(std::uint64_t& left, std::uint32_t& size, std::uint32_t& count) {
-  const auto taken = static_cast<std::uint32_t>(left < piece_bytes ? left : piece_bytes);
-  count = taken < size ? taken : size;
-  left -= taken;
-  size -= count;
-  return window_.take(taken);
+// Reads `size` bytes with their padding, and passes each piece of them to `write`.
+template <class Write>
+bool result_reader::quoted(std::uint32_t size, Write write) {
+  out_.append('"');
+  for (std::uint64_t left = (std::uint64_t{size} + 3) / 4 * 4; left > 0;) {
+    const auto taken = static_cast<std::uint32_t>(std::min<std::uint64_t>(left, piece_bytes));
+    const std::uint32_t count = std::min(taken, size);
+    const char* const bytes = window_.take(taken);
+    if (bytes == nullptr) return false;
+    write(bytes, count);
+    left -= taken;
+    size -= count;
+  }
+  return literal("\"", 1);
 }
-
-constexpr std::uint64_t padded(std::uint32_t size) { return (std::uint64_t{size} + 3) / 4 * 4; }
 
 // Writes counted bytes up to their NUL. What follows it is only read.
 bool result_reader::text(std::uint32_t size) {
-  bool ended = !out_.append('"');
-  for (std::uint64_t left = padded(size); left > 0;) {
-    std::uint32_t count;
-    const char* const bytes = piece(left, size, count);
-    if (bytes == nullptr) return false;
-    if (ended) continue;
-    const std::size_t length = strnlen(bytes, count);
-    char* const place = out_.reserve(escaped_room(length));
-    ended = length < count || place == nullptr;
-    if (place != nullptr) out_.commit_to(write_escaped(place, bytes, length));
-  }
-  return literal("\"", 1);
+  bool ended = false;
+  return quoted(size, [&](const char* bytes, std::uint32_t count) {
+    char* const place = ended ? nullptr : out_.reserve(escaped_room(count));
+    if (place == nullptr) return;
+    const char* const end = bytes + count;
+    out_.commit_to(write_escaped(place, bytes, end));
+    ended = bytes != end;
+  });
 }
 
 bool result_reader::base64(std::uint32_t size) {
-  out_.append('"');
-  for (std::uint64_t left = padded(size); left > 0;) {
-    std::uint32_t count;
-    const char* const bytes = piece(left, size, count);
-    if (bytes == nullptr) return false;
+  return quoted(size, [&](const char* bytes, std::uint32_t count) {
     char* const place = out_.reserve(base64_text_size(count));
     if (place != nullptr) out_.commit_to(base64_encode_to(place, bytes, count));
-  }
-  return literal("\"", 1);
+  });
 }
 
 bool result_reader::open(const wire_type& type, const trail& after) {

@@ -2,6 +2,7 @@
 // loop and written byte by byte, because such texts are rare.
 #include "bridge/run_on.h"
 
+#include "base/words.h"
 #include "bridge/json_forms.h"
 
 namespace kvrpc {
@@ -54,11 +55,8 @@ bool run_on_text::bytes(const char* from, std::size_t count, std::size_t step) {
 
 // Writes an integer as the home platform has it in memory, lowest byte first.
 bool run_on_text::integer(std::uint32_t value, std::size_t size) {
-  char memory[sizeof value];
-  for (char& byte : memory) {
-    byte = static_cast<char>(value & 0xFF);
-    value >>= 8;
-  }
+  char memory[sizeof(std::uint64_t)];
+  store_word(memory, value);
   return bytes(memory, size, 1);
 }
 

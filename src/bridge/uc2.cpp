@@ -107,21 +107,25 @@ int utf8_to_uc2(const char* text, std::size_t* index, std::uint16_t* unit) {
   return read.good ? 1 : 0;
 }
 
-int uc2_to_iso(std::uint16_t unit, char* iso, int* mod) {
-  if (iso == nullptr || mod == nullptr) return 0;
-  const uc2::iso_char converted = uc2::to_iso(unit);
-  *iso = converted.byte;
-  *mod = converted.mod;
+namespace {
+
+int store_iso(const uc2::iso_char& from, char* iso, int* mod) {
+  *iso = from.byte;
+  *mod = from.mod;
   return 1;
+}
+
+}  // namespace
+
+int uc2_to_iso(std::uint16_t unit, char* iso, int* mod) {
+  return iso != nullptr && mod != nullptr ? store_iso(uc2::to_iso(unit), iso, mod) : 0;
 }
 
 int utf8_to_iso(const char* text, std::size_t* index, char* iso, int* mod) {
   if (text == nullptr || index == nullptr || iso == nullptr || mod == nullptr) return 0;
-  std::uint16_t unit = 0;
-  if (utf8_to_uc2(text, index, &unit) != 0) return uc2_to_iso(unit, iso, mod);
-  *iso = 0;
-  *mod = iso_bad_utf8;
-  return 1;
+  const uc2::utf8_char read = uc2::read_utf8(text + *index);
+  *index += read.size;
+  return store_iso(uc2::to_iso(read), iso, mod);
 }
 
 int iso_to_uc2(char iso, std::uint16_t* unit) {

@@ -50,7 +50,8 @@ int iso_to_utf8(const char* iso, char* buffer);
 // drops what it would have replaced.
 char* utf8string_to_iso(const char* utf8string, char* buffer, std::size_t size,
                         const char* replacement);
-// The same for a text of `length` bytes, with no null pointers. Returns the length of the ISO text.
+// The same for a text of `length` bytes with a NUL after them, and no null pointers. Returns the
+// length of the ISO text.
 std::size_t utf8_text_to_iso(const char* text, std::size_t length, char* buffer, std::size_t size,
                              const char* replacement);
 // Surface: arguments are converted in place. Shortens a replacement of more than one byte to one

@@ -60,11 +60,6 @@ constexpr int encode_utf8(std::uint32_t value, char* out) {
   return size;
 }
 
-// Writes the UTF-8 form of a byte of the record's code, at most 3 bytes. Returns its size.
-constexpr std::uint8_t encode_iso(int byte, char* out) {
-  return static_cast<std::uint8_t>(encode_utf8(units.unit[byte], out));
-}
-
 // A byte of the record's code, and in `mod` an iso_modifier.
 struct iso_char {
   char byte;
@@ -80,7 +75,12 @@ inline iso_char to_iso(std::uint16_t unit) {
   return {static_cast<char>(byte), mod};
 }
 
-inline std::uint16_t to_uc2(char iso) { return units.unit[static_cast<unsigned char>(iso)]; }
+constexpr std::uint16_t to_uc2(char iso) { return units.unit[static_cast<unsigned char>(iso)]; }
+
+// Writes the UTF-8 form of a byte of the record's code, at most 3 bytes. Returns its size.
+constexpr std::uint8_t encode_iso(char iso, char* out) {
+  return static_cast<std::uint8_t>(encode_utf8(to_uc2(iso), out));
+}
 
 // What was read at a position of a UTF-8 text.
 struct utf8_char {
@@ -88,6 +88,10 @@ struct utf8_char {
   std::uint16_t unit;
   std::uint8_t size;  // bytes consumed, at least 1
 };
+
+inline iso_char to_iso(const utf8_char& read) {
+  return read.good ? to_iso(read.unit) : iso_char{'\0', iso_bad_utf8};
+}
 
 // Reads the sequence at `text`. Reads a second or third byte only after the one before it was not
 // the NUL.

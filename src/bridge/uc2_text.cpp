@@ -70,21 +70,6 @@ class iso_writer {
   std::size_t count_ = 0;
 };
 
-// Converts the character at `text`. Returns how many bytes it has there.
-std::size_t put_utf8(iso_writer& out, const char* text) {
-  const uc2::utf8_char read = uc2::read_utf8(text);
-  if (read.good) {
-    out.put(uc2::to_iso(read.unit));
-  } else {
-    out.put_replacement();
-  }
-  return read.size;
-}
-
-std::size_t put_iso(char* out, char iso) {
-  return uc2::encode_iso(static_cast<unsigned char>(iso), out);
-}
-
 }  // namespace
 
 char* utf8string_to_iso(const char* utf8string, char* buffer, std::size_t size,
@@ -98,9 +83,11 @@ std::size_t utf8_text_to_iso(const char* text, std::size_t length, char* buffer,
                              const char* replacement) {
   const char* const end = text + length;
   iso_writer out(buffer, size, replacement);
+  text = out.put_same(text, end);
   while (text < end && out.has_room()) {
-    text = out.put_same(text, end);
-    if (text < end && out.has_room()) text += put_utf8(out, text);
+    const uc2::utf8_char read = uc2::read_utf8(text);
+    out.put(uc2::to_iso(read));
+    text = out.put_same(text + read.size, end);
   }
   out.finish();
   return out.length();
@@ -117,7 +104,7 @@ std::size_t isostring_utf8_size(const char* text) {
   if (text == nullptr) return 0;
   std::size_t size = 1;
   char form[3];
-  for (const char* p = text; *p != '\0'; ++p) size += put_iso(form, *p);
+  for (const char* p = text; *p != '\0'; ++p) size += uc2::encode_iso(*p, form);
   return size;
 }
 
@@ -126,7 +113,7 @@ char* isostring_to_utf8(const char* text, char* buffer, std::size_t size) {
   std::size_t count = 0;
   for (const char* p = text; *p != '\0' && count < size; ++p) {
     char form[3];
-    const std::size_t form_size = put_iso(form, *p);
+    const std::size_t form_size = uc2::encode_iso(*p, form);
     if (form_size + count >= size) break;
     std::memcpy(buffer + count, form, form_size);
     count += form_size;

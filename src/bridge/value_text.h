@@ -68,12 +68,11 @@ inline char* write_chars(char* place, const char* wire, std::uint32_t size, cons
 inline char* write_fixed_text(char* place, const char* bytes, std::uint32_t size) {
   static_assert(escaped_room(1) + 2 <= reply_room::text(1), "");
   static_assert(escaped_room(1) <= reply_room::text(2) - reply_room::text(1), "");
-  const std::size_t length = strnlen(bytes, size);
-  if (length == size) return nullptr;
+  const char* const end = bytes + size;
   *place = '"';
-  place = write_escaped(place + 1, bytes, length);
+  place = write_escaped(place + 1, bytes, end);
   *place = '"';
-  return place + 1;
+  return bytes != end ? place + 1 : nullptr;
 }
 
 inline char* write_base64(char* place, const char* bytes, std::uint32_t size) {

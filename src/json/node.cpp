@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "json/growing_stack.h"
 #include "json/json.h"
 #include "json/tree.h"
 
@@ -103,7 +104,7 @@ void json_delete(json_node* node) {
 
 json_node* json_duplicate(const json_node* node) {
   json_tree tree;
-  json_path path;
+  growing_stack<const json_node*> path;
   if (node == nullptr || !tree.append(copy_of(*node))) return nullptr;
   while (true) {
     if (node->child != nullptr) {
@@ -112,8 +113,7 @@ json_node* json_duplicate(const json_node* node) {
       node = node->child;
     } else {
       while (path.depth() > 0 && node->next == nullptr) {
-        node = path.top();
-        path.pop();
+        node = path.pop();
         tree.close();
       }
       if (path.depth() == 0) return tree.release();

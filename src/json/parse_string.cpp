@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "base/plain_bytes.h"
+#include "json/escapes.h"
 #include "json/parse.h"
 
 namespace kvrpc {
@@ -37,23 +38,6 @@ char* put_utf8(char* out, std::uint32_t unit) {
   return out;
 }
 
-char unescaped(char byte) {
-  switch (byte) {
-    case 'b':
-      return '\b';
-    case 'f':
-      return '\f';
-    case 'n':
-      return '\n';
-    case 'r':
-      return '\r';
-    case 't':
-      return '\t';
-    default:
-      return byte;
-  }
-}
-
 // Copies [at, stop) to `out`, resolving escapes. Never writes more bytes than it reads.
 char* copy_unescaped(char* out, const char* at, const char* stop) {
   while (true) {
@@ -69,7 +53,7 @@ char* copy_unescaped(char* out, const char* at, const char* stop) {
       out = put_utf8(out, unit);
       at += 4;
     } else {
-      *out++ = unescaped(plain[1]);
+      *out++ = json_unescaped(plain[1]);
     }
   }
 }

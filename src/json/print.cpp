@@ -1,12 +1,13 @@
 // The printer of trees, in the compact and the formatted form. It keeps the containers around the
-// current node on a json_path instead of recursing, so any nesting prints on a small stack.
+// current node on a growing_stack instead of recursing, so any nesting prints on a small stack.
 #include <charconv>
 #include <cmath>
 #include <cstring>
 
 #include "base/plain_bytes.h"
+#include "json/escapes.h"
+#include "json/growing_stack.h"
 #include "json/text_buffer.h"
-#include "json/tree.h"
 
 namespace kvrpc {
 
@@ -36,28 +37,6 @@ bool print_number(text_buffer& out, const json_node& node) {
                               : print_double(out, node.number);
 }
 
-// Returns the escape of a byte that is not plain, or an empty text for a byte that is dropped.
-const char* escape_of(char byte) {
-  switch (byte) {
-    case '"':
-      return "\\\"";
-    case '\\':
-      return "\\\\";
-    case '\b':
-      return "\\b";
-    case '\t':
-      return "\\t";
-    case '\n':
-      return "\\n";
-    case '\f':
-      return "\\f";
-    case '\r':
-      return "\\r";
-    default:
-      return "";
-  }
-}
-
 // Prints one tree. `path_` holds the containers around the current node.
 class tree_printer {
  public:
@@ -75,7 +54,7 @@ class tree_printer {
 
   text_buffer& out_;
   const bool formatted_;
-  json_path path_;
+  growing_stack<const json_node*> path_;
 };
 
 bool is_container(const json_node& node) {
@@ -92,8 +71,7 @@ bool tree_printer::print(const json_node* node) {
       if (is_container(*node) && !print_closing(*node)) return false;
       while (path_.depth() > 0 && node->next == nullptr) {
         if (!print_behind(*node)) return false;
-        node = path_.top();
-        path_.pop();
+        node = path_.pop();
         if (!print_closing(*node)) return false;
       }
       if (path_.depth() == 0) return true;
@@ -176,8 +154,8 @@ bool json_write_text(text_buffer& out, const char* bytes, std::size_t count) {
     const char* plain = json_plain::find_end(bytes, end);
     if (!out.append(bytes, static_cast<std::size_t>(plain - bytes))) return false;
     if (plain == end) return out.append('"');
-    const char* escape = escape_of(*plain);
-    if (!out.append(escape, std::strlen(escape))) return false;
+    const char escape[] = {'\\', json_escape_letter(*plain)};
+    if (escape[1] != '\0' && !out.append(escape, sizeof escape)) return false;
     bytes = plain + 1;
   }
 }

@@ -1,14 +1,10 @@
-// Building and walking a tree without recursion, for the sources of this directory alone.
+// Building a tree without recursion, for the sources of this directory alone.
 //
 // json_tree builds in the order of the text. While a container is open, its `next` holds the
 // container around it. This link is free then, because an open container is the last of its
 // siblings. So depth costs no memory, and a child is linked after the last one without a walk. The
 // builder owns the tree until release(), and its destructor deletes what was not released.
-//
-// json_path remembers the containers around a node, for a walk over a tree that must not change.
 #pragma once
-
-#include <cstddef>
 
 #include "json/json.h"
 
@@ -59,26 +55,6 @@ class json_tree {
   json_node* root_ = nullptr;
   json_node* open_ = nullptr;
   json_node* last_ = nullptr;
-};
-
-class json_path {
- public:
-  json_path() = default;
-  ~json_path();
-  json_path(const json_path&) = delete;
-  json_path& operator=(const json_path&) = delete;
-
-  std::size_t depth() const { return depth_; }
-  // Enters a container. Returns false if memory is out.
-  bool push(const json_node* container);
-  // Returns the innermost container.
-  const json_node* top() const { return containers_[depth_ - 1]; }
-  void pop() { --depth_; }
-
- private:
-  const json_node** containers_ = nullptr;
-  std::size_t depth_ = 0;
-  std::size_t capacity_ = 0;
 };
 
 }  // namespace kvrpc

@@ -4,7 +4,7 @@
 #include <cstdio>
 
 #include "bridge/field_memory.h"
-#include "bridge/resume_stack.h"
+#include "json/growing_stack.h"
 #include "rpc/growing_block.h"
 
 namespace kvrpc::test {
@@ -42,15 +42,15 @@ struct list_shape {
   std::uint32_t link;
 };
 
-bool_t finish_tails(XDR* xdrs, const list_shape& list, resume_stack<char*>& nodes) {
-  while (!nodes.empty()) {
+bool_t finish_tails(XDR* xdrs, const list_shape& list, growing_stack<char*>& nodes) {
+  while (nodes.depth() > 0) {
     if (!list.tail(xdrs, nodes.pop())) return FALSE;
   }
   return TRUE;
 }
 
 bool_t decode_list(XDR* xdrs, char* node, const list_shape& list) {
-  resume_stack<char*> nodes;
+  growing_stack<char*> nodes;
   for (;;) {
     bool_t present = FALSE;
     if (!list.head(xdrs, node) || !xdr_bool(xdrs, &present)) return FALSE;
