@@ -56,8 +56,9 @@ class RpcClient:
         When the RPC fails, the client connects anew and tries once more, vetting included, so that
         a request may arrive twice.
 
-        Raises ClntCreateError when it cannot reconnect, and MemoryError when memory is out or
-        `which` has no procedures here ("gamma").
+        Raises ClntCreateError when it cannot reconnect, MemoryError when memory is out or `which`
+        has no procedures here ("gamma"), and RecursionError when calls are nested so deep that
+        little stack is left.
         """
 
     def __reduce__(self) -> NoReturn:

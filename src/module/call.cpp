@@ -1,6 +1,7 @@
 // The method `call`: up to two attempts, with a new connection for the second.
 #include "bridge/server_call.h"
 #include "module/arguments.h"
+#include "module/exceptions.h"
 #include "module/names.h"
 #include "module/reply_text.h"
 #include "module/rpc_client.h"
@@ -43,7 +44,7 @@ PyObject* rpc_client_call(PyObject* self, PyObject* const* arguments, Py_ssize_t
                           PyObject* keywords) {
   static const signature call = {"call", {"str", "obj"}, 2};
   PyObject* values[most_parameters];
-  if (!unpack_arguments(call, arguments, count, keywords, values)) return nullptr;
+  if (!unpack_arguments(call, arguments, count, keywords, values) || !has_stack()) return nullptr;
   const ref text = ref::borrowed(values[0]);
   const ref verifier = ref::borrowed(values[1]);
   for (int tries = 1;; ++tries) {

@@ -8,6 +8,7 @@
 #include "module/arguments.h"
 #include "module/kvrpc.h"
 #include "module/names.h"
+#include "rpc/rpc_os.h"
 
 namespace kvrpc {
 
@@ -83,6 +84,12 @@ bool add_exception(PyObject* module, const char* name, const char* attribute, Py
 bool add_exceptions(PyObject* module) {
   return add_exception(module, "ClntCreateError", "__init__", &init) &&
          add_exception(module, "ClntRpcError", "_ClntRpcError__init__self", &init_self);
+}
+
+bool has_stack() {
+  if (!rpc_stack_is_low()) return true;
+  PyErr_SetString(PyExc_RecursionError, "calls are nested too deep for the stack of this thread");
+  return false;
 }
 
 void raise_clnt_create_error() {

@@ -19,4 +19,9 @@ bool add_exceptions(PyObject* module);
 // script may have replaced it there.
 void raise_clnt_create_error();
 
+// Must be asked before code that may run code of the script, which may come back here. Returns
+// false with RecursionError set if the thread has little stack left. The interpreter's own limit
+// counts calls, and knows neither how much stack one takes nor how much there is.
+bool has_stack();
+
 }  // namespace kvrpc

@@ -58,6 +58,7 @@ bool connect(rpc_client* client, const encoded_text& host) {
 PyObject* create(PyObject* self, PyObject*) {
   rpc_client* client = client_of(self);
   if (is_connected(client)) Py_RETURN_NONE;
+  if (!has_stack()) return nullptr;
   encoded_text host;
   if (!encode_host(client, host) || !connect(client, host)) return nullptr;
   // A signal handler of the script may have raised while the connection was made.

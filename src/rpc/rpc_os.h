@@ -1,5 +1,5 @@
 // The one place that knows the operating system: start-up, locks, sockets and the wait for them,
-// the last socket error, the clock, and the environment.
+// the last socket error, the clock, the stack, and the environment.
 //
 // rpc_os_posix.cpp and rpc_os_win32.cpp implement it; rpc_os.cpp holds what both share. Socket
 // error numbers are Winsock's on both. An interrupted call is the value 4 on POSIX. SIGPIPE never
@@ -165,6 +165,10 @@ class environment_text {
   char* text_;
   bool failed_;
 };
+
+// Returns true if the caller's thread has little stack left: 64 KiB, or a quarter of a smaller
+// stack. Returns false on a stack that the system does not know, such as a coroutine's.
+bool rpc_stack_is_low();
 
 std::uint32_t rpc_process_id();
 std::uint32_t rpc_time_seconds();

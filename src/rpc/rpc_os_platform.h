@@ -65,6 +65,21 @@ std::int32_t rpc_first_address(const Hostent* found, rpc_address* address, std::
   return RPC_SUCCESS;
 }
 
+// ---- the stack
+
+// The addresses of a thread's stack, which grows down. Both 0 if the system does not say.
+struct rpc_stack_bounds {
+  std::uintptr_t low;
+  std::uintptr_t high;
+};
+
+// Returns true if `here` is in the part of the stack that rpc_stack_is_low keeps free.
+inline bool rpc_is_low_in(const rpc_stack_bounds& stack, std::uintptr_t here) {
+  constexpr std::uintptr_t most_kept_free = 65536;
+  const std::uintptr_t quarter = (stack.high - stack.low) / 4;
+  return here - stack.low < (quarter < most_kept_free ? quarter : most_kept_free);
+}
+
 // ---- POSIX alone
 
 // Adds a socket to those that a child process closes after a fork.

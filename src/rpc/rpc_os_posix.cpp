@@ -79,6 +79,22 @@ int initialise(rpc_lock_record* lock) {
   return error;
 }
 
+// ---- the stack
+
+rpc_stack_bounds stack_of_this_thread() {
+  pthread_attr_t attributes;
+  void* low = nullptr;
+  std::size_t size = 0;
+  const int number = errno;
+  if (pthread_getattr_np(pthread_self(), &attributes) == 0) {
+    pthread_attr_getstack(&attributes, &low, &size);
+    pthread_attr_destroy(&attributes);
+  }
+  errno = number;
+  const auto address = reinterpret_cast<std::uintptr_t>(low);
+  return {address, address + size};
+}
+
 }  // namespace
 
 void rpc_track_socket(rpc_socket sock) {
@@ -168,6 +184,18 @@ void rpc_write_error(const char* text) {
   const int number = errno;
   std::fputs(text, stderr);
   errno = number;
+}
+
+// The bounds are asked for once a thread, because the main thread's are read from a file. They are
+// asked for again before the stack is called low, because a script may have raised its limit.
+bool rpc_stack_is_low() {
+  thread_local bool asked = false;
+  thread_local rpc_stack_bounds stack;
+  const auto here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
+  if (asked && !rpc_is_low_in(stack, here)) return false;
+  asked = true;
+  stack = stack_of_this_thread();
+  return rpc_is_low_in(stack, here);
 }
 
 std::uint32_t rpc_process_id() { return static_cast<std::uint32_t>(getpid()); }

@@ -102,6 +102,16 @@ void rpc_write_error(const char* text) {
   SetLastError(error);
 }
 
+// A stack is one allocation, of which only the upper part is committed.
+bool rpc_stack_is_low() {
+  const auto here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
+  const auto high =
+      reinterpret_cast<std::uintptr_t>(reinterpret_cast<const NT_TIB*>(NtCurrentTeb())->StackBase);
+  MEMORY_BASIC_INFORMATION page;
+  if (VirtualQuery(reinterpret_cast<void*>(here), &page, sizeof page) == 0) return false;
+  return rpc_is_low_in({reinterpret_cast<std::uintptr_t>(page.AllocationBase), high}, here);
+}
+
 std::uint32_t rpc_process_id() { return GetCurrentProcessId(); }
 std::uint32_t rpc_time_seconds() { return static_cast<std::uint32_t>(std::time(nullptr)); }
 

@@ -1,4 +1,4 @@
-// Start-up, locks, names and the environment on all platforms.
+// Start-up, locks, names, the stack and the environment on all platforms.
 #include "rpc/rpc_os.h"
 
 #include <gtest/gtest.h>
@@ -160,6 +160,22 @@ TEST(network_order, puts_the_high_byte_first) {
   const std::uint16_t ordered = rpc_network_order(0x1234);
   EXPECT_EQ(std::memcmp(&ordered, "\x12\x34", 2), 0);
   EXPECT_EQ(rpc_network_order(ordered), 0x1234);
+}
+
+// ---- the stack
+
+// Descends until the stack is low. Returns the number of frames, each of a kibibyte at least.
+std::size_t frames_until_low() {
+  volatile std::uint8_t frame[1024];
+  frame[0] = 1;
+  return rpc_stack_is_low() ? 0 : frames_until_low() + frame[0];
+}
+
+TEST(stack, is_low_before_its_end) {
+  std::size_t frames = 0;
+  std::thread([&] { frames = frames_until_low(); }).join();
+  EXPECT_GT(frames, 100u);
+  EXPECT_FALSE(rpc_stack_is_low());
 }
 
 // ---- environment
