@@ -1,7 +1,7 @@
 """A plugin of pytest for the end-to-end tests on the 32-bit Windows interpreter.
 
-The tests start their peers as processes of the interpreter; here these run on the other side of the
-loopback, by way of tests/win32/peer_relay.py. What loads the module stays on this side. The tests
+The tests start their peers as processes of the interpreter; here tests/win32/peer_starter.py starts
+them on the other side of the loopback. What loads the module stays on this side. The tests
 that Windows cannot have are named in tests/win32/excluded.txt, each with its reason; an entry that
 fits no test is an error.
 """
@@ -32,29 +32,64 @@ def runs_a_peer(arguments):
     return bool(words) and Path(words[0]).parent == HERE.parent / "e2e"
 
 
-class Popen(subprocess.Popen):
-    def __init__(self, arguments, **options):
-        self._name = str(uuid.uuid4()) if runs_a_peer(arguments) else None
-        self.peer_errors = ERRORS / f"{self._name}"
-        if self._name:
-            relay = [sys.executable, str(HERE / "peer_relay.py"), self._name]
-            arguments = relay + list(arguments[1:])
-        super().__init__(arguments, **options)
+def unix_path(text):
+    """Z: is the root of the other side."""
+    return text[2:].replace("\\", "/") if text[:3].upper() in ("Z:\\", "Z:/") else text
+
+
+class Peer:
+    """A process of the other side, with as much of subprocess.Popen as the tests use."""
+
+    def __init__(self, arguments, encoding=None, **_):
+        name = str(uuid.uuid4())
+        self.peer_errors = ERRORS / name
+        self.returncode = None
+        self._control = connect(os.environ["KVRPC_PEER_STARTER"])
+        words = [name, *map(unix_path, arguments[1:])]
+        self._control.sendall(json.dumps(words).encode("ascii") + b"\n")
+        mode = "" if encoding else "b"
+        with connect(self._number()) as stream:
+            self.stdin = stream.makefile("w" + mode, encoding=encoding)
+            self.stdout = stream.makefile("r" + mode, encoding=encoding)
 
     def wait(self, timeout=None):
-        """Waits for the process. Afterwards the peer has ended as well and released its ports."""
-        code = super().wait(timeout)
-        if self._name:
-            starter = ("127.0.0.1", int(os.environ["KVRPC_PEER_STARTER"]))
-            with socket.create_connection(starter) as end:
-                end.sendall(json.dumps([self._name]).encode("ascii") + b"\n")
-                end.recv(1)
-            self._name = None
-        return code
+        """Waits for the process. Afterwards it has released its ports."""
+        if self.returncode is None:
+            self._control.settimeout(timeout)
+            try:
+                self.returncode = self._number()
+            except socket.timeout:
+                raise subprocess.TimeoutExpired(self.peer_errors.name, timeout) from None
+            self._control.close()
+        return self.returncode
+
+    def kill(self):
+        if self.returncode is None:
+            self._control.shutdown(socket.SHUT_WR)
+
+    terminate = kill
+
+    def _number(self):
+        line = b""
+        while not line.endswith(b"\n"):
+            got = self._control.recv(16)
+            if not got:
+                raise ConnectionError("the starter of the peers has gone")
+            line += got
+        return int(line)
+
+
+def connect(port):
+    return socket.create_connection(("127.0.0.1", int(port)))
 
 
 def start_peers_on_the_other_side():
-    subprocess.Popen = Popen
+    here = subprocess.Popen
+
+    def start(arguments, **options):
+        return (Peer if runs_a_peer(arguments) else here)(arguments, **options)
+
+    subprocess.Popen = start
 
 
 def excluded():

@@ -1,23 +1,17 @@
 """Starts peers on this side of the loopback for tests that run as Windows programs.
 
-A connection brings one line of JSON, a name for the process and the arguments of the Python
-interpreter, and then the standard input of the process. What the process writes goes back in
-frames:
+A connection brings one line of JSON: a name for the process and the arguments of the Python
+interpreter. The answer is a port. What connects there becomes the standard input and output of the
+process. A second line says how the process has ended. It is killed when the other side shuts the
+first connection down.
 
-    byte     1 standard output, 0 the end: the exit code, as text
-    4 bytes  length, big-endian
-    data
-
-Standard error goes to build/win32/peers/NAME, which both sides can read: what stands there stood
-there before the next answer. The process runs in the root of the repository. It is killed
-when the connection ends; until then its standard input stays open. A line without arguments waits
-until the process of that name has gone.
+Standard error goes to build/win32/peers/NAME, which both sides can read. The process runs in the
+root of the repository.
 """
 
 import json
 import os
 import socket
-import struct
 import subprocess
 import sys
 import threading
@@ -25,74 +19,43 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
 PATH = f"{ROOT / 'python'}:{ROOT / 'tests'}"
-EXIT, OUTPUT = 0, 1
 ERRORS = ROOT / "build" / "win32" / "peers"
-
-ended = {}  # an event for each name
-changes = threading.Lock()
+SECONDS = 60
 
 
-class Sender:
-    def __init__(self, connection):
-        self._connection = connection
-
-    def send(self, kind, data):
-        self._connection.sendall(struct.pack(">BI", kind, len(data)) + data)
-
-    def copy(self, kind, stream):
-        try:
-            while True:
-                data = stream.read1(65536)
-                if not data:
-                    return
-                self.send(kind, data)
-        except OSError:
-            pass  # The other side has gone; the process is being killed.
+def say(connection, number):
+    connection.sendall(f"{number}\n".encode("ascii"))
 
 
-def feed(lines, process):
-    """Hands on the standard input, and kills the process when the other side goes."""
+def run(stream, name, arguments):
+    ERRORS.mkdir(exist_ok=True)
+    with stream, open(ERRORS / name, "wb") as errors:
+        return subprocess.Popen([sys.executable, "-u", *arguments], cwd=ROOT, stderr=errors,
+                                stdin=stream, stdout=stream, env={**os.environ, "PYTHONPATH": PATH})
+
+
+def kill_at_the_end(connection, process):
     try:
-        while True:
-            data = lines.read1(65536)
-            if not data:
-                break
-            process.stdin.write(data)
-            process.stdin.flush()
+        connection.recv(1)
     except OSError:
-        pass
+        pass  # The other side has gone.
     process.kill()
 
 
-def run(connection, lines, name, arguments):
-    ERRORS.mkdir(exist_ok=True)
-    with open(ERRORS / name, "wb") as errors:
-        process = subprocess.Popen(
-            [sys.executable, "-u", *arguments], cwd=ROOT, env=dict(os.environ, PYTHONPATH=PATH),
-            stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=errors)
-    sender = Sender(connection)
-    copier = threading.Thread(target=sender.copy, args=(OUTPUT, process.stdout))
-    feeder = threading.Thread(target=feed, args=(lines, process), daemon=True)
-    copier.start()
-    feeder.start()
-    code = process.wait()
-    copier.join()
-    try:
-        sender.send(EXIT, str(code).encode("ascii"))
-    except OSError:
-        pass
-
-
 def serve(connection):
-    with connection, connection.makefile("rb") as lines:
-        name, *arguments = json.loads(lines.readline())
-        with changes:
-            gone = ended.setdefault(name, threading.Event())
-        if arguments:
-            run(connection, lines, name, arguments)
-            gone.set()
-        else:
-            gone.wait(10)
+    with connection:
+        name, *arguments = json.loads(connection.makefile("rb").readline())
+        with socket.create_server(("127.0.0.1", 0)) as listener:
+            listener.settimeout(SECONDS)
+            say(connection, listener.getsockname()[1])
+            stream, _ = listener.accept()
+        process = run(stream, name, arguments)
+        threading.Thread(target=kill_at_the_end, args=(connection, process), daemon=True).start()
+        code = process.wait()
+        try:
+            say(connection, code)
+        except OSError:
+            pass  # Nobody waits for it.
 
 
 def start():
