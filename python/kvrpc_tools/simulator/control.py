@@ -12,12 +12,12 @@ import hmac
 import json
 import marshal
 import pickle
-import selectors
 import socket
 import types
-from typing import Any, Callable, Dict, Optional
+from typing import Any, Callable, Dict
 
 from kvrpc_tools.simulator import faults
+from kvrpc_tools.simulator.polling import READ
 from kvrpc_tools.simulator.simulation import Simulation
 from kvrpc_tools.simulator.transport import LOOPBACK, Loop
 
@@ -34,7 +34,7 @@ class Control:
         self._input = b""
         self._listener = socket.create_server((LOOPBACK, 0))
         self.port: int = self._listener.getsockname()[1]
-        loop.watch(self._listener, selectors.EVENT_READ, self._accept)
+        loop.watch(self._listener, READ, self._accept)
         self._actions: Dict[str, Callable[[Request], Any]] = {
             "reset": lambda _: simulation.reset(),
             "calls": lambda _: [call._asdict() for call in simulation.calls()],
@@ -51,7 +51,7 @@ class Control:
 
     def _accept(self, _: int) -> None:
         connection, _address = self._listener.accept()
-        self._loop.watch(connection, selectors.EVENT_READ, lambda events: self._read(connection))
+        self._loop.watch(connection, READ, lambda events: self._read(connection))
 
     def _read(self, connection: socket.socket) -> None:
         try:
@@ -79,17 +79,16 @@ class Control:
         self._simulation.answers.prepare(request["procedure"], request["values"])
 
     def _make_answer(self, request: Request) -> None:
-        self._simulation.answers.make(request["procedure"], unpacked(request["function"]))
+        self._simulation.answers[request["procedure"]] = unpacked(request["function"])
 
     def _fault(self, request: Request) -> None:
-        self._simulation.faults.add(faults.parse(request["text"]))
+        self._simulation.add_fault(faults.parse(request["text"]))
 
     def _advance(self, request: Request) -> None:
         self._simulation.clock.ahead += request["seconds"]
 
     def _allow_only(self, request: Request) -> None:
-        names: Optional[Any] = request["procedures"]
-        self._simulation.allowed = None if names is None else frozenset(names)
+        self._simulation.allow_only(request["procedures"])
 
 
 def _text(value: Any) -> str:

@@ -40,19 +40,19 @@ class Replay:
             self._unused.setdefault(str(told["procedure"]), []).append(told)
             self._last[str(told["procedure"])] = told
 
-    def answer(self, procedure: Procedure, call: rpc.Call, note: Note) -> Answer:
+    def answer(self, procedure: Procedure, xid: int, data: bytes, note: Note) -> Answer:
         """Returns the answer to a call. Calls `note` if nothing recorded fits."""
-        told = self._next(procedure, call.argument, note)
+        told = self._next(procedure, data, note)
         if told is None:
             note(f"{procedure.name} was not recorded")
-            return Answer(rpc.procedure_unavailable(call.xid))
+            return Answer(rpc.procedure_unavailable(xid))
         if told["status"] == OK:
             result = as_decoded(self._schema, procedure.result, told["result"])
-            return Answer(rpc.success(call.xid, self._codec.encode(procedure.result, result)),
+            return Answer(rpc.success(xid, self._codec.encode(procedure.result, result)),
                           CLOSE if procedure.name.endswith("_exit_1") else "")
         if told.get("reply") is None:
             return Answer(end=CLOSE)
-        return Answer(rpc.with_xid(bytes(4) + bytes.fromhex(told["reply"]), call.xid))
+        return Answer(rpc.with_xid(bytes(4) + bytes.fromhex(told["reply"]), xid))
 
     def _next(self, procedure: Procedure, data: bytes, note: Note) -> Optional[Told]:
         unused = self._unused.get(procedure.name)

@@ -25,7 +25,8 @@ MAX_AUTH_BYTES = 400
 _HEAD = struct.Struct(">6I")
 _AUTH = struct.Struct(">II")
 _NO_AUTHENTICATION = bytes(16)  # credential and verifier, as this system's clients send them
-_SUCCESS = struct.Struct(">6I")
+_SUCCEEDED = struct.pack(">5I", REPLY, ACCEPTED, 0, 0, SUCCESS)
+USUAL_HEADER = _HEAD.size + len(_NO_AUTHENTICATION)  # bytes in front of the argument
 
 
 class Call(NamedTuple):
@@ -72,7 +73,7 @@ def build_call(call: Call) -> bytes:
 
 def success(xid: int, result: bytes) -> bytes:
     """The call was carried out."""
-    return _SUCCESS.pack(xid, REPLY, ACCEPTED, 0, 0, SUCCESS) + result
+    return xid.to_bytes(4, "big") + _SUCCEEDED + result
 
 
 def program_unavailable(xid: int) -> bytes:

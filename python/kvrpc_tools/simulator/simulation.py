@@ -7,6 +7,7 @@
 
 from __future__ import annotations
 
+import collections
 import time
 from dataclasses import replace
 from typing import Any, Callable, Dict, FrozenSet, Iterable, List, NamedTuple, Optional, Tuple
@@ -48,33 +49,13 @@ class Call(NamedTuple):
     outcome: str
 
 
-class Answers:
-    """Prepared results. Of several values each answers one call, the last one all later calls."""
-
-    def __init__(self) -> None:
-        self._values: Dict[str, List[Any]] = {}
-        self._makers: Dict[str, Maker] = {}
+class Answers(Dict[str, Maker]):
+    """Prepared results: what makes the result of a procedure from the argument, by its name."""
 
     def prepare(self, procedure: str, values: List[Any]) -> None:
-        """Prepares results, one for each call."""
-        self._makers.pop(procedure, None)
-        self._values[procedure] = list(values)
-
-    def make(self, procedure: str, maker: Maker) -> None:
-        """Prepares a function that makes the result from the argument."""
-        self._values.pop(procedure, None)
-        self._makers[procedure] = maker
-
-    def holds(self, procedure: str) -> bool:
-        """Returns whether a result is prepared."""
-        return procedure in self._values or procedure in self._makers
-
-    def next_for(self, procedure: str, argument: Any) -> Any:
-        """Returns the prepared result of the next call."""
-        if procedure in self._makers:
-            return self._makers[procedure](argument)
-        values = self._values[procedure]
-        return values.pop(0) if len(values) > 1 else values[0]
+        """Prepares results. Each one answers one call, the last one all later calls."""
+        left = collections.deque(values)
+        self[procedure] = lambda argument: left.popleft() if len(left) > 1 else left[0]
 
 
 class Simulation:
@@ -108,14 +89,27 @@ class Simulation:
         self.replay = self._first_replay
         if self.replay is not None:
             self.replay.rewind()
+        # False as long as each call is carried out and answered as it should be.
+        self.is_steered = bool(self._first_faults or self._load or self._first_replay)
 
     def answer_from(self, recording: str) -> None:
         """Answers later calls from a recording. Raises ValueError if the file is none."""
         self.replay = Replay(self._schema, recording)
+        self.is_steered = True
+
+    def add_fault(self, fault: Fault) -> None:
+        """Adds a fault, after those that are there."""
+        self.faults.add(fault)
+        self.is_steered = True
+
+    def allow_only(self, procedures: Iterable[str]) -> None:
+        """Makes calls of all other procedures unexpected."""
+        self.allowed = frozenset(procedures)
+        self.is_steered = True
 
     def record(self, server: str, procedure: str, argument: Optional[bytes], protocol: str,
                outcome: str) -> None:
-        """Notes a call for the process that steers this one. Without such a process, does not.
+        """Notes a call for the process that steers this one, if there is one.
 
         `argument` is kept as it came, because most calls are never asked for. None is one that was
         not read to its end.
@@ -138,7 +132,7 @@ class Simulation:
 
     def run(self, procedure: str, argument: Any) -> Any:
         """Carries out one call, or takes its prepared answer. Returns the result."""
-        if self.answers.holds(procedure):
-            value = self.answers.next_for(procedure, argument)
+        if procedure in self.answers:
+            value = self.answers[procedure](argument)
             return as_decoded(self._schema, self._schema.procedures[procedure].result, value)
         return self.installation.run(procedure, argument)

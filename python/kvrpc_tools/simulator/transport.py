@@ -10,12 +10,12 @@ from __future__ import annotations
 import heapq
 import itertools
 import os
-import selectors
 import socket
 import struct
 import time
-from typing import Callable, List, NamedTuple, Optional, Tuple
+from typing import Callable, Dict, List, NamedTuple, Optional, Tuple, Union
 
+from kvrpc_tools.simulator.polling import READ, WRITE, Poll
 from kvrpc_tools.simulator.records import RecordReader, framed
 
 LOOPBACK = "127.0.0.1"
@@ -27,6 +27,9 @@ CLOSE, RESET, STALL = "close", "reset", "stall"
 
 # struct linger: on, for no seconds. Windows has two shorts there.
 _NO_LINGERING = struct.pack("hh" if os.name == "nt" else "ii", 1, 0)
+
+
+Action = Callable[[int], None]
 
 
 class Answer(NamedTuple):
@@ -59,7 +62,8 @@ class Answer(NamedTuple):
         return before + data[:None if self.cut is None else 4 + self.cut] * self.times
 
 
-_PLAIN = Answer()[1:]  # what follows the message of an answer that nothing spoils
+# What answers a message. Bytes are one whole message, which nothing spoils: most answers are that.
+Reply = Union[bytes, Answer]
 
 
 class Server(NamedTuple):
@@ -69,7 +73,7 @@ class Server(NamedTuple):
     bytes of a call that is still arriving, and says whether to reset the connection at once.
     """
 
-    answer: Callable[[bytes, str], Answer]
+    answer: Callable[[bytes, str], Reply]
     hangs_up: Callable[[bytes], bool] = lambda begun: False
 
 
@@ -81,7 +85,8 @@ class Loop:
 
     def __init__(self) -> None:
         self.buffer = memoryview(bytearray(RECEIVE))
-        self._selector = selectors.DefaultSelector()
+        self._poll = Poll()
+        self._watched: Dict[int, Tuple[socket.socket, Action]] = {}  # by file descriptor
         self._timers: List[Tuple[float, int, Callable[[], None]]] = []
         self._order = itertools.count()
         self._stopped = False
@@ -90,20 +95,22 @@ class Loop:
         """Takes over a listening and a datagram socket and answers what comes there."""
         for sock in (tcp, udp):
             sock.setblocking(False)
-        self.watch(tcp, selectors.EVENT_READ, lambda events: self._accept(tcp, server))
-        self.watch(udp, selectors.EVENT_READ, lambda events: self._datagrams(udp, server))
+        self.watch(tcp, READ, lambda events: self._accept(tcp, server))
+        self.watch(udp, READ, lambda events: self._datagrams(udp, server))
 
-    def watch(self, sock: socket.socket, events: int, action: Callable[[int], None]) -> None:
+    def watch(self, sock: socket.socket, events: int, action: Action) -> None:
         """Calls `action` with the events of a socket, whenever there are some."""
-        self._selector.register(sock, events, action)
+        self._poll.register(sock, events)
+        self._watched[sock.fileno()] = sock, action
 
     def watch_again(self, sock: socket.socket, events: int) -> None:
         """Watches a socket for other events than before."""
-        self._selector.modify(sock, events, self._selector.get_key(sock).data)
+        self._poll.modify(sock, events)
 
     def forget(self, sock: socket.socket) -> None:
         """Closes a socket and no longer watches it."""
-        self._selector.unregister(sock)
+        self._poll.unregister(sock)
+        del self._watched[sock.fileno()]
         sock.close()
 
     def later(self, seconds: float, action: Callable[[], None]) -> None:
@@ -116,18 +123,19 @@ class Loop:
 
     def run(self) -> None:
         """Serves until `stop`; an interrupt from the keyboard passes through."""
-        select, timers = self._selector.select, self._timers
+        poll, watched, timers = self._poll.poll, self._watched, self._timers
         while not self._stopped:
-            for key, events in select(self._patience() if timers else _PATIENCE):
-                key.data(events)
+            for number, events in poll(self._patience() if timers else _PATIENCE):
+                if number in watched:  # else an action before this one has closed it
+                    watched[number][1](events)
             if timers:
                 self._run_timers()
 
     def close(self) -> None:
         """Closes every socket."""
-        for key in list(self._selector.get_map().values()):
-            key.fileobj.close()  # type: ignore[union-attr]
-        self._selector.close()
+        for sock, _ in self._watched.values():
+            sock.close()
+        self._poll.close()
 
     def _patience(self) -> float:
         """Returns the seconds until the first timer is due."""
@@ -149,7 +157,8 @@ class Loop:
             message, peer = sock.recvfrom(65536)
         except OSError:
             return
-        answer = server.answer(message, "udp")
+        reply = server.answer(message, "udp")
+        answer = Answer(reply) if isinstance(reply, bytes) else reply
         if answer.delay > 0:
             self.later(answer.delay, lambda: _send_datagrams(sock, answer, peer))
         else:
@@ -178,12 +187,12 @@ class _Connection:
         self._waits_to_write = False
         self._end = ""
         self._open = True
-        loop.watch(sock, selectors.EVENT_READ, self._ready)
+        loop.watch(sock, READ, self._ready)
 
     def _ready(self, events: int) -> None:
-        if events & selectors.EVENT_WRITE:
+        if events & ~READ:
             self._flush()
-        if self._open and events & selectors.EVENT_READ:
+        if self._open and events & ~WRITE:
             self._receive()
 
     def _receive(self) -> None:
@@ -197,11 +206,11 @@ class _Connection:
             return
         for record in records:
             if self._open and not self._end:
-                answer = self._server.answer(record, "tcp")
-                if answer.message is not None and answer[1:] == _PLAIN:
-                    self._send(framed(answer.message))
+                reply = self._server.answer(record, "tcp")
+                if isinstance(reply, bytes):
+                    self._send(framed(reply))
                 else:
-                    self._act(answer)
+                    self._act(reply)
         if not size:
             self._close()
         elif not records:
@@ -265,7 +274,7 @@ class _Connection:
         if wanted != self._waits_to_write:
             self._waits_to_write = wanted
             self._loop.watch_again(
-                self._sock, selectors.EVENT_READ | (selectors.EVENT_WRITE if wanted else 0))
+                self._sock, READ | (WRITE if wanted else 0))
 
     def _close(self, reset: bool = False) -> None:
         if self._open:

@@ -6,7 +6,7 @@ Every value takes a multiple of four bytes, most significant byte first.
 from __future__ import annotations
 
 import struct
-from typing import Tuple
+from typing import List, Tuple
 
 _U_LONG = struct.Struct(">I")
 _LONG = struct.Struct(">i")
@@ -39,11 +39,31 @@ def low_short(value: int) -> int:
     return ((value & 0xFFFF) ^ 0x8000) - 0x8000
 
 
+def long_bytes(value: int) -> bytes:
+    """Returns the low 32 bits of a number."""
+    return _U_LONG.pack(value & 0xFFFFFFFF)
+
+
+def flag_bytes(value: object) -> bytes:
+    """Returns a boolean."""
+    return _TRUE if value else _FALSE
+
+
+def fixed_bytes(data: bytes) -> bytes:
+    """Returns the bytes, filled up with zeroes to a multiple of four."""
+    return data + bytes(-len(data) % 4)
+
+
+def counted_bytes(data: bytes) -> bytes:
+    """Returns the number of bytes, then the bytes."""
+    return long_bytes(len(data)) + fixed_bytes(data)
+
+
 class Writer:
     """Collects XDR values. `written()` returns their bytes."""
 
     def __init__(self) -> None:
-        self._parts: list[bytes] = []
+        self._parts: List[bytes] = []
 
     def written(self) -> bytes:
         """Returns all that was written."""
@@ -51,7 +71,7 @@ class Writer:
 
     def long(self, value: int) -> None:
         """Writes the low 32 bits of a number."""
-        self._parts.append(_U_LONG.pack(value & 0xFFFFFFFF))
+        self._parts.append(long_bytes(value))
 
     def raw(self, data: bytes) -> None:
         """Writes bytes that are XDR already."""
@@ -59,16 +79,15 @@ class Writer:
 
     def flag(self, value: object) -> None:
         """Writes a boolean."""
-        self._parts.append(_TRUE if value else _FALSE)
+        self._parts.append(flag_bytes(value))
 
     def fixed(self, data: bytes) -> None:
         """Writes the bytes, filled up with zeroes to a multiple of four."""
-        self._parts.append(data + bytes(-len(data) % 4))
+        self._parts.append(fixed_bytes(data))
 
     def counted(self, data: bytes) -> None:
         """Writes the number of bytes, then the bytes."""
-        self.long(len(data))
-        self.fixed(data)
+        self._parts.append(counted_bytes(data))
 
     def characters(self, data: bytes) -> None:
         """Writes the `units` of the characters."""

@@ -8,7 +8,7 @@ no family offers is answered with zeroes.
 from __future__ import annotations
 
 import time
-from typing import Any, Callable, Dict
+from typing import Any, Callable, Dict, Set
 
 from kvrpc_tools.schema import Schema
 from kvrpc_tools.simulator.state import keeping
@@ -37,10 +37,10 @@ class Installation:
         journal = Journal(now)
         people, belongings, documents = People(), Belongings(now), Documents(now)
         structure = Structure(people, belongings)
-        self._shaper = shaper_of(schema)
+        self._shapes = shaper_of(schema).by_procedure
         self._processes = Processes(journal)
         self._jobs = Jobs(documents, people, journal, now)
-        self._indexed = (documents, self._jobs, journal)
+        self._indexed = (documents, self._jobs, journal, self._processes)
         self.handlers: Dict[str, Handler] = {}
         pages = Pages(documents, people, structure)
         self._kept: Dict[str, Any] = {
@@ -67,9 +67,10 @@ class Installation:
         for family in self._indexed:
             family.look_again()
 
-    def is_running(self, server: str) -> bool:
-        """Returns whether this server runs."""
-        return self._processes.is_running(server)
+    @property
+    def running(self) -> Set[str]:
+        """The names of the servers that run."""
+        return self._processes.running_servers
 
     def run(self, procedure: str, argument: Any) -> Any:
         """Carries out one call and returns its result."""
@@ -77,4 +78,4 @@ class Installation:
         handler = self.handlers.get(procedure)
         if handler is None:
             return None
-        return self._shaper.shape(procedure, argument, handler(argument))
+        return self._shapes[procedure](argument, handler(argument))

@@ -77,7 +77,7 @@ class Jobs:
 
     def advance(self) -> None:
         """Brings every job to the state that it has by now."""
-        if self._now() < self._earliest:
+        if not self._times or self._now() < self._earliest:
             return
         while self._times and self._times[0][0] <= self._now():
             due, faxid = heapq.heappop(self._times)

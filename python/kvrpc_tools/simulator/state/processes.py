@@ -73,6 +73,7 @@ class Processes:
         self._next_pid = 401
         self._table: List[Process] = [
             Process(slot, kind, name) for slot, (kind, name) in enumerate(_TABLE)]
+        self.look_again()
         self._start_all(*_DIRECTORIES)
 
     def handlers(self) -> Dict[str, Callable[[Any], Any]]:
@@ -101,12 +102,10 @@ class Processes:
             offered[procedure] = partial(self._restart, server)
         return offered
 
-    def is_running(self, server: str) -> bool:
-        """Returns whether this server runs."""
-        for process in self._table:
-            if process.name == server and process.kind == SERVER:
-                return process.pid != 0
-        return False
+    def look_again(self) -> None:
+        """Makes what a search needs, because other processes were loaded."""
+        self.running_servers = {
+            process.name for process in self._of(SERVER) if process.running}
 
     # ---- one process
 
@@ -120,10 +119,14 @@ class Processes:
         if process is None:
             return False
         if not process.running:
-            process.pid, process.status = self._next_pid, RUNNING
+            self._set(process, self._next_pid, RUNNING)
             self._next_pid += 7
             self._journal.note(SELF, f"{kind} {name} started, pid {process.pid}")
         return True
+
+    def _set(self, process: Process, pid: int, status: int) -> None:
+        process.pid, process.status = pid, status
+        self.look_again()
 
     def _stop(self, kind: str, name: str) -> bool:
         """Returns false if there is no such process, or if it is `lambda` itself."""
@@ -131,7 +134,7 @@ class Processes:
         if process is None or name == SELF:
             return False
         if process.running:
-            process.pid, process.status = 0, STOPPED
+            self._set(process, 0, STOPPED)
             self._journal.note(SELF, f"{kind} {name} stopped")
         return True
 
@@ -139,7 +142,7 @@ class Processes:
         """Ends a server and starts it again at once."""
         process = self._find(SERVER, server)
         if process is not None:
-            process.pid, process.status = 0, STOPPED
+            self._set(process, 0, STOPPED)
             self._journal.note(SELF, f"server {server} has left", WARNING)
             self._start(SERVER, server)
 
@@ -180,17 +183,13 @@ class Processes:
 
     def _states(self) -> Dict[str, int]:
         """Returns the states without that of `lambda`: if it did not run, nobody would answer."""
-        running, known = dict.fromkeys(_DIRECTORIES, 0), dict.fromkeys(_DIRECTORIES, 0)
-        for process in self._table:
-            known[process.kind] += 1
-            if process.pid:
-                running[process.kind] += 1
-        running[SERVER] -= 1
-        known[SERVER] -= 1
-        return {name: _state(running[kind], known[kind]) for name, kind in _STATES.items()}
+        running = [process.kind for process in self._table if process.pid]
+        stopped = [process.kind for process in self._table if not process.pid]
+        running.remove(SERVER)
+        return {name: _state(kind in running, kind in stopped) for name, kind in _STATES.items()}
 
 
-def _state(running: int, known: int) -> int:
-    if running == known:
+def _state(some_run: bool, some_do_not: bool) -> int:
+    if not some_do_not:
         return ALL_RUN
-    return SOME_RUN if running else NONE_RUN
+    return SOME_RUN if some_run else NONE_RUN

@@ -16,86 +16,118 @@ in "outselection", else the first.
 from __future__ import annotations
 
 import functools
-from typing import Any, Dict, List, Optional, Tuple
+from typing import Any, Callable, Dict, List, Optional, Tuple
 
-from kvrpc_tools.schema import Field, Record, Schema, WireType
+from kvrpc_tools.schema import Field, Procedure, Record, Schema, WireType
 
 NOT_DONE = 1
 
 Row = Dict[str, Any]
+Shape = Callable[[Any, Any], Any]  # argument, what the family has returned
+Wrap = Callable[[Any, Optional[int]], Any]  # row or rows, the arm that the argument asks for
 
 
 def opened(argument: Any) -> Row:
     """Returns the fields of an argument, without its union and its member `data`."""
     if not isinstance(argument, dict):
         return {}
-    version = argument.get("selection", argument.get("vers"))
-    if version is not None:
-        arm = argument.get(f"v{version}")
+    if "selection" in argument or "vers" in argument:
+        arm = argument.get(f"v{argument.get('selection', argument.get('vers'))}")
         if isinstance(arm, dict):
             return opened(arm)
-    inner = argument.get("data")
-    if isinstance(inner, dict):
+    if "data" in argument and isinstance(argument["data"], dict):
         outer = {key: value for key, value in argument.items() if key != "data"}
-        return {**outer, **opened(inner)}
+        return {**outer, **opened(argument["data"])}
     return argument
 
 
 class Shaper:
-    """Shapes results as one schema has them."""
+    """Shapes results as one schema has them. `by_procedure` has a function for each procedure.
+
+    It takes the argument and what the family has returned, and returns the result.
+    """
 
     def __init__(self, schema: Schema) -> None:
         self._schema = schema
-        self._asks_for_arm = {
-            name: any(field.key == "outselection"
-                      for record in schema.reachable(procedure.argument)
-                      for field in schema.records[record].fields)
-            for name, procedure in schema.procedures.items()}
-        self._envelopes = {name: _enveloped(record) for name, record in schema.records.items()}
-        self._arms = {name: {field.value: field.key for field in record.fields}
-                      for name, record in schema.records.items() if record.is_union}
+        self.by_procedure = {name: self._shape(procedure)
+                             for name, procedure in schema.procedures.items()}
 
-    def shape(self, procedure: str, argument: Any, value: Any) -> Any:
-        """Returns the result of a procedure from what its family has returned."""
-        kind = self._schema.procedures[procedure].result
-        if kind.kind in ("short", "long") and isinstance(value, bool):
-            return 0 if value else NOT_DONE
+    def _shape(self, procedure: Procedure) -> Shape:
+        kind = procedure.result
+        if kind.kind in ("short", "long"):
+            return _number
         if kind.kind != "record":
-            return value
-        selection = (opened(argument).get("outselection") if self._asks_for_arm[procedure]
-                     else None)
-        if isinstance(value, list):
-            return self._list(kind, value, selection)
-        return self._single(kind, value, selection)
+            return _as_it_is
+        single, rows = self._single(kind), self._list(kind)
+        if not self._asks_for_arm(procedure):
+            return lambda argument, value: (
+                rows if isinstance(value, list) else single)(value, None)
+        return lambda argument, value: (rows if isinstance(value, list) else single)(
+            value, opened(argument).get("outselection"))
+
+    def _asks_for_arm(self, procedure: Procedure) -> bool:
+        return any(field.key == "outselection"
+                   for record in self._schema.reachable(procedure.argument)
+                   for field in self._schema.records[record].fields)
 
     def _fields(self, kind: WireType) -> Tuple[Field, ...]:
         return self._schema.records[kind.record].fields
 
-    def _list(self, kind: WireType, rows: List[Any], selection: Optional[int]) -> Row:
-        first = next(field for field in self._fields(kind) if field.type.kind == "pointer")
-        data = next((field.type for field in self._fields(first.type)
-                     if field.key == "data"), None)
-        nodes = rows if data is None else [
-            {"data": self._single(data, row, selection)} for row in rows]
-        return {"anz": len(rows), first.key: nodes, "errcode": 0, "ok": True}
+    def _list(self, kind: WireType) -> Wrap:
+        """Returns what makes rows a result of this type, if that has a list."""
+        first = next((field for field in self._fields(kind) if field.type.kind == "pointer"), None)
+        if first is None:
+            return _as_row
+        key = first.key
+        data = next((field.type for field in self._fields(first.type) if field.key == "data"), None)
+        wrap = None if data is None else self._single(data)
 
-    def _single(self, kind: WireType, row: Any, selection: Optional[int]) -> Any:
+        def shape(rows: List[Any], selection: Optional[int]) -> Row:
+            nodes = rows if wrap is None else [{"data": wrap(row, selection)} for row in rows]
+            return {"anz": len(rows), key: nodes, "errcode": 0, "ok": True}
+        return shape
+
+    def _single(self, kind: WireType) -> Wrap:
+        """Returns what makes a row a value of this type."""
         if kind.kind != "record":
-            return row
+            return _as_row
         record = self._schema.records[kind.record]
         if record.is_union:
-            return self._arm(record, row or {}, selection)
-        inner = self._envelopes[kind.record]
-        if inner is None or (row and inner.key in row):
-            return row
-        return {inner.key: self._single(inner.type, row, selection),
-                "errcode": 0 if row else NOT_DONE}
+            return _arm_of(record)
+        inner = _enveloped(record)
+        return _as_row if inner is None else _envelope(inner.key, self._single(inner.type))
 
-    def _arm(self, record: Record, row: Row, selection: Optional[int]) -> Row:
-        arms = self._arms[record.name]
-        wanted = row.get("selection", selection)
-        value = wanted if wanted in arms else next(iter(arms))
-        return {record.discriminant: value, arms[value]: row}
+
+def _number(argument: Any, value: Any) -> Any:
+    return (0 if value else NOT_DONE) if isinstance(value, bool) else value
+
+
+def _as_it_is(argument: Any, value: Any) -> Any:
+    return value
+
+
+def _as_row(row: Any, selection: Optional[int]) -> Any:
+    return row
+
+
+def _arm_of(record: Record) -> Wrap:
+    arms = {field.value: field.key for field in record.fields}
+    first, discriminant = record.fields[0].value, record.discriminant
+
+    def shape(row: Any, selection: Optional[int]) -> Row:
+        value = (row or {}).get("selection", selection)
+        if value not in arms:
+            value = first
+        return {discriminant: value, arms[value]: row or {}}
+    return shape
+
+
+def _envelope(key: str, wrap: Wrap) -> Wrap:
+    def shape(row: Any, selection: Optional[int]) -> Any:
+        if row and key in row:
+            return row
+        return {key: wrap(row, selection), "errcode": 0 if row else NOT_DONE}
+    return shape
 
 
 @functools.lru_cache(maxsize=1)

@@ -27,6 +27,7 @@ class Table:
 
     def __init__(self, fields: Sequence[str], rows: Iterable[Row] = ()) -> None:
         self._fields = tuple(fields)
+        self._empty = ("",) * len(self._fields)
         self._rows: Dict[Key, Row] = {}
         self._order: List[Key] = []  # the keys in their order
         self._views: Dict[Key, Table] = {}
@@ -38,7 +39,7 @@ class Table:
         if not isinstance(argument, dict):
             return (argument,)
         row = opened(argument)
-        return tuple(row.get(field, "") for field in self._fields)
+        return tuple(map(row.get, self._fields, self._empty))
 
     def put(self, argument: Any) -> bool:
         """Keeps the row. The fields that an earlier form lacks stay as they are.
