@@ -15,6 +15,7 @@ from typing import NamedTuple
 
 ROOT = Path(__file__).resolve().parents[1]
 sys.path.insert(0, str(ROOT / "python"))
+sys.path.append(str(ROOT / "build" / "lib"))  # the module, which some commands import
 
 import click  # noqa: E402
 

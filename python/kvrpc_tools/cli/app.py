@@ -11,6 +11,7 @@ from typing import Any, Dict, List, Optional, Sequence, Tuple
 import click
 
 from ..blocks import BlockError
+from ..check import did_you_mean
 from ..errors import ArgumentError, CallError, ConnectError, KvrpcError
 from .reaching import place_of
 
@@ -55,6 +56,14 @@ class _Commands(click.Group):
         found: click.Command = getattr(import_module(f".{module}", __package__), name)
         return found
 
+    def resolve_command(self, ctx: click.Context, args: List[str]
+                        ) -> Tuple[Optional[str], Optional[click.Command], List[str]]:
+        """Returns the command that the first word names. Fails with the nearest one."""
+        word = args[0]
+        if not word.startswith("-") and self.get_command(ctx, word) is None:
+            ctx.fail(f"there is no command {word!r}{did_you_mean(word, self.list_commands(ctx))}")
+        return super().resolve_command(ctx, args)
+
 
 _SETTINGS = {"help_option_names": ["-h", "--help"], "max_content_width": 100}
 
@@ -88,6 +97,10 @@ def completion(shell: str) -> None:
 
 def run(words: Sequence[str]) -> int:
     """Runs the words of a command line. Returns the exit code."""
+    if sys.stdout is None:  # closed by the caller, as with >&- in a shell
+        told = {"error": "OSError", "message": "the output is closed"}
+        _print_error(FAILED, told, "--json" in words)
+        return FAILED
     if "_KVRPC_COMPLETE" in os.environ:
         kvrpc.main(prog_name="kvrpc")  # answers the shell and ends the process
     try:
@@ -162,6 +175,8 @@ def _told(error: Exception) -> Tuple[int, Dict[str, Any]]:
     """The exit code of an error, and what to tell of it."""
     told: Dict[str, Any] = {"error": type(error).__name__, "message": str(error)}
     if isinstance(error, click.ClickException):
+        if isinstance(error, click.BadParameter) and isinstance(error.param, click.Argument):
+            error.param_hint = f"'{str(error.param.name).upper()}'"  # else all choices in brackets
         told = {"error": "UsageError", "message": error.format_message()}
         return USAGE, told
     if isinstance(error, ArgumentError) and error.problems:
@@ -176,6 +191,8 @@ def _told(error: Exception) -> Tuple[int, Dict[str, Any]]:
 
 
 def _print_error(code: int, told: Dict[str, Any], as_json: bool) -> None:
+    if sys.stderr is None:  # closed by the caller; print would write to the standard output
+        return
     if as_json:
         print(json.dumps({**told, "exit_code": code}, ensure_ascii=False), file=sys.stderr)
     else:

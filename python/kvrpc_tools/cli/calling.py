@@ -42,8 +42,8 @@ class _Attempts:
 @click.option("--dry-run", is_flag=True,
               help="Print the bytes of the call in hex, passwords too; send nothing.")
 @click.option("-v", "--verbose", count=True,
-              help="Tell of time and attempts; twice, of the texts and bytes too.")
-@click.option("--show-secrets", is_flag=True, help="Do not mask passwords in what -vv tells.")
+              help="Print the time and the attempts; twice, the texts and bytes too.")
+@click.option("--show-secrets", is_flag=True, help="Do not mask passwords in what -vv prints.")
 @options.as_json
 def call(procedure: Procedure, argument: Optional[str], members: Tuple[str, ...],
          host: Optional[str], timeout: Optional[float], raw: bool, no_check: bool, dry_run: bool,

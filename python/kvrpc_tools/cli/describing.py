@@ -23,7 +23,7 @@ from .values import write_json
               help="Print an argument to fill in, as JSON.")
 @options.as_json
 def describe(name: Union[Procedure, Record], template_wanted: bool, json_wanted: bool) -> None:
-    """Describe a procedure or a record: its fields, limits and meaning, and what is related."""
+    """Describe a procedure or a record: fields, limits and meaning."""
     if template_wanted:
         wire = name.argument if isinstance(name, Procedure) else WireType("record",
                                                                          record=name.name)

@@ -17,7 +17,7 @@ from .names import PROCEDURE_OR_RECORD
 @click.argument("name", type=PROCEDURE_OR_RECORD, required=False)
 @click.option("--path", "path_wanted", is_flag=True, help="Print the page's file; open nothing.")
 def docs(name: Optional[Union[Procedure, Record]], path_wanted: bool) -> None:
-    """Open the reference of all procedures and records in the web browser.
+    """Open the reference of procedures and records in the browser.
 
     It is one page that needs no network. With NAME, opens it at that procedure or record.
     """

@@ -26,6 +26,8 @@ def list_procedures(server: Optional[str], grep: Optional[str], json_wanted: boo
                      "number": each.number, "meaning": str(meanings().procedure(each.name))}
                     for each, group in found], sys.stdout)
         return
+    if not found:
+        click.echo(f"no name or meaning has {grep!r}", err=True)
     heading = None
     for each, group in found:
         if heading != (each.server, group.name):

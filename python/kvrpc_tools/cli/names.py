@@ -23,8 +23,8 @@ def procedure_or_record(name: str) -> Union[Procedure, Record]:
     """Returns a procedure or a record by its name."""
     found = _procedure(name) or own().records.get(name)
     if found is None:
-        known = [*own().procedures, *own().records]
-        raise click.BadParameter(_unknown("procedure or record", name, known))
+        raise click.BadParameter(
+            _unknown("procedure or record", name, own().procedures, own().records))
     return found
 
 
@@ -32,8 +32,11 @@ def _procedure(name: str) -> Optional[Procedure]:
     return own().procedures.get(name) or own().procedures.get(f"{name}_1")
 
 
-def _unknown(what: str, name: str, known: Iterable[str]) -> str:
-    return f"there is no {what} {name!r}{did_you_mean(name, known)}"
+def _unknown(what: str, name: str, *known: Iterable[str]) -> str:
+    """Returns the message for a wrong name, with the nearest of the first names that has one."""
+    near = next(filter(None, (did_you_mean(name, names) for names in known)),
+                "; kvrpc list --grep WORD looks for a word")
+    return f"there is no {what} {name!r}{near}"
 
 
 def servers() -> List[str]:
@@ -69,4 +72,5 @@ class ServerName(click.Choice):
     """A server that has procedures. Reads the interface only when it is asked."""
 
     def __init__(self) -> None:
-        super().__init__(["alpha", "theta", "lambda", "nue", "omega", "sigma"])
+        super().__init__(["alpha", "theta", "lambda", "nue", "omega", "sigma"],
+                         case_sensitive=False)

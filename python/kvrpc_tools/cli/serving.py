@@ -20,10 +20,10 @@ from . import options
 @click.option("--no-browser", is_flag=True, help="Only print the address.")
 def console(simulator: bool, host: Optional[str], timeout: Optional[float], listen: int,
             no_browser: bool) -> None:
-    """Serve the reference with a form on every procedure, on loopback only.
+    """Serve the reference with a form on every procedure.
 
-    The address that is printed has a token. Without it, nobody on this machine can make a call.
-    Ctrl-C ends it.
+    Only this machine can reach it. The address that is printed has a token. Without it, nobody on
+    this machine can make a call. Ctrl-C ends it.
     """
     from ..console.calls import Calls
     from ..console.server import Console

@@ -11,9 +11,10 @@ import click
                context_settings={"ignore_unknown_options": True, "allow_interspersed_args": False})
 @click.argument("words", nargs=-1, type=click.UNPROCESSED, metavar="[OPTIONS]")
 def simulate(words: Tuple[str, ...]) -> int:
-    """Run a simulator of the servers on loopback, over TCP and UDP, until Ctrl-C.
+    """Simulate the servers on loopback until Ctrl-C.
 
-    It prints the base port, KORVEXRPCPORT=..., that leads a script to it.
+    They answer over TCP and UDP. The command prints the base port, KORVEXRPCPORT=..., that leads a
+    script to them.
     """
     from ..simulator.__main__ import main
 

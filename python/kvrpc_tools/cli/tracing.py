@@ -30,7 +30,7 @@ _GOODBYE = 5.0  # seconds that a script has after Ctrl-C
 @click.command(context_settings={"ignore_unknown_options": True, "allow_interspersed_args": False})
 @click.argument("words", nargs=-1, type=click.UNPROCESSED, metavar="[SCRIPT [ARGS]...]")
 @click.option("--listen", is_flag=True,
-              help="Run no script; print the environment for one, and tell until Ctrl-C.")
+              help="Run no script; print the environment for one, and its calls until Ctrl-C.")
 @click.option("--record", metavar="FILE", type=click.Path(dir_okay=False),
               help="Write the calls to a file, for kvrpc simulate --replay FILE.")
 @click.option("--quiet", is_flag=True, help="Print no calls.")
@@ -42,11 +42,12 @@ _GOODBYE = 5.0  # seconds that a script has after Ctrl-C
 def trace(context: click.Context, words: Tuple[str, ...], listen: bool, record: Optional[str],
           quiet: bool, show_secrets: bool, host: Optional[str], timeout: Optional[float],
           json_wanted: bool) -> int:
-    """Run a Python script and tell each of its calls on the standard error stream.
+    """Run a Python script and print each of its calls.
 
-    The calls pass a relay on loopback, unchanged. A call to a host that the script names itself
-    goes past the relay, unless that is localhost and the servers are there. Options of trace come
-    before SCRIPT, those after it are the script's. The exit code is the script's.
+    The calls are printed on the standard error stream. They pass a relay on loopback, unchanged. A
+    call to a host that the script names itself goes past the relay, unless that is localhost and
+    the servers are there. Options of trace come before SCRIPT, those after it are the script's. The
+    exit code is the script's.
 
     For example: kvrpc trace --record calls.jsonl read_inbox.py
     """

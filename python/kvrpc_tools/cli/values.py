@@ -3,6 +3,8 @@
 from __future__ import annotations
 
 import json
+import os
+import shlex
 import sys
 from pathlib import Path
 from typing import Any, Dict, Iterator, List, Optional, TextIO, Tuple
@@ -10,6 +12,7 @@ from typing import Any, Dict, Iterator, List, Optional, TextIO, Tuple
 import click
 
 from ..check import did_you_mean
+from ..docstrings import type_text
 from ..schema import Record, WireType, own
 
 _NUMBERS = ("long", "int", "u_long", "short")
@@ -21,7 +24,9 @@ def argument_of(text: Optional[str], members: Tuple[str, ...], wire: WireType) -
 
     `text` is JSON, @FILE or "-" for the standard input. Each member is PATH=VALUE.
     """
-    value = None if text is None else _read(text)
+    if text is None and not members and (wire.kind in (*_NUMBERS, "bool") or _is_text(wire)):
+        raise click.UsageError(f"an argument is needed: {type_text(own(), wire)}")
+    value = None if text is None else _read(text, wire)
     for member in members:
         path, is_set, told = member.partition("=")
         if not is_set:
@@ -32,7 +37,11 @@ def argument_of(text: Optional[str], members: Tuple[str, ...], wire: WireType) -
     return value
 
 
-def _read(text: str) -> Any:
+def _is_text(wire: WireType) -> bool:
+    return type_text(own(), wire).startswith("text")
+
+
+def _read(text: str, wire: WireType) -> Any:
     place = ""
     try:
         if text == "-":
@@ -45,7 +54,20 @@ def _read(text: str) -> Any:
     except OSError as error:
         raise click.UsageError(f"{text[1:]}: {error.strerror}") from error
     except (ValueError, RecursionError) as error:
-        raise click.UsageError(f"the argument{place} is no JSON: {error}") from error
+        advice = "" if place or not _is_text(wire) else f"; write a text as {_quoted(text)}"
+        raise click.UsageError(f"the argument{place} is no JSON: {error}{advice}") from error
+
+
+def _quoted(text: str) -> str:
+    """Returns a text in JSON's quotation marks, as they must be typed for the shell to keep them.
+
+    For example, mail gives '"mail"' on POSIX and \\"mail\\" on Windows.
+    """
+    word = json.dumps(text, ensure_ascii=False)
+    if os.name != "nt":
+        return shlex.quote(word)
+    from subprocess import list2cmdline  # takes milliseconds to load, and only a mistake needs it
+    return list2cmdline([word])
 
 
 def _with(value: Any, path: List[str], told: str, wire: WireType, whole: str) -> Any:

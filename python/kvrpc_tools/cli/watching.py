@@ -54,7 +54,7 @@ class Look(NamedTuple):
 @options.as_json
 def watch(server: str, interval: float, count: Optional[int], host: Optional[str],
           timeout: Optional[float], json_wanted: bool) -> int:
-    """Watch an installation: its states, its processes and the last records of its log.
+    """Watch an installation: states, processes and last log records.
 
     A server that does not answer is asked again. The exit code is 3 if it does not answer the last
     look of --count.

@@ -27,14 +27,17 @@ ALONE = [
     line("", 0, r"Usage: kvrpc .*"),
     line("--help", 0, r"Usage: kvrpc .*ping.*"),
     line("-h", 0, r"Usage: kvrpc .*"),
-    line("nonsense", 2, err=r"kvrpc: No such command 'nonsense'\.\n"),
+    line("nonsense", 2, err=r"kvrpc: there is no command 'nonsense'\n"),
+    line("cal a_login", 2, err=r"kvrpc: there is no command 'cal', did you mean call\?\n"),
     line("--nonsense", 2, err=r"kvrpc: No such option: --nonsense\n"),
     line("list", 0, r"alpha: Sessions\n  a_login_1 .*sigma: .*"),
     line("list lambda", 0, r"lambda: .*l_get_status_1.*"),
-    line("list nonsense", 2, err=r"kvrpc: .*'nonsense' is not one of.*\n"),
+    line("list Lambda --grep l_ps", 0, r"lambda: Process control\n  l_ps_1 [^\n]*\n"),
+    line("list nonsense", 2, err=r"kvrpc: .*'SERVER': 'nonsense' is not one of.*\n"),
     line("list alpha --grep login_1", 0, r"alpha: Sessions\n  a_login_1 [^\n]*\n(  a_.*)+"),
     line("list --grep=LOGIN_1 alpha", 0, r"alpha: Sessions\n  a_login_1 [^\n]*\n(  a_.*)+"),
-    line("--grep zzzz list", 0),
+    line("--grep zzzz list", 0, err=r"no name or meaning has 'zzzz'\n"),
+    line("--grep zzzz list --json", 0, r"\[\]\n"),
     line("--grep list list lambda", 0, r"lambda: Process control\n  l_ps_1 +Lists.*"),
     line("--json list nue", 0, r'\[{"server":"nue",.*}\]\n'),
     line("list nue --json", 0, r'\[{"server":"nue",.*}\]\n'),
@@ -48,7 +51,10 @@ ALONE = [
     line("describe login_arg --json", 0, r'{"record":"login_arg",.*"used_by":\["a_login_1"\]}\n'),
     line("describe a_logn", 2,
          err=r"kvrpc: .*no procedure or record 'a_logn', did you mean a_login_1\?\n"),
-    line("describe zzzzzzz", 2, err=r"kvrpc: .*no procedure or record 'zzzzzzz'\n"),
+    line("describe zzzzzzz", 2, err=r"kvrpc: .*no procedure or record 'zzzzzzz'; kvrpc list "
+                                    r"--grep WORD looks for a word\n"),
+    line("describe login", 2, err=r"kvrpc: .*'login', did you mean a_login_1\?\n"),
+    line("describe logn_arg", 2, err=r"kvrpc: .*'logn_arg', did you mean .*\?\n"),
     line("describe", 2, err=r"kvrpc: Missing argument 'NAME'\.\n"),
     line("console --simulator --host x", 2, err=r"kvrpc: --simulator and --host exclude .*\n"),
     line("docs --path", 0, r".*kvrpc_tools[/\\]reference\.html\n"),
@@ -69,7 +75,11 @@ ALONE = [
     line("call l_stopserver -s x=1", 2, err=r"kvrpc: .*\n"),
     line("call a_logout -s loginid=seven", 2,
          err=r"kvrpc: -s loginid: 'seven' is no JSON for a long\n"),
-    line("call a_login {", 2, err=r"kvrpc: the argument is no JSON: .*\n"),
+    line("call a_login {", 2, err=r"kvrpc: the argument is no JSON: [^;]*\n"),
+    line("call l_stopgateway mail", 2,
+         err=r"kvrpc: the argument is no JSON: .*; write a text as ('\"mail\"'|\\\"mail\\\")\n"),
+    line("call l_stopgateway", 2, err=r"kvrpc: an argument is needed: text, at most 10 bytes\n"),
+    line("call l_kill", 2, err=r"kvrpc: an argument is needed: number of 32 bits\n"),
     line("call a_login -", 2, err=r"kvrpc: the argument on the standard input is no JSON: .*\n",
          stdin="{"),
     line("call a_login @no/such/file", 2, err=r"kvrpc: no/such/file: No such file.*\n"),
@@ -195,6 +205,11 @@ def test_watch_tells_that_nobody_answers(kvrpc, fault_peer):
     done = kvrpc("watch", "--count", "2", "--interval", "0.1")
     assert (done.code, done.err) == (3, "")
     assert re.fullmatch(r"\S+ no answer: no connection to lambda on 127\.0\.0\.1 .*\n", done.out)
+
+
+def test_no_line_of_the_help_is_cut(kvrpc, monkeypatch):
+    monkeypatch.setenv("COLUMNS", "80")
+    assert "..." not in kvrpc("--help").out.partition("Commands:")[2]
 
 
 def test_the_table_is_long_enough():

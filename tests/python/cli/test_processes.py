@@ -29,6 +29,18 @@ def test_a_full_disk_is_told_in_one_line():
     assert re.fullmatch(rb"kvrpc: the output: No space left on device\n", done.stderr)
 
 
+@pytest.mark.skipif(sys.platform == "win32", reason="needs a POSIX shell")
+@pytest.mark.parametrize(("closed", "code", "out", "err"), [
+    (">&-", 1, b"", b"kvrpc: the output is closed\n"),
+    ("2>&-", 2, b"", b""),
+])
+def test_a_closed_stream_is_no_traceback(closed, code, out, err):
+    script = f'"$@" {closed}'
+    words = ["list", "nonsense"] if code == 2 else ["list"]
+    done = subprocess.run(["sh", "-c", script, "sh", *COMMAND, *words], capture_output=True)
+    assert (done.returncode, done.stdout, done.stderr) == (code, out, err)
+
+
 @pytest.mark.skipif(sys.platform == "win32", reason="Windows has no such signal")
 def test_ctrl_c_ends_a_call(fault_peer):
     peer = fault_peer()
