@@ -31,7 +31,7 @@ if signal.getsignal(signal.SIGINT) is signal.SIG_IGN:
     signal.signal(signal.SIGINT, signal.default_int_handler)
 
 from lambda_peer import LambdaPeer  # noqa: E402
-from peer import FaultPeer  # noqa: E402
+from peer.started import FaultPeer  # noqa: E402
 from settings import SETTINGS, clean_environment  # noqa: E402
 from verifier import Verifier  # noqa: E402
 

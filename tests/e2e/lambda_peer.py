@@ -12,8 +12,7 @@ The last word applies to all later calls. Its events are words as well:
     gone     the client closed a connection
 """
 
-from peer import FaultPeer
-from peer.started import Call
+from peer.started import Call, FaultPeer
 
 ACTIONS = {
     "answer": {},

@@ -3,7 +3,7 @@
 
 import pytest
 from failures import STATUS, STATUS_REPLY
-from peer import FaultPeer
+from peer.started import FaultPeer
 
 UNKNOWN_HOST = "clnt_create: RPC: Unknown host\n"
 SYSTEM_ERROR = "clnt_create: RPC: Remote system error - Error "

@@ -5,7 +5,8 @@ import time
 import port_111
 import pytest
 from failures import TEXTS
-from peer import FaultPeer, messages
+from peer import messages
+from peer.started import FaultPeer
 
 LAMBDA, ALPHA, TCP, UDP = 26011932, 16011967, 6, 17
 HOST = "127.0.0.4"  # an address that no other test asks

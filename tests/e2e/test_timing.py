@@ -9,7 +9,7 @@ import textwrap
 
 import pytest
 from failures import STATUS_REPLY, TIMEDOUT, failure
-from peer import FaultPeer
+from peer.started import FaultPeer
 from settings import clean_environment
 
 pytestmark = [pytest.mark.slow, pytest.mark.once]

@@ -1,8 +1,8 @@
 """A scripted server for ONC RPC calls over TCP and UDP, which shows how a client handles faults.
 
-`FaultPeer` starts it in a process of its own (`python -m peer`) and gives it an action for each
-call: a step, a list of steps (several messages in answer to one call) or an empty list (no answer).
-A step is a dictionary; an empty one is a good answer.
+`started.FaultPeer` starts it in a process of its own (`python -m peer`) and gives it an action for
+each call: a step, a list of steps (several messages in answer to one call) or an empty list (no
+answer). A step is a dictionary; an empty one is a good answer.
 
     reply     the bytes after the id, in hex; `messages` builds them
     id        "own" (the default), "wrong", or "before": that of the call before this one
@@ -20,8 +20,3 @@ A step is a dictionary; an empty one is a good answer.
 For example, `peer.script({"delay": 0.5}, [])` answers the first call late and the second never. The
 peer keeps each call with its bytes and its time.
 """
-
-from peer import messages
-from peer.started import FaultPeer
-
-__all__ = ["FaultPeer", "messages"]
