@@ -79,7 +79,7 @@ class Population:
             "prio": self._random.randint(1, 5)})
         status = self._random.choice((DONE, DONE, DONE, FAILED, None))
         if status is not None:
-            self._call("a_put_s_stat_1", faxid=job, status=status, istrepc=1, dauer=20 * pages,
+            self._call("a_put_s_stat_1", faxid=job, status=status, dauer=20 * pages,
                        seitenok=pages if status == DONE else 0,
                        istzeit=self._now - self._random.randint(1, 7 * _DAY))
 

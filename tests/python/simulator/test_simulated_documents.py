@@ -166,7 +166,7 @@ def test_a_job_moves_from_queued_to_sent(call, document):
         call.time += 0.25
     assert seen == [1, 2, 3]
     record = call("a_get_s_rec_1", named(job))
-    assert (record["seiten"], record["seitenok"], record["istrepc"]) == (2, 2, 1)
+    assert (record["seiten"], record["seitenok"], record["istrepc"]) == (2, 2, 0)
     assert page(call, job, 1, SENT) == "erste Seite"
     log = call("a_get_log_1", named(job, topf=SENT))
     assert "sent, 2 pages" in log

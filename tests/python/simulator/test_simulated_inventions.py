@@ -87,7 +87,31 @@ def test_a_job_without_a_number_is_repeated_as_often_as_planned(call):
     for _ in range(5):
         call.time += 100
         seen.append((look()["status"], look()["istrepc"]))
-    assert seen == [(1, 1), (1, 2), (1, 2), (5, 3), (5, 3)]
+    assert seen == [(1, 0), (1, 1), (1, 1), (5, 2), (5, 2)]
+
+
+def test_a_restarted_job_has_made_no_attempt(call):
+    look = job(call, sollrepc=2)
+    call.time += 400
+    failed = look()
+    assert (failed["status"], failed["istrepc"], failed["errstat"]) == (5, 2, 1)
+    assert call("a_restart_s_1", {"userid": "meier", "faxid": failed["faxid"]}) is True
+    restarted = look()
+    assert restarted["status"] == 1
+    for field in ("istrepc", "istzeit", "errstat", "seitenok", "dauer", "charge_value"):
+        assert restarted[field] == 0, field
+    for field in ("error_string", "lineid_xmt", "charge_unit"):
+        assert restarted[field] == "", field
+    assert restarted["ready"] is False
+    call.time += 400
+    assert (look()["status"], look()["istrepc"]) == (5, 2)
+
+
+def test_only_a_job_that_waits_has_a_next_attempt(call):
+    look = job(call, empfnr="1", sollzeit=int(call.time) + 100)
+    assert look()["nextzeit"] == int(call.time) + 100
+    assert call("a_cancel_s_1", {"userid": "meier", "faxid": look()["faxid"]}) is True
+    assert look()["nextzeit"] == 0
 
 
 def test_a_job_with_the_night_flag_waits_for_the_night(call):

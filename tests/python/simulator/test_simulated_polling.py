@@ -8,7 +8,6 @@ import pytest
 
 from kvrpc_tools.simulator import polling
 
-
 SYSTEMS = ["linux", "win32"] if sys.platform == "linux" else ["win32"]  # only Linux has epoll
 
 

@@ -40,16 +40,17 @@ class Installation:
         self._shapes = shaper_of(schema).by_procedure
         self._processes = Processes(journal)
         self._jobs = Jobs(documents, people, journal, now)
-        self._indexed = (documents, self._jobs, journal, self._processes)
         self.handlers: Dict[str, Handler] = {}
         pages = Pages(documents, people, structure)
+        services = Services(journal, people, now)
         self._kept: Dict[str, Any] = {
             "people": people, "structure": structure, "addresses": Addresses(people),
             "belongings": belongings, "documents": documents, "pages": pages,
             "jobs": self._jobs, "lines": Lines(structure), "transfer": PageTransfer(documents),
-            "numbers": Numbers(), "services": Services(journal, people, now),
+            "numbers": Numbers(), "services": services,
             "processes": self._processes, "journal": journal,
         }
+        self._indexed = (documents, self._jobs, journal, people, services, self._processes)
         for family in (*self._kept.values(), Files(journal)):
             if family is not documents:
                 self.handlers.update(family.handlers())

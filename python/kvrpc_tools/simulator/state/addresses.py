@@ -184,14 +184,16 @@ class Addresses:
     # ---- searching
 
     def _entry_with_tsi(self, tsi: str) -> Optional[Row]:
-        return next(iter(self.entries.rows(tsi=tsi)), None) if tsi else None
+        return self.entries.first(tsi=tsi) if tsi else None
 
     def _lookup(self, argument: Row) -> Optional[Row]:
         """Searches the book `phonedir`, or all of them."""
-        rows = self.lines.rows(tsi=argument["tsi"]) if argument["tsi"] else []
-        if not argument["checkall"] and argument["phonedir"]:
-            rows = [row for row in rows if row["tbuchid"] == argument["phonedir"]]
-        return rows[0] if rows else None
+        tsi, book = argument["tsi"], argument["phonedir"]
+        if not tsi:
+            return None
+        if argument["checkall"] or not book:
+            return self.lines.first(tsi=tsi)
+        return self.lines.first(tsi=tsi, tbuchid=book)
 
     def _query(self, argument: Row) -> int:
         """Looks for the words of `aktpar` in a book; the result waits under the number returned."""

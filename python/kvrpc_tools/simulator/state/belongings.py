@@ -83,17 +83,17 @@ class Belongings:
     # ---- addresses
 
     def _mail_user_of_line(self, line: str) -> Optional[Row]:
-        return next(iter(self.mail_users.rows(lineid=line)), None)
+        return self.mail_users.first(lineid=line)
 
     def _mail_users_by_line(self, argument: Row) -> List[Row]:
-        return self.mail_users.by("lineid").after(_past(argument["pos"]), argument["anz"])
+        return self.mail_users.after(_past(argument["pos"]), argument["anz"], by=("lineid",))
 
     def _gateway_user(self, argument: Any) -> Optional[Row]:
         """By mail address or by line, as the argument has it."""
         asked = opened(argument)
         fields = {field: asked[field] for field in ("gw_type", "mailaddr", "lineid")
                   if field in asked}
-        row = next(iter(self.gateway_users.rows(**fields)), None)
+        row = self.gateway_users.first(**fields)
         if row is not None and asked.get("touch"):
             row["lastaccess"] = int(self._now())
         return row
@@ -101,13 +101,13 @@ class Belongings:
     def _gateway_users(self, argument: Any) -> List[Row]:
         """Versions 0 and 3 go by mail address, 1 and 2 by line."""
         asked = opened(argument)
-        users = (self.gateway_users.by("gw_type", "lineid") if argument["selection"] in (1, 2)
-                 else self.gateway_users)
-        return users.after(_past(asked["pos"]), asked["anz"], within=(asked["gw_type"],))
+        by = ("gw_type", "lineid") if argument["selection"] in (1, 2) else ()
+        return self.gateway_users.after(_past(asked["pos"]), asked["anz"],
+                                        within=(asked["gw_type"],), by=by)
 
     def count_gateway_users(self, gw_type: str) -> int:
         """Returns how many users a type of gateway has."""
-        return len(self.gateway_users.rows(gw_type=gw_type))
+        return self.gateway_users.count(gw_type=gw_type)
 
     def _reply_address(self, argument: Any) -> Optional[Row]:
         row = self.reply_addresses.get(argument)

@@ -7,12 +7,11 @@ installation, so that `sigma` finds a document without its user.
 
 from __future__ import annotations
 
-import bisect
 from dataclasses import dataclass, field
 from typing import Any, Callable, Dict, List, Optional, Tuple
 
 from kvrpc_tools.simulator.state.keeping import Kept
-from kvrpc_tools.simulator.state.table import window
+from kvrpc_tools.simulator.state.table import put_or_remove, window
 
 Name = Tuple[int, str]  # the number and the user of a document
 
@@ -31,7 +30,7 @@ anbei die Zeichnung, um die Sie gebeten haben.
 
 @dataclass
 class Document:
-    """One document. A page is a text."""
+    """One document. A page is a text. The log is in pieces, because each line is one at first."""
 
     faxid: int
     userid: str
@@ -42,8 +41,13 @@ class Document:
     public: bool = False
     mark: bool = False
     pages: List[str] = field(default_factory=list)
-    log: str = ""
+    log: List[str] = field(default_factory=list)
     received: Dict[str, Any] = field(default_factory=dict)
+
+    def log_text(self) -> str:
+        """Returns the log. Keeps it as one text, for the next block of it."""
+        self.log = ["".join(self.log)]
+        return self.log[0]
 
     def pool_row(self) -> Dict[str, Any]:
         """Returns the document as `get_p_rec_res` has it."""
@@ -88,10 +92,29 @@ class Documents:
 
         They are in the order of their numbers. The pool also has what others have made public.
         """
-        own = self._compartments.get((userid, topf), [])
-        others = [] if topf != POOL else [name for name in self._public if name[1] != userid]
-        names = sorted([*own, *others]) if others else own
+        names = self._compartments.get((userid, topf), [])
+        if topf == POOL and self._public:
+            names = self._pool_of(userid, names)
         return [self._documents[user, topf, faxid] for faxid, user in window(names, start, most)]
+
+    def _pool_of(self, userid: str, own: List[Name]) -> List[Name]:
+        """Returns the own and the public documents. They are kept until one comes or goes."""
+        if userid not in self._pools:
+            others = [name for name in self._public if name[1] != userid]
+            self._pools[userid] = sorted([*own, *others])
+        return self._pools[userid]
+
+    def has_marked(self, userid: str, topf: int) -> bool:
+        """Returns whether one of the documents that `listed` has is marked."""
+        own = self._marked.get((userid, topf))
+        return bool(own) or (topf == POOL and bool(self._public_marked))
+
+    def mark(self, document: Document, mark: bool) -> None:
+        """Marks a document, or takes its mark away."""
+        document.mark = mark
+        marked = self._marked.setdefault((document.userid, document.topf), [])
+        put_or_remove(marked, _name(document), mark)
+        self._enter_public(document)
 
     def make(self, userid: str, topf: int, comment: str = "") -> Document:
         """Makes an empty document, with the next number."""
@@ -104,21 +127,31 @@ class Documents:
     def publish(self, document: Document, public: bool) -> None:
         """Makes a document of the pool everybody's, or its user's only."""
         document.public = public
-        _put_or_remove(self._public, _name(document), public and document.topf == POOL)
+        self._enter_public(document)
+
+    def _enter_public(self, document: Document) -> None:
+        public = document.public and document.topf == POOL
+        put_or_remove(self._public, _name(document), public)
+        put_or_remove(self._public_marked, _name(document), public and document.mark)
+        if document.topf == POOL:
+            self._pools.clear()
 
     def look_again(self) -> None:
         """Makes what a search needs, because other documents were loaded."""
         self._compartments: Dict[Tuple[str, int], List[Name]] = {}
         self._public: List[Name] = []
+        self._pools: Dict[str, List[Name]] = {}
+        self._marked: Dict[Tuple[str, int], List[Name]] = {}
+        self._public_marked: List[Name] = []
         self._owners: Dict[Tuple[int, int], str] = {}
         for document in self._documents.values():
             self._enter(document)
 
     def _enter(self, document: Document) -> None:
         names = self._compartments.setdefault((document.userid, document.topf), [])
-        _put_or_remove(names, _name(document), True)
+        put_or_remove(names, _name(document), True)
         self._owners.setdefault((document.topf, document.faxid), document.userid)
-        self.publish(document, document.public)
+        self.mark(document, document.mark)
 
     def receive(self, userid: str, sender: str, line: str, comment: str,
                 pages: List[str]) -> Document:
@@ -132,25 +165,16 @@ class Documents:
 
     def note(self, document: Document, text: str) -> None:
         """Adds a line to a document's own log."""
-        document.log += text + "\n"
+        document.log.append(text + "\n")
 
     def delete(self, document: Document) -> None:
         """Removes a document."""
         del self._documents[document.userid, document.topf, document.faxid]
-        self.publish(document, False)
-        _put_or_remove(self._compartments[document.userid, document.topf], _name(document), False)
+        document.public = False
+        self.mark(document, False)
+        put_or_remove(self._compartments[document.userid, document.topf], _name(document), False)
         self._owners.pop((document.topf, document.faxid), None)
 
 
 def _name(document: Document) -> Name:
     return (document.faxid, document.userid)
-
-
-def _put_or_remove(names: List[Name], name: Name, wanted: bool) -> None:
-    """Leaves `name` in the ordered list if it is `wanted`, else takes it out."""
-    at = bisect.bisect_left(names, name)
-    there = names[at:at + 1] == [name]
-    if wanted and not there:
-        names.insert(at, name)
-    elif there and not wanted:
-        del names[at]

@@ -4,15 +4,15 @@ A job waits until its planned time, is on the line for as long as its pages take
 its state follows from the clock alone. A job keeps a copy of the document's pages in the
 compartment of sent documents, under its own number.
 
-These are the simulator's own: the states and their times; that a job fails if it has no number,
-after as many repeats as `sollrepc` says; that a job with the night flag waits for the night rate of
+`sollrepc` is the planned number of repeats and `istrepc` the actual one; the first attempt is no
+repeat. These are the simulator's own: the states and their times; that a job fails if it has no
+number, and only then is repeated; that a job with the night flag waits for the night rate of
 `/etc/fax.conf`.
 """
 
 from __future__ import annotations
 
 import heapq
-import itertools
 import math
 from typing import Any, Callable, Dict, List, Optional, Tuple
 
@@ -21,7 +21,7 @@ from kvrpc_tools.simulator.state.journal import WARNING, Journal
 from kvrpc_tools.simulator.state.keeping import Kept
 from kvrpc_tools.simulator.state.people import ALPHA_HOST, People
 from kvrpc_tools.simulator.state.shape import Row, opened
-from kvrpc_tools.simulator.state.table import Handler, window
+from kvrpc_tools.simulator.state.table import Handler, put_or_remove, window
 
 # Of a job, in its field `status`.
 QUEUED, SENDING, DONE, CANCELLED, FAILED = 1, 2, 3, 4, 5
@@ -34,6 +34,12 @@ NIGHT_BEGINS, NIGHT_ENDS = 22 * _HOUR, 6 * _HOUR  # of a day in Greenwich
 NO_NUMBER = 1  # in `errstat`
 
 _FULL = 1  # the arm of the newer unions that has all fields
+
+# What a job has of its attempts.
+_NO_ATTEMPT = {"istrepc": 0, "istzeit": 0, "errstat": 0, "error_string": "", "seitenok": 0,
+               "dauer": 0, "ready": False, "lineid_xmt": "", "charge_unit": "", "charge_value": 0}
+
+_Wanted = Tuple[str, str, str]  # the user, gateway and address of a search; either may be empty
 
 _CHANGED = ("prio", "comment", "sollzeit", "nachtkz", "sollrepc", "res", "timeout")
 
@@ -96,7 +102,13 @@ class Jobs:
         self._of_user: Dict[str, List[int]] = {}
         for faxid, job in self._jobs.items():
             self._of_user.setdefault(job["userid"], []).append(faxid)
-        self._of_gateway: Dict[Tuple[Any, ...], List[int]] = {}  # see _list_new
+        self._of_gateway: Dict[_Wanted, List[int]] = {}  # see _numbers_of_gateway
+        self._queued = [faxid for faxid, job in self._jobs.items() if job["status"] == QUEUED]
+
+    def _set(self, job: Row, **values: Any) -> None:
+        """Changes a job, and whether it is among those that wait."""
+        job.update(values)
+        put_or_remove(self._queued, job["faxid"], job["status"] == QUEUED)
 
     def _set_due(self, faxid: int, due: float) -> None:
         self._due[faxid] = due
@@ -124,7 +136,9 @@ class Jobs:
                "alphaid": ALPHA_HOST, "alphaid_src": ALPHA_HOST, "userid_src": asked["userid"]}
         self._jobs[copy.faxid] = job
         self._of_user.setdefault(job["userid"], []).append(copy.faxid)
-        self._of_gateway = {}
+        for wanted in _searches_for(job):
+            if wanted in self._of_gateway:
+                self._of_gateway[wanted].append(copy.faxid)
         self._queue(job)
         self._tell(job, f"accepted for {job['empfnr']}")
         return {"faxid": copy.faxid, "errcode": 0}
@@ -134,34 +148,35 @@ class Jobs:
         self._wait_until(_night_from(start) if job["nachtkz"] else start, job)
 
     def _wait_until(self, start: float, job: Row) -> None:
-        job["status"], job["nextzeit"] = QUEUED, int(start)
+        self._set(job, status=QUEUED, nextzeit=int(start))
         self._set_due(job["faxid"], start)
 
     def _dial(self, faxid: int, job: Row, start: float) -> None:
-        job["istrepc"] += 1
+        if job["istzeit"]:
+            job["istrepc"] += 1
         job["istzeit"] = int(start)
         if not job["empfnr"]:
             self._fail(faxid, job, start)
             return
-        job.update(status=SENDING, lineid_xmt="fax0")
+        self._set(job, status=SENDING, lineid_xmt="fax0", nextzeit=0)
         self._set_due(faxid, start + PAGE_SECONDS * max(1, job["seiten"]))
         self._tell(job, f"dials {job['empfnr']} on fax0")
 
     def _fail(self, faxid: int, job: Row, start: float) -> None:
-        """Repeats the job as often as planned. Its first attempt is no repeat."""
+        """Repeats the job as often as planned."""
         job.update(errstat=NO_NUMBER, error_string="no number")
-        if job["istrepc"] <= job["sollrepc"]:
+        if job["istrepc"] < job["sollrepc"]:
             self._wait_until(start + REPEAT_SECONDS, job)
-            self._tell(job, f"no number, attempt {job['istrepc']}", WARNING)
+            self._tell(job, f"no number, attempt {job['istrepc'] + 1}", WARNING)
             return
-        job.update(status=FAILED, nextzeit=0)
+        self._set(job, status=FAILED, nextzeit=0)
         del self._due[faxid]
         self._tell(job, "failed: no number", WARNING)
 
     def _finish(self, faxid: int, job: Row, _: float) -> None:
         del self._due[faxid]
-        job.update(status=DONE, seitenok=job["seiten"], dauer=20 * job["seiten"], nextzeit=0,
-                   ready=True, charge_unit="EUR", charge_value=9 * job["seiten"])
+        self._set(job, status=DONE, seitenok=job["seiten"], dauer=20 * job["seiten"], ready=True,
+                  charge_unit="EUR", charge_value=9 * job["seiten"])
         self._tell(job, f"sent, {job['seiten']} pages")
 
     def _tell(self, job: Row, text: str, *severity: int) -> None:
@@ -189,17 +204,18 @@ class Jobs:
     def _list_new(self, argument: Any) -> List[Row]:
         """Returns the jobs, or those of one gateway or mail address if the argument names one."""
         asked = opened(argument)
-        wanted = [(field, asked[field]) for field in ("gw_type", "mailaddr") if asked[field]]
-        numbers = self._numbers(asked)
-        if wanted:  # kept until there is another job, for the next block
-            key = (self._people.user_of(asked["loginid"]), *wanted)
-            if key not in self._of_gateway:
-                self._of_gateway[key] = [
-                    faxid for faxid in numbers if all(
-                        self._jobs[faxid].get(field) == value for field, value in wanted)]
-            numbers = self._of_gateway[key]
+        by_gateway = asked["gw_type"] or asked["mailaddr"]
+        numbers = self._numbers_of_gateway(asked) if by_gateway else self._numbers(asked)
         return [_full(self._jobs[faxid])
                 for faxid in window(numbers, asked["pos"], asked["anz"])]
+
+    def _numbers_of_gateway(self, asked: Row) -> List[int]:
+        """Searches all jobs once for each user, gateway and address. Later jobs are added to it."""
+        wanted = (self._people.user_of(asked["loginid"]) or "", asked["gw_type"], asked["mailaddr"])
+        if wanted not in self._of_gateway:
+            self._of_gateway[wanted] = [faxid for faxid in self._numbers(asked)
+                                        if wanted in _searches_for(self._jobs[faxid])]
+        return self._of_gateway[wanted]
 
     def _cancel(self, asked: Row) -> bool:
         """Cancels a job that still waits or is on the line."""
@@ -207,16 +223,16 @@ class Jobs:
         if job is None or job["faxid"] not in self._due:
             return False
         del self._due[job["faxid"]]
-        job["status"] = CANCELLED
+        self._set(job, status=CANCELLED, nextzeit=0)
         self._tell(job, "cancelled")
         return True
 
     def _restart(self, asked: Row) -> bool:
-        """Repeats a job that does not wait anyway."""
+        """Makes a job new that does not wait anyway. What is known of its attempts goes."""
         job = self._job(asked)
         if job is None or job["faxid"] in self._due:
             return False
-        job.update(errstat=0, error_string="", seitenok=0, sollzeit=0)
+        job.update(_NO_ATTEMPT, sollzeit=0)
         self._queue(job)
         self._tell(job, "restarted")
         return True
@@ -239,16 +255,14 @@ class Jobs:
         job = self._jobs.get(asked["faxid"])
         if job is None:
             return False
-        job.update(asked)
+        self._set(job, **asked)
         self._due.pop(job["faxid"], None)
         return True
 
     def _waiting(self, argument: Any) -> List[Row]:
         """Returns at most `anz` jobs that wait for a line."""
-        most = opened(argument)["anz"]
-        rows = ({"s_rec": job, **job, "selection": 0} for job in self._jobs.values()
-                if job["status"] == QUEUED)
-        return list(itertools.islice(rows, most if most > 0 else None))
+        waiting = [self._jobs[faxid] for faxid in window(self._queued, 0, opened(argument)["anz"])]
+        return [{"s_rec": job, **job, "selection": 0} for job in waiting]
 
     def _dump(self, _: Any) -> None:
         for faxid, job in self._jobs.items():
@@ -259,6 +273,12 @@ def _night_from(start: float) -> float:
     """Returns the first time of a night that is not before `start`."""
     clock = start % _DAY
     return start if clock >= NIGHT_BEGINS or clock < NIGHT_ENDS else start - clock + NIGHT_BEGINS
+
+
+def _searches_for(job: Row) -> List[_Wanted]:
+    """Returns the searches by gateway, by address and by both that find a job."""
+    user, gateway, address = job["userid"], job.get("gw_type", ""), job.get("mailaddr", "")
+    return [(user, gateway, ""), (user, "", address), (user, gateway, address)]
 
 
 def _full(job: Optional[Row]) -> Row:

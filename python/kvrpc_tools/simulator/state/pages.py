@@ -2,7 +2,7 @@
 
 from __future__ import annotations
 
-from typing import Any, Dict, List, Optional
+from typing import Dict, List, Optional
 
 from kvrpc_tools.simulator.state.documents import POOL, RECEIVED, Document, Documents
 from kvrpc_tools.simulator.state.keeping import Kept
@@ -43,9 +43,9 @@ class Pages:
             "a_del_dok_1": self._delete,
             "a_forward_1": self._forward,
             "a_print_dok_1": self._print,
-            "a_put_comment_1": lambda asked: self._set(asked, comment=asked["comment"]),
+            "a_put_comment_1": self._comment,
             "a_put_public_1": self._publish,
-            "a_put_bif_1": lambda asked: self._set(asked, mark=asked["bif"]),
+            "a_put_bif_1": lambda asked: self._mark(asked, asked["bif"]),
             "a_exc_bif_1": self._exchange_mark,
             "a_exc_status_1": self._exchange_status,
             "a_bif_1": self._marked,
@@ -95,10 +95,10 @@ class Pages:
         self._documents.note(document, f"printed on {asked['printid']}")
         return True
 
-    def _set(self, asked: Row, **values: Any) -> bool:
+    def _comment(self, asked: Row) -> bool:
         document = self._find(asked)
         if document is not None:
-            vars(document).update(values)
+            document.comment = asked["comment"]
         return document is not None
 
     def _publish(self, asked: Row) -> bool:
@@ -107,10 +107,16 @@ class Pages:
             self._documents.publish(document, asked["public_"])
         return document is not None
 
+    def _mark(self, asked: Row, mark: bool) -> bool:
+        document = self._find(asked)
+        if document is not None:
+            self._documents.mark(document, mark)
+        return document is not None
+
     def _exchange_mark(self, asked: Row) -> Row:
         document = self._find(asked)
         old = document is not None and document.mark
-        return {"ok": self._set(asked, mark=asked["newflag"]), "oldflag": old}
+        return {"ok": self._mark(asked, asked["newflag"]), "oldflag": old}
 
     def _exchange_status(self, asked: Row) -> Row:
         """Sets or clears the bits of `status`; `oldflag` is true if any was set."""
@@ -123,8 +129,7 @@ class Pages:
         return {"oldflag": old}
 
     def _marked(self, asked: Row) -> bool:
-        return any(document.mark for document in
-                   self._documents.listed(asked["userid"], asked["topf"]))
+        return self._documents.has_marked(asked["userid"], asked["topf"])
 
     # ---- pages
 
@@ -235,7 +240,7 @@ class Pages:
 
     def _log(self, asked: Row) -> Optional[str]:
         document = self._find(asked)
-        return document.log if document else None
+        return document.log_text() if document else None
 
     def _put_log(self, asked: Row) -> bool:
         document = self._find(asked)

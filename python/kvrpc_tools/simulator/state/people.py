@@ -12,7 +12,7 @@ from typing import Any, Dict, List, Optional, Set, Tuple
 
 from kvrpc_tools.simulator.state.keeping import Kept
 from kvrpc_tools.simulator.state.shape import Row, opened
-from kvrpc_tools.simulator.state.table import Handler, Table
+from kvrpc_tools.simulator.state.table import Handler, Table, put_or_remove
 
 ALPHA_HOST = "zentrale"  # the name of this alpha
 DONE, NO_USER, WRONG_PASSWORD = 0, 1, 2
@@ -42,6 +42,7 @@ class People:
         self._admin_password = ADMINISTRATION_PASSWORD
         self._logins: Dict[int, str] = {}
         self._last_login = 0
+        self.look_again()
         self.users = Table(["alphaid", "userid"], _USERS)
         self.local_records = Table(["userid"], _LOCAL_RECORDS)
         self.groups = Table(["groupid"], [{"groupid": "vertrieb", "comment": "Vertrieb"}])
@@ -54,9 +55,15 @@ class People:
         """Returns what carries out each procedure of the family, by its name."""
         return {**self._sessions(), **self._users(), **self._groups()}
 
+    def look_again(self) -> None:
+        """Makes what a search needs, because other sessions were loaded."""
+        self._logins_of: Dict[str, List[int]] = {}
+        for login, user in sorted(self._logins.items()):
+            self._logins_of.setdefault(user, []).append(login)
+
     def count_users(self) -> int:
         """Returns how many users there are."""
-        return len(self.users.rows())
+        return self.users.count()
 
     def count_logins(self) -> int:
         """Returns how many sessions there are."""
@@ -93,23 +100,33 @@ class People:
             return {"err": NO_USER}
         if user.get("passwor", "") != argument["passwor"]:
             return {"err": WRONG_PASSWORD}
-        if argument.get("useold"):
-            for login, name in self._logins.items():
-                if name == argument["userid"]:
-                    return {"loginid": login}
+        old = self._logins_of.get(argument["userid"])
+        if argument.get("useold") and old:
+            return {"loginid": old[0]}
         self._last_login += 1
-        self._logins[self._last_login] = argument["userid"]
+        self._enter(self._last_login, argument["userid"])
         return {"loginid": self._last_login}
+
+    def _enter(self, login: int, user: str) -> None:
+        """Makes a session one of this user. It may have been one of another user before."""
+        self._leave(login)
+        self._logins[login] = user
+        put_or_remove(self._logins_of.setdefault(user, []), login, True)
+
+    def _leave(self, login: int) -> None:
+        user = self._logins.pop(login, None)
+        if user is not None:
+            put_or_remove(self._logins_of[user], login, False)
 
     def _logout(self, argument: Row) -> None:
         if self.user_of(argument["loginid"]) == argument["userid"]:
-            del self._logins[argument["loginid"]]
+            self._leave(argument["loginid"])
 
     def _change_user(self, argument: Any) -> bool:
         asked = opened(argument)
         if asked["loginid"] not in self._logins or not self.is_local(asked["userid"]):
             return False
-        self._logins[asked["loginid"]] = asked["userid"]
+        self._enter(asked["loginid"], asked["userid"])
         return True
 
     def _change_password(self, argument: Row) -> int:
@@ -166,7 +183,7 @@ class People:
         return self.users.after(last if asked else (), argument["anz"])
 
     def _by_barcode(self, barcode: str) -> Optional[Row]:
-        return next(iter(self.users.rows(barcode=barcode)), None) if barcode else None
+        return self.users.first(barcode=barcode) if barcode else None
 
     def _no_cycle(self, user: Tuple[str, str], deputy: Tuple[str, str]) -> bool:
         """Returns whether `deputy` can stand in for `user` without being its own deputy in the end.
@@ -210,11 +227,11 @@ class People:
     def _distribution(self, argument: Row) -> Row:
         """Returns the users that a group or a single user means, by server."""
         rows = self.members_of(argument["groupid"]) if argument["groupid"] else [argument]
-        hosts = sorted({row["alphaid"] for row in rows})
+        users: Dict[str, List[Row]] = {}
+        for row in rows:
+            users.setdefault(row["alphaid"], []).append({"data": row["userid"]})
         return {"ok": bool(rows), "first": [
-            {"alphaid": host,
-             "user_ll": [{"data": row["userid"]} for row in rows if row["alphaid"] == host]}
-            for host in hosts]}
+            {"alphaid": host, "user_ll": users[host]} for host in sorted(users)]}
 
 
 def _on_host(user: Tuple[str, str]) -> Tuple[str, str]:

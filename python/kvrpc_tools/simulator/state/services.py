@@ -3,9 +3,11 @@
 from __future__ import annotations
 
 import calendar
+import itertools
 import time
 from datetime import datetime, timedelta
-from typing import Callable, Dict, List
+from operator import itemgetter
+from typing import Callable, Dict, Tuple
 
 from kvrpc_tools.simulator.state.journal import Journal
 from kvrpc_tools.simulator.state.keeping import Kept
@@ -15,6 +17,8 @@ from kvrpc_tools.simulator.state.table import Handler
 
 TIME_FORMAT = "%d.%m.%Y %H:%M:%S"
 EPOCH = datetime(1970, 1, 1)
+
+_Address = Tuple[int, int, int]  # the session, IP address and port of a notification
 
 
 class Services:
@@ -28,7 +32,7 @@ class Services:
         self._now = now
         self._boards: Dict[int, Dict[str, Row]] = {}
         self._changes = 0
-        self._subscriptions: List[Row] = []
+        self._subscriptions: Dict[_Address, Dict[str, Row]] = {}  # by their triggers
 
     def handlers(self) -> Dict[str, Handler]:
         """Returns what carries out each procedure of the family, by its name."""
@@ -57,14 +61,21 @@ class Services:
         """Puts an entry on a board. An empty message takes it off."""
         self._changes += 1
         board = self._boards.setdefault(asked["color"], {})
+        board.pop(asked["id"], None)  # so that the latest change is the last one
         board[asked["id"]] = {"id": asked["id"], "msg": asked["msg"], "change": self._changes}
         return bool(asked["id"])
 
     def _board(self, color: int, since: int) -> Row:
         """Returns what has changed since the change `since`."""
-        rows = [row for _, row in sorted(self._boards.get(color, {}).items())
-                if row["change"] > since and (row["msg"] or since)]
+        latest = reversed(self._boards.get(color, {}).values())
+        changed = itertools.takewhile(lambda row: row["change"] > since, latest)
+        rows = sorted((row for row in changed if row["msg"] or since), key=itemgetter("id"))
         return {"first": rows, "lastchange": self._changes}
+
+    def look_again(self) -> None:
+        """Orders the entries of each board by their changes, because others were loaded."""
+        for color, board in self._boards.items():
+            self._boards[color] = dict(sorted(board.items(), key=lambda item: item[1]["change"]))
 
     # ---- notifications
 
@@ -72,18 +83,22 @@ class Services:
         """Keeps a notification until its session ends. Nothing is ever sent."""
         if self._people.user_of(asked["loginid"]) is None:
             return False
-        self._subscriptions.append(asked)
+        self._subscriptions.setdefault(_address(asked), {})[repr(asked["trigger"])] = asked
         return True
 
     def _unsubscribe(self, asked: Row) -> bool:
-        """Removes those of this session and address; without `all`, only those for this trigger."""
-        self._subscriptions = [kept for kept in self._subscriptions
-                               if self._people.user_of(kept["loginid"]) is not None]
-        same = [kept for kept in self._subscriptions
-                if all(kept[key] == asked[key] for key in ("loginid", "ip_address", "port"))
-                and (asked["all"] or kept["trigger"] == asked["trigger"])]
-        self._subscriptions = [kept for kept in self._subscriptions if kept not in same]
-        return bool(same)
+        """Removes those of this session and address; without `all`, only that for this trigger."""
+        if self._people.user_of(asked["loginid"]) is None:
+            self._subscriptions.pop(_address(asked), None)
+            return False
+        if asked["all"]:
+            return bool(self._subscriptions.pop(_address(asked), None))
+        kept = self._subscriptions.get(_address(asked), {})
+        return kept.pop(repr(asked["trigger"]), None) is not None
+
+
+def _address(asked: Row) -> _Address:
+    return (asked["loginid"], asked["ip_address"], asked["port"])
 
 
 def _seconds_of(text: str) -> int:

@@ -12,7 +12,7 @@ from kvrpc_tools.simulator.state.belongings import Belongings
 from kvrpc_tools.simulator.state.keeping import Kept
 from kvrpc_tools.simulator.state.people import ALPHA_HOST, People
 from kvrpc_tools.simulator.state.shape import Row, opened
-from kvrpc_tools.simulator.state.table import Handler, Table, window
+from kvrpc_tools.simulator.state.table import Handler, Table
 
 MOST_USERS, MOST_LOGINS, MOST_LINES = 50, 20, 4
 _MOST_GATEWAY_USERS = (("mail", 10), ("sms", 5))
@@ -68,7 +68,8 @@ class Structure:
         self.settings = Table(["name"], [
             {"name": "country", "contents": "49", "protect": False},
             {"name": "headline", "contents": "Faxsystem Beispielstadt", "protect": False},
-            {"name": "retries", "contents": "3", "protect": True}])
+            {"name": "retries", "contents": "3", "protect": True}],
+            filled=lambda row: bool(row.get("contents")))
 
     def handlers(self) -> Dict[str, Handler]:
         """Returns what carries out each procedure of the family, by its name."""
@@ -111,17 +112,15 @@ class Structure:
         if argument.get("selection") == 1:
             return self.settings.after((asked["pos"],), asked["anz"],
                                        keep=lambda row: bool(row["protect"] == asked["protect"]))
-        rows = [row for row in self.settings.rows() if row["name"].startswith(asked["basename"])
-                and (row["contents"] or not asked["skipempty"])]
-        return window(rows, asked["pos"], asked["anz"])
+        wanted = {"filled": True} if asked["skipempty"] else {}
+        return self.settings.beginning(asked["basename"], asked["pos"], asked["anz"], **wanted)
 
     def _route_for(self, argument: Any) -> Optional[Row]:
         """Returns the first route whose line and sender fit. An empty field of a route fits all."""
         asked = opened(argument)
-        for route in self.routes.rows():
-            if all(route.get(field, "") in ("", asked[field]) for field in ("lineid", "absender")):
-                return route
-        return None
+        found = [self.routes.first(lineid=line, absender=sender)
+                 for line in (asked["lineid"], "") for sender in (asked["absender"], "")]
+        return min((route for route in found if route), default=None, key=self.routes.key_of)
 
     def _apply_route(self, argument: Any) -> Optional[Row]:
         return self._route_for(argument)
@@ -135,7 +134,7 @@ class Structure:
         return {"users": MOST_USERS, "hwclass": 1, "fax": True, "barcode": True,
                 "aktusers": self._people.count_users(), "maxlogins": limit["logins"],
                 "aktlogins": self._people.count_logins(), "maxlines": MOST_LINES,
-                "aktlines": len(self.lines.rows()), "postscriptlevel": 2,
+                "aktlines": self.lines.count(), "postscriptlevel": 2,
                 "gwuser_count": [
                     {"gw_type": name, "max_users": most,
                      "akt_users": self._belongings.count_gateway_users(name)}

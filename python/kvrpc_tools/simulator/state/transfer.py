@@ -128,7 +128,7 @@ class Lines:
 
     def _reserve(self, asked: Row) -> bool:
         """Takes a free line. Returns false if it is not free."""
-        if not any(row["lineid"] == asked["lineid"] for row in self._free()):
+        if self._states.get(asked["lineid"]):
             return False
         return self._put_state({**asked, "hwfeat": asked["hwfeat"] or 1})
 
