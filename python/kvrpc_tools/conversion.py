@@ -21,7 +21,7 @@ _chunks: Any = _make and _make(None, _encoder.default, json.encoder.encode_bases
                                ":", ",", False, False, True)
 # `decode` also looks for blanks, which no reply has.
 _scan: Any = getattr(json.JSONDecoder(), "scan_once")  # noqa: B009, typeshed does not know it
-_SUCCESS = '{"status":0,"message":"ok","result":'  # how a reply with a result begins
+_SUCCESS = '{"status":0,"message":"ok","result":'  # how a reply of status 0 begins
 
 
 def _encode(argument: Any) -> str:
@@ -35,9 +35,6 @@ def _encode(argument: Any) -> str:
 
 def _value_at(text: str) -> Any:
     return _scan(text, 0)[0]
-
-
-_GOOD = '{"status":0,"message":"ok","result":'  # how every reply of status 0 begins
 
 
 class Conversion:
@@ -86,8 +83,8 @@ class Conversion:
         Lists come as Python lists; with `raw` as the nested nodes of the wire.
         """
         text = reply.decode()
-        if not self._has_lists and text.startswith(_GOOD):
-            return _scan(text, len(_GOOD))[0]
+        if not self._has_lists and text.startswith(_SUCCESS):
+            return _scan(text, len(_SUCCESS))[0]
         result = self._opened(_value_at(self._lists.flatten(text)))
         self._lists.settle(result, raw)
         return result

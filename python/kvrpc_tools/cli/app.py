@@ -104,7 +104,7 @@ def run(words: Sequence[str]) -> int:
     if "_KVRPC_COMPLETE" in os.environ:
         kvrpc.main(prog_name="kvrpc")  # answers the shell and ends the process
     try:
-        code = _invoke(_command_first(list(words)))
+        code = _invoke(_command_first(list(words)) or ["--help"])  # click 8.2 fails without words
         sys.stdout.flush()
         return code
     except BrokenPipeError:
