@@ -129,7 +129,7 @@ FAMILIES = {
         "o_del_config_1", {"basename": "fa"}),
     "flag": Family("t_put_flag_1", "t_get_flag_1 t_get_flag_ll_1", "msg",
                    {"group": "nacht", "id": 4, "termin": 99, "msg": "Sicherung"},
-                   bare={"t_get_flag_ll_1": "group"}),
+                   "t_del_flag_1", bare={"t_get_flag_ll_1": "group"}),
     "scan": Family("a_put_scan_1 t_put_scan_1", "t_get_scan_1", "userid",
                    {"lineid": "fax0", "alphaid": "zentrale", "userid": "meier", "res": 1,
                     "comment": "Vertrag"}),

@@ -96,7 +96,9 @@ def test_a_stopped_server_does_not_answer(schema, simulator):
 
 
 @pytest.mark.parametrize("procedure, server", [("l_exit_1", "lambda"), ("a_exit_1", "alpha"),
-                                               ("s_exit_1", "sigma"), ("t_exit_1", "theta")])
+                                               ("s_exit_1", "sigma"), ("t_exit_1", "theta"),
+                                               ("o_exit_1", "omega"), ("n_exit_1", "nue"),
+                                               ("t_shutdown_1", "theta")])
 def test_a_server_that_exits_comes_back_under_another_number(call, procedure, server):
     before = entry(call, server)["pid"]
     call(procedure)
