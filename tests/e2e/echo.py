@@ -6,10 +6,11 @@ from servers import Started
 
 # The names that every script of `run_echo` starts with. `connect` returns a client that is closed
 # at the end, `call` the number that came back, `spawn` the id of a child that runs a function, and
-# `wait_for` a child's exit code. It ends a child that hangs.
+# `wait_for` a child's exit code. It aborts a child that hangs, so that faulthandler says where.
 HEAD = """
     import atexit, faulthandler, os, signal, sys, threading, time
     import kvrpc
+    faulthandler.enable()
     faulthandler.dump_traceback_later(60, exit=True)
 
     class Allow:
@@ -33,7 +34,7 @@ HEAD = """
             if done:
                 return -os.WTERMSIG(status) if os.WIFSIGNALED(status) else os.WEXITSTATUS(status)
             time.sleep(0.005)
-        os.kill(child, signal.SIGKILL)
+        os.kill(child, signal.SIGABRT)
         os.waitpid(child, 0)
         return "hangs"
 

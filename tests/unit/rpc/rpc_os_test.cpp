@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -84,16 +85,16 @@ TEST(startup, runs_once_until_a_shutdown) {
       testing::ExitedWithCode(0), "");
 }
 
-// Returns true if a second thread can enter the resolver while this one is in it.
-bool resolver_admits_two() {
+// Returns true if a second thread enters the resolver within that time while this one is in it.
+bool resolver_admits_two(int milliseconds) {
   rpc_resolver_enter();
-  bool inside = false;
+  std::atomic<bool> inside{false};
   std::thread other([&] {
     rpc_resolver_enter();
     inside = true;
     rpc_resolver_leave();
   });
-  sleep_milliseconds(50);
+  for (int i = 0; i < milliseconds && !inside; ++i) sleep_milliseconds(1);
   const bool admitted = inside;
   rpc_resolver_leave();
   other.join();
@@ -101,14 +102,14 @@ bool resolver_admits_two() {
 }
 
 TEST(resolver_lock, does_nothing_before_the_start) {
-  EXPECT_EXIT(std::_Exit(resolver_admits_two() ? 0 : 1), testing::ExitedWithCode(0), "");
+  EXPECT_EXIT(std::_Exit(resolver_admits_two(20000) ? 0 : 1), testing::ExitedWithCode(0), "");
 }
 
 TEST(resolver_lock, keeps_a_second_thread_out_after_the_start) {
   EXPECT_EXIT(
       {
         rpc_startup();
-        std::_Exit(resolver_admits_two() ? 1 : 0);
+        std::_Exit(resolver_admits_two(50) ? 1 : 0);
       },
       testing::ExitedWithCode(0), "");
 }
