@@ -79,12 +79,22 @@ class Simulator:
         `{"selection": 0, "v0": {"s_record": {"empfnr": "040"}}}`. With `times`, exactly so many
         calls must match. Returns the last call that does. The message shows the nearest calls.
         """
+        if times is not None and times < 1:
+            raise ValueError(f"times={times}: assert_not_called asserts that there was no call")
         calls = self.calls(procedure)
         found = [call for call in calls if _matches(call.argument, argument, members)]
         if not found or times not in (None, len(found)):
             raise AssertionError(_not_called(procedure, argument, members, times, calls, found,
                                              self.calls()))
         return found[-1]
+
+    def assert_not_called(self, procedure: str, *argument: Any, **members: Any) -> None:
+        """Asserts that no call was one that `assert_called` would find."""
+        found = [call for call in self.calls(procedure)
+                 if _matches(call.argument, argument, members)]
+        if found:
+            raise AssertionError(f"{_asked(procedure, argument, members)} was called "
+                                 f"{len(found)} times:{_listed(found)}")
 
     def answer(self, procedure: str, result: Any) -> None:
         """Prepares the result of a procedure, in the shape that the client library returns.
@@ -192,6 +202,8 @@ def _in_turn(wire: WireType, result: Any) -> List[Any]:
 
 
 def _must_fit(procedure: str, wire: WireType, value: Any) -> None:
+    if wire.kind == "nothing" and value is not None:
+        raise ValueError(f"{procedure} cannot return this: it returns nothing")
     compiler, plain = Compiler(own()), _without_empty_lists(value)
     if wire.kind == "array":  # as no argument is
         check = compiler.check(WireType("record", record=wire.record))
@@ -200,7 +212,8 @@ def _must_fit(procedure: str, wire: WireType, value: Any) -> None:
         problems = list(compiler.check(wire)(plain))
     if problems:
         raise ValueError(f"{procedure} cannot return this: "
-                         + "; ".join(str(problem) for problem in problems))
+                         + "; ".join(f"{'.'.join(problem.path) or 'result'}: {problem.reason}"
+                                     for problem in problems))
 
 
 def _without_empty_lists(value: Any) -> Any:
@@ -235,8 +248,7 @@ def _members(argument: Any) -> Dict[str, List[Any]]:
 
 def _not_called(procedure: str, argument: Any, members: Dict[str, Any], times: Optional[int],
                 calls: List[Call], found: List[Call], everything: List[Call]) -> str:
-    asked = ", ".join([*map(repr, argument), *(f"{k}={v!r}" for k, v in members.items())])
-    wanted = f"{procedure}({asked})"
+    wanted = _asked(procedure, argument, members)
     if found:
         return f"{wanted} was called {len(found)} times, not {times}:{_listed(found)}"
     if not calls:
@@ -245,6 +257,11 @@ def _not_called(procedure: str, argument: Any, members: Dict[str, Any], times: O
     lines = [f"\n  {_shown(call)}\n    {'; '.join(_differences(call.argument, members))}".rstrip()
              for call in nearest]
     return f"{wanted} was not called; the nearest of {len(calls)} calls:{''.join(lines)}"
+
+
+def _asked(procedure: str, argument: Any, members: Dict[str, Any]) -> str:
+    parts = [*map(repr, argument), *(f"{k}={v!r}" for k, v in members.items())]
+    return f"{procedure}({', '.join(parts)})"
 
 
 def _differences(argument: Any, members: Dict[str, Any]) -> List[str]:

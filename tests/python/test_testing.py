@@ -65,6 +65,19 @@ def test_a_failed_assertion_shows_the_nearest_calls(kvrpc_simulator):  # noqa: F
         kvrpc_simulator.assert_called("a_mk_dok_1", "meier", times=2)
 
 
+def test_a_call_that_must_not_have_come(kvrpc_simulator):  # noqa: F811
+    kvrpc_simulator.assert_not_called("a_mk_dok_1")
+    with Alpha() as alpha:
+        alpha.a_mk_dok_1("meier")
+    kvrpc_simulator.assert_not_called("a_mk_dok_1", "schulz")
+    kvrpc_simulator.assert_not_called("a_login_1", userid="meier")
+    with pytest.raises(AssertionError,
+                       match=r"a_mk_dok_1\(\) was called 1 times:\n  a_mk_dok_1\(\"meier\"\)"):
+        kvrpc_simulator.assert_not_called("a_mk_dok_1")
+    with pytest.raises(ValueError, match="times=0: assert_not_called"):
+        kvrpc_simulator.assert_called("a_login_1", times=0)
+
+
 def test_a_misspelt_name_is_answered_with_the_nearest(kvrpc_simulator):  # noqa: F811
     for wrong in (lambda: kvrpc_simulator.calls("a_logn_1"),
                   lambda: kvrpc_simulator.answer("a_logn_1", 1),
@@ -102,6 +115,10 @@ def test_an_answer_can_be_a_function_of_the_argument(kvrpc_simulator):  # noqa: 
 
 
 def test_an_answer_that_does_not_fit_is_refused(kvrpc_simulator):  # noqa: F811
+    with pytest.raises(ValueError, match="l_stopgateway_1 cannot return this: result: True or"):
+        kvrpc_simulator.answer("l_stopgateway_1", "yes")
+    with pytest.raises(ValueError, match="l_stopfax_1 cannot return this: it returns nothing"):
+        kvrpc_simulator.answer("l_stopfax_1", True)
     with pytest.raises(ValueError, match="a_login_1 cannot return this: logind: unknown member"):
         kvrpc_simulator.answer("a_login_1", {"logind": 1})
     with pytest.raises(ValueError, match="outside"):

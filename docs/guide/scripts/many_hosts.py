@@ -29,4 +29,4 @@ def main(hosts: List[str]) -> int:
 
 
 if __name__ == "__main__":
-    sys.exit(main(sys.argv[1:]))
+    sys.exit(main(sys.argv[1:]) if len(sys.argv) > 1 else __doc__)
