@@ -61,10 +61,6 @@ int json_decode_int(text_buffer& out, int, const void* f) { return integer<std::
 int json_decode_u_int(text_buffer& out, int, const void* f) {
   return integer<std::uint32_t>(out, f);
 }
-int json_decode_long(text_buffer& out, int, const void* f) { return integer<std::int32_t>(out, f); }
-int json_decode_u_long(text_buffer& out, int, const void* f) {
-  return integer<std::uint32_t>(out, f);
-}
 int json_decode_short(text_buffer& out, int, const void* f) {
   return integer<std::int16_t>(out, f);
 }
@@ -88,10 +84,6 @@ int json_decode_char(text_buffer&, int, const void*) {
   rpc_write_error("error:  <future feature> json_decode_char called.\n");
   return 0;
 }
-int json_decode_u_char(text_buffer& out, int raw_text, const void* field) {
-  return json_decode_char(out, raw_text, field);
-}
-
 int json_decode_string(text_buffer& out, int raw_text, const void* field) {
   return decode_text(out, raw_text, load<char*>(field));
 }
@@ -101,12 +93,6 @@ int json_decode_text_block(text_buffer& out, int raw_text, const void* block) {
 int json_decode_counted_text(text_buffer& out, int raw_text, const char* text, const char* end) {
   if (text == nullptr) return 0;
   return decode_text(out, raw_text, text, strnlen(text, static_cast<std::size_t>(end - text)));
-}
-int json_decode_fixed_text(text_buffer& out, int raw_text, const char* text, const char* end) {
-  return json_decode_counted_text(out, raw_text, text, end);
-}
-int json_decode_char_vector(text_buffer& out, int raw_text, const char* text, const char* end) {
-  return json_decode_counted_text(out, raw_text, text, end);
 }
 int json_decode_bytes(text_buffer& out, int, const void* block) {
   return decode_base64(out, load_block_pointer(block), load_block_count(block));

@@ -21,8 +21,8 @@ namespace kvrpc {
 int json_decode_void(text_buffer& out, int raw_text, const void* field);
 int json_decode_int(text_buffer& out, int raw_text, const void* field);
 int json_decode_u_int(text_buffer& out, int raw_text, const void* field);
-int json_decode_long(text_buffer& out, int raw_text, const void* field);
-int json_decode_u_long(text_buffer& out, int raw_text, const void* field);
+inline constexpr auto json_decode_long = json_decode_int;
+inline constexpr auto json_decode_u_long = json_decode_u_int;
 int json_decode_short(text_buffer& out, int raw_text, const void* field);
 int json_decode_u_short(text_buffer& out, int raw_text, const void* field);
 int json_decode_float(text_buffer& out, int raw_text, const void* field);
@@ -30,9 +30,9 @@ int json_decode_double(text_buffer& out, int raw_text, const void* field);
 int json_decode_bool(text_buffer& out, int raw_text, const void* field);
 // Compatibility: reads the low 16 bits of its 32-bit field, though json_encode_enum stores all 32.
 int json_decode_enum(text_buffer& out, int raw_text, const void* field);
-// Both fail, with a line on standard error, because no field is a single character.
+// Fails, with a line on standard error, because no field is a single character.
 int json_decode_char(text_buffer& out, int raw_text, const void* field);
-int json_decode_u_char(text_buffer& out, int raw_text, const void* field);
+inline constexpr auto json_decode_u_char = json_decode_char;
 
 // ---- texts and bytes
 
@@ -41,8 +41,8 @@ int json_decode_string(text_buffer& out, int raw_text, const void* field);
 int json_decode_text_block(text_buffer& out, int raw_text, const void* block);
 // `text` is the text itself. It ends at its NUL or, without one, at `end`.
 int json_decode_counted_text(text_buffer& out, int raw_text, const char* text, const char* end);
-int json_decode_fixed_text(text_buffer& out, int raw_text, const char* text, const char* end);
-int json_decode_char_vector(text_buffer& out, int raw_text, const char* text, const char* end);
+inline constexpr auto json_decode_fixed_text = json_decode_counted_text;
+inline constexpr auto json_decode_char_vector = json_decode_counted_text;
 int json_decode_bytes(text_buffer& out, int raw_text, const void* block);
 int json_decode_opaque(text_buffer& out, int raw_text, const void* buffer, std::uint32_t size);
 
@@ -50,9 +50,7 @@ int json_decode_opaque(text_buffer& out, int raw_text, const void* buffer, std::
 
 using json_decoder = int (*)(text_buffer& out, int raw_text, const void* field);
 
-inline bool is_char_decoder(json_decoder elem) {
-  return elem == json_decode_char || elem == json_decode_u_char;
-}
+inline bool is_char_decoder(json_decoder elem) { return elem == json_decode_char; }
 
 // Surface: for callers that hold a record.
 // Appends a vector of `count` elements. If `elem` is a char converter, appends the text at `base`

@@ -31,24 +31,25 @@ int json_encode_record(const json_node* node, int raw_text, void* base, const re
 
 // ---- scalars
 
+// Types with the same bits share a function.
+//
 // Surface: the interface has no float, double, enum, u_int or u_short.
 int json_encode_void(const json_node* node, int raw_text, void* field);
-int json_encode_int(const json_node* node, int raw_text, void* field);      // int32_t
-int json_encode_u_int(const json_node* node, int raw_text, void* field);    // uint32_t
-int json_encode_long(const json_node* node, int raw_text, void* field);     // int32_t
-int json_encode_u_long(const json_node* node, int raw_text, void* field);   // uint32_t
+int json_encode_int(const json_node* node, int raw_text, void* field);    // int32_t
+int json_encode_u_int(const json_node* node, int raw_text, void* field);  // uint32_t
+inline constexpr auto json_encode_long = json_encode_int;
+inline constexpr auto json_encode_u_long = json_encode_u_int;
 int json_encode_short(const json_node* node, int raw_text, void* field);    // int16_t
 int json_encode_u_short(const json_node* node, int raw_text, void* field);  // uint16_t
 int json_encode_float(const json_node* node, int raw_text, void* field);    // float
 int json_encode_double(const json_node* node, int raw_text, void* field);   // double
 int json_encode_bool(const json_node* node, int raw_text, void* field);     // int32_t, 0 or 1
-int json_encode_enum(const json_node* node, int raw_text, void* field);     // int32_t
+inline constexpr auto json_encode_enum = json_encode_int;
 
-// Both fail, with a line on standard error, because no field is a single character. They exist so
-// that json_encode_vector can recognise them by their addresses and fill the whole vector from a
-// text.
+// Fails, with a line on standard error, because no field is a single character. Exists so that
+// json_encode_vector can recognise it by its address and fill the whole vector from a text.
 int json_encode_char(const json_node* node, int raw_text, void* field);
-int json_encode_u_char(const json_node* node, int raw_text, void* field);
+inline constexpr auto json_encode_u_char = json_encode_char;
 
 // ---- texts and bytes. `block` is a 32-bit count and a pointer.
 //
@@ -67,9 +68,7 @@ int json_encode_opaque(const json_node* node, int raw_text, char* buffer, std::u
 
 using json_encoder = int (*)(const json_node* node, int raw_text, void* field);
 
-inline bool is_char_encoder(json_encoder elem) {
-  return elem == json_encode_char || elem == json_encode_u_char;
-}
+inline bool is_char_encoder(json_encoder elem) { return elem == json_encode_char; }
 template <class Elem>
 bool is_char_encoder(const Elem&) {
   return false;

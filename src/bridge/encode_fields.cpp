@@ -18,6 +18,13 @@ int integer(const json_node* node, void* field) {
   return 1;
 }
 
+template <class Real>
+int real(const json_node* node, void* field) {
+  if (node->type != JSON_NUMBER) return 0;
+  store(field, static_cast<Real>(node->number));
+  return 1;
+}
+
 // The text of a string node in the form that the record holds. A short text is converted into the
 // object's own buffer, because most texts are short and an allocation costs more than converting
 // them.
@@ -94,23 +101,11 @@ int json_encode_void(const json_node*, int, void*) { return 1; }
 
 int json_encode_int(const json_node* n, int, void* f) { return integer<std::int32_t>(n, f); }
 int json_encode_u_int(const json_node* n, int, void* f) { return integer<std::uint32_t>(n, f); }
-int json_encode_long(const json_node* n, int, void* f) { return integer<std::int32_t>(n, f); }
-int json_encode_u_long(const json_node* n, int, void* f) { return integer<std::uint32_t>(n, f); }
 int json_encode_short(const json_node* n, int, void* f) { return integer<std::int16_t>(n, f); }
 int json_encode_u_short(const json_node* n, int, void* f) { return integer<std::uint16_t>(n, f); }
-int json_encode_enum(const json_node* n, int, void* f) { return integer<std::int32_t>(n, f); }
 
-int json_encode_float(const json_node* node, int, void* field) {
-  if (node->type != JSON_NUMBER) return 0;
-  store(field, static_cast<float>(node->number));
-  return 1;
-}
-
-int json_encode_double(const json_node* node, int, void* field) {
-  if (node->type != JSON_NUMBER) return 0;
-  store(field, node->number);
-  return 1;
-}
+int json_encode_float(const json_node* n, int, void* f) { return real<float>(n, f); }
+int json_encode_double(const json_node* n, int, void* f) { return real<double>(n, f); }
 
 int json_encode_bool(const json_node* node, int, void* field) {
   if (node->type != JSON_TRUE && node->type != JSON_FALSE) return 0;
@@ -121,10 +116,6 @@ int json_encode_bool(const json_node* node, int, void* field) {
 int json_encode_char(const json_node*, int, void*) {
   rpc_write_error("error:  <future feature> json_encode_char called.\n");
   return 0;
-}
-
-int json_encode_u_char(const json_node* node, int raw_text, void* field) {
-  return json_encode_char(node, raw_text, field);
 }
 
 void warn_of_char_array() { rpc_write_error("jsonxdr warning: char array\n"); }

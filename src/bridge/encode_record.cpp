@@ -133,9 +133,8 @@ int json_encode(const json_node* node, int raw_text, void* field, const wire_typ
     case wire_kind::nothing:
       return json_encode_void(node, raw_text, field);
     case wire_kind::long_:
-      return json_encode_long(node, raw_text, field);
     case wire_kind::int_:
-      return json_encode_int(node, raw_text, field);
+      return json_encode_long(node, raw_text, field);
     case wire_kind::u_long_:
       return json_encode_u_long(node, raw_text, field);
     case wire_kind::short_:
@@ -143,7 +142,6 @@ int json_encode(const json_node* node, int raw_text, void* field, const wire_typ
     case wire_kind::bool_:
       return json_encode_bool(node, raw_text, field);
     case wire_kind::chars:
-      return json_encode_vector(node, raw_text, bytes, type.count, 1, json_encode_u_char);
     case wire_kind::schars:
       return json_encode_vector(node, raw_text, bytes, type.count, 1, json_encode_char);
     case wire_kind::text:

@@ -1,10 +1,14 @@
 // How the bytes of the record's ISO code are written in a JSON string. Most bytes are plain: they
-// are copied as they are, up to eight at a time. Every other byte has a form of at most 3 bytes.
+// are copied as they are, a block at a time. Every other byte has a form of at most 3 bytes.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+
+#include "base/plain_bytes.h"
+#include "bridge/uc2_code.h"
+#include "json/escapes.h"
 
 namespace kvrpc {
 
@@ -17,7 +21,21 @@ struct json_form {
 struct json_form_table {
   json_form form[256];
 };
-extern const json_form_table json_forms;
+
+constexpr json_form form_of(char byte) {
+  json_form form{};
+  const char letter = json_escape_letter(byte);
+  if (letter != '\0') return {{'\\', letter, '\0'}, 2};
+  if (static_cast<unsigned char>(byte) >= 0x20) form.size = uc2::encode_iso(byte, form.bytes);
+  return form;
+}
+
+constexpr json_form_table make_forms() {
+  json_form_table table{};
+  for (std::uint32_t byte = 0; byte < 256; ++byte) table.form[byte] = form_of(uc2::as_char(byte));
+  return table;
+}
+inline constexpr json_form_table json_forms = make_forms();
 
 // Writes the form of an ISO byte. Returns the position after it. Always touches 3 bytes, because a
 // copy of fixed size is faster.
@@ -31,6 +49,15 @@ inline char* write_form(char* place, char byte) {
 // to `end`. Returns the position after the forms. Touches at most escaped_room(end - bytes) bytes:
 // every write begins at most escaped_room() of the bytes before it.
 constexpr std::size_t escaped_room(std::size_t size) { return size * sizeof json_form::bytes; }
-char* write_escaped(char* place, const char*& bytes, const char* end);
+static_assert(escaped_room(1) == sizeof json_form::bytes, "");
+inline char* write_escaped(char* place, const char*& bytes, const char* end) {
+  while (true) {
+    const char* const plain = ascii_plain::copy(place, bytes, end);
+    place += plain - bytes;
+    bytes = plain;
+    if (bytes == end || *bytes == '\0') return place;
+    place = write_form(place, *bytes++);
+  }
+}
 
 }  // namespace kvrpc

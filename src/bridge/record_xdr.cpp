@@ -126,9 +126,8 @@ bool_t xdr_value(XDR* xdrs, char* data, const wire_type& type) {
     case wire_kind::nothing:
       return xdr_void(xdrs, data);
     case wire_kind::long_:
-      return xdr_long(xdrs, data);
     case wire_kind::int_:
-      return xdr_int(xdrs, data);
+      return xdr_long(xdrs, data);
     case wire_kind::u_long_:
       return xdr_u_long(xdrs, data);
     case wire_kind::short_:

@@ -19,32 +19,27 @@ constexpr int converted_text = 0;
 
 // An argument while its call runs. Zeroed at first, because an absent member is zero; released at
 // the end.
-class call_record {
- public:
-  explicit call_record(const wire_type& type) : value_{&type, bytes_} {
-    std::memset(bytes_, 0, std::size_t{type.size} + 1);
+struct call_record {
+  explicit call_record(const wire_type& type) : value{&type, bytes} {
+    std::memset(bytes, 0, std::size_t{type.size} + 1);
   }
-  ~call_record() { record_free(*value_.type, bytes_); }
+  ~call_record() { record_free(*value.type, bytes); }
   call_record(const call_record&) = delete;
   call_record& operator=(const call_record&) = delete;
 
-  typed_value& value() { return value_; }
-  char* data() { return bytes_; }
-
- private:
-  alignas(8) char bytes_[argument_room];
-  typed_value value_;
+  alignas(8) char bytes[argument_room];
+  typed_value value;
 };
 
 }  // namespace
 
 int run_stub(CLIENT* clnt, const procedure& target, const json_node* node, text_buffer& result) {
   call_record argument(target.argument);
-  if (!json_encode(node, converted_text, argument.data(), target.argument)) {
+  if (!json_encode(node, converted_text, argument.bytes, target.argument)) {
     return CALL_CANNOT_ENCODE;
   }
   result_text text{target.result, result, result.size()};
-  if (clnt_call(clnt, target.number, xdr_typed, &argument.value(), xdr_result, &text,
+  if (clnt_call(clnt, target.number, xdr_typed, &argument.value, xdr_result, &text,
                 call_timeout_seconds, 0) != RPC_SUCCESS) {
     return CALL_RPC_FAILED;
   }

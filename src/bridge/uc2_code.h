@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/utf8.h"
 #include "bridge/uc2.h"
 
 namespace kvrpc::uc2 {
@@ -49,15 +50,7 @@ constexpr char as_char(std::uint32_t byte) {
 constexpr int encode_utf8(std::uint32_t value, char* out) {
   if (value >= 0xD800 && value <= 0xDFFF) return -2;
   if (value == 0xFFFF || value >= 0x10FFFF) return -1;
-  if (value < 0x80) {
-    out[0] = as_char(value);
-    return 1;
-  }
-  const int size = value < 0x800 ? 2 : value < 0x10000 ? 3 : 4;
-  for (int i = size - 1; i > 0; --i, value >>= 6) out[i] = as_char(0x80 | (value & 0x3F));
-  const std::uint32_t lead[] = {0xC0, 0xE0, 0xF0};
-  out[0] = as_char(lead[size - 2] | value);
-  return size;
+  return static_cast<int>(write_utf8(out, value) - out);
 }
 
 // A byte of the record's code, and in `mod` an iso_modifier.

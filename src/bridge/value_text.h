@@ -44,22 +44,19 @@ static_assert(chars_room(2) - chars_room(1) <= reply_room::text(2) - reply_room:
 // text, but nothing at or after `end`.
 inline char* write_chars(char* place, const char* wire, std::uint32_t size, const char* end) {
   *place++ = '"';
-  for (std::uint32_t left = size; left > 0;) {
-    const bool at_once = end - wire >= 4 * std::ptrdiff_t{chars_at_once};
-    const std::uint32_t plain =
-        at_once ? copy_plain_chars(wire, place) : copy_plain_char(wire, place);
-    if (plain >= left) return nullptr;
-    place += plain;
-    wire += std::size_t{4} * plain;
-    left -= plain;
-    if (plain == (at_once ? chars_at_once : 1)) continue;
+  for (std::uint32_t left = size; left > 0; --left, wire += 4) {
+    if (end - wire >= 4 * std::ptrdiff_t{chars_at_once}) {
+      const std::uint32_t plain = copy_plain_chars(wire, place);
+      if (plain >= left) return nullptr;
+      place += plain;
+      wire += std::size_t{4} * plain;
+      left -= plain;
+    }
     if (wire[3] == '\0') {
       *place = '"';
       return place + 1;
     }
     place = write_form(place, wire[3]);
-    wire += 4;
-    --left;
   }
   return nullptr;
 }

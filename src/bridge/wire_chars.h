@@ -40,10 +40,4 @@ inline std::uint32_t copy_plain_chars(const char* wire, char* place) {
   return ascii_plain::count(chars);
 }
 
-// Reads one unit and writes its char. Returns 1 if it is plain, 0 if not.
-inline std::uint32_t copy_plain_char(const char* wire, char* place) {
-  *place = wire[3];
-  return ascii_plain::contains(*place) ? 1 : 0;
-}
-
 }  // namespace kvrpc

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "base/plain_bytes.h"
+#include "base/utf8.h"
 #include "json/escapes.h"
 #include "json/parse.h"
 
@@ -22,22 +23,6 @@ const char* string_end(const char* at, const char* end, int hex_width) {
   }
 }
 
-// Writes a unit of 16 bits as UTF-8. The halves of a surrogate pair stay two sequences.
-char* put_utf8(char* out, std::uint32_t unit) {
-  if (unit < 0x80) {
-    *out++ = static_cast<char>(unit);
-    return out;
-  }
-  if (unit < 0x800) {
-    *out++ = static_cast<char>(0xC0 | unit >> 6);
-  } else {
-    *out++ = static_cast<char>(0xE0 | unit >> 12);
-    *out++ = static_cast<char>(0x80 | (unit >> 6 & 0x3F));
-  }
-  *out++ = static_cast<char>(0x80 | (unit & 0x3F));
-  return out;
-}
-
 // Copies [at, stop) to `out`, resolving escapes. Never writes more bytes than it reads.
 char* copy_unescaped(char* out, const char* at, const char* stop) {
   while (true) {
@@ -50,7 +35,7 @@ char* copy_unescaped(char* out, const char* at, const char* stop) {
     if (plain[1] == 'u') {
       std::uint32_t unit = 0;
       json_parse_hex4(at, &unit);
-      out = put_utf8(out, unit);
+      out = write_utf8(out, unit);
       at += 4;
     } else {
       *out++ = json_unescaped(plain[1]);
