@@ -140,9 +140,9 @@ always_inline cursor result_reader::value(cursor at, const wire_type& type, Trai
                       at);
     case wire_kind::list_next:    // record() follows it
     case wire_kind::unspecified:  // not described
-      break;
+      return {nullptr, nullptr};
   }
-  return {nullptr, nullptr};
+  __builtin_unreachable();  // spares each field a test of its kind
 }
 
 // ---- values of fixed size

@@ -48,11 +48,10 @@ inline std::uint64_t eight_digits(std::uint32_t value) {
   return tens | (twos - tens * 10) << 8;
 }
 
-// Writes the digits of a number. Returns the position after them.
-inline char* write_decimal(char* place, std::uint32_t value) {
+// Writes a number that is not 0. Returns the position after it.
+inline char* write_long_number(char* place, std::uint32_t value) {
   constexpr std::uint64_t zeros = 0x3030303030303030ull;
   constexpr std::uint32_t eight = 100000000;
-  if (value < short_number_count) return write_short_number(place, value);
   std::uint64_t digits;
   int leading = 0;
   if (value < eight) {
@@ -66,9 +65,16 @@ inline char* write_decimal(char* place, std::uint32_t value) {
   return place + 8 - leading / 8;
 }
 
+// Writes the digits of a number. Returns the position after them.
+inline char* write_decimal(char* place, std::uint32_t value) {
+  return value < short_number_count ? write_short_number(place, value)
+                                    : write_long_number(place, value);
+}
+
 inline char* write_decimal(char* place, std::int32_t value) {
   const auto bits = static_cast<std::uint32_t>(value);
-  if (value >= 0) return write_decimal(place, bits);
+  if (bits < short_number_count) return write_short_number(place, bits);
+  if (value >= 0) return write_long_number(place, bits);
   *place = '-';
   return write_decimal(place + 1, 0 - bits);
 }

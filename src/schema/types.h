@@ -53,10 +53,10 @@ enum class wire_kind : std::uint8_t {
   string,
   pointer,
   list_next,
+  unspecified,  // a record that is not described: nothing converts to it
   vector,
   array,
   record,
-  unspecified,  // a record that is not described: nothing converts to it
 };
 
 // Returns the name of a kind, as `kvrpc-schema` prints it.
