@@ -43,6 +43,8 @@ def _serves(server: str) -> Callable[[type], type]:
         for procedure in own().servers[server].procedures.values():
             make = _without_argument if procedure.argument.kind == "nothing" else _with_argument
             method = make(procedure)
+            # CPython 3.9 takes the name in a TypeError from the code, and every traceback does.
+            method.__code__ = method.__code__.replace(co_name=procedure.name)
             method.__name__ = procedure.name
             method.__qualname__ = f"{cls.__name__}.{procedure.name}"
             method.__doc__ = procedure_text(own(), procedure)

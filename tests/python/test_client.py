@@ -48,7 +48,7 @@ def test_a_method_sends_its_argument_and_returns_the_result():
 def test_a_procedure_without_argument_takes_none():
     transport = Echo(OK % "null")
     assert Lambda(transport=transport).l_exit_1() is None
-    with pytest.raises(TypeError):
+    with pytest.raises(TypeError, match=r"l_exit_1\(\) takes 1 positional argument"):
         Lambda(transport=transport).l_exit_1({})
     assert [text for text, _ in transport.texts] == ['{"l_exit_1":null}']
 

@@ -69,6 +69,11 @@ def test_every_meaning_and_its_basis_is_shown(text):
         assert mark.get(note.basis, "") in shown
 
 
+def test_a_result_that_is_a_list_says_so(text):
+    shown = re.search(r"<article id=l_ps_1 .*?</article>", text, re.S).group()
+    assert re.search(r"<h3>Result</h3><p>A list\. Each entry is a <a href=#ps_entry>", shown)
+
+
 def test_an_older_form_names_the_one_to_prefer(text):
     older = re.search(r"<article id=a_sende_1 .*?</article>", text, re.S).group()
     assert "Prefer </strong><a href=#a_send_new_1>" in older

@@ -39,11 +39,15 @@ class Tables:
         """Returns the table of all that a value of this type holds, or one line without it.
 
         The fields of an inner record follow that of the record itself, if it has `most` at most.
+        A line before the table says so if the value is a list of such records.
         """
         record = self._schema.records.get(wire.record)
         if record is None:
             return tag("p", _sentence(type_text(self._schema, wire)))
-        return self._table(self._rows(record, 0, most))
+        table = self._table(self._rows(record, 0, most))
+        if wire.kind != "array" and record.link is None:
+            return table
+        return markup(tag("p", "A list. Each entry is a ", link(wire.record), ":"), table)
 
     def of_record(self, record):
         """Returns the table of a record's own fields."""
