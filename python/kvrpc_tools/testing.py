@@ -16,14 +16,16 @@ from __future__ import annotations
 
 import contextlib
 import json
+import math
 import secrets
 import socket
 from pathlib import Path
 from typing import Any, Callable, Dict, Iterator, List, Optional, Union
 
-from kvrpc_tools.check import Compiler, did_you_mean
-from kvrpc_tools.schema import WireType, own
+from kvrpc_tools.check import did_you_mean
+from kvrpc_tools.schema import own
 from kvrpc_tools.simulator import faults
+from kvrpc_tools.simulator.answers import in_turn, must_fit
 from kvrpc_tools.simulator.control import packed
 from kvrpc_tools.simulator.fixture import ELSEWHERE, VARIABLE, running
 from kvrpc_tools.simulator.simulation import Call as Call
@@ -39,6 +41,8 @@ class Clock:
 
     def advance(self, seconds: float) -> None:
         """Lets time pass at once: a job that is due within it goes from queued to sent."""
+        if not 0 <= seconds < math.inf:
+            raise ValueError(f"the clock cannot advance by {seconds} seconds")
         self._ask("advance", seconds=seconds)
 
     def now(self) -> float:
@@ -102,16 +106,16 @@ class Simulator:
         A list holds one result for each call, and its last one answers all later calls. For a
         procedure that returns a list, such as l_ps_1, that is a list of lists. A function gets the
         argument and returns the result. It runs in the simulator's process, so what it changes
-        there is not seen here. Raises ValueError for a result that does not fit.
+        there is not seen here. Raises ValueError for a result that does not fit; a function that
+        returns one, or fails, fails the test at its end.
         """
         self._known(procedure)
         if callable(result):
             self._ask("make_answer", procedure=procedure, function=packed(result))
             return
-        wire = own().procedures[procedure].result
-        values = _in_turn(wire, result)
+        values = in_turn(procedure, result)
         for value in values:
-            _must_fit(procedure, wire, value)
+            must_fit(procedure, value)
         self._ask("answer", procedure=procedure, values=values)
 
     def fault(self, text: str) -> None:
@@ -129,10 +133,18 @@ class Simulator:
         self._ask("allow_only", procedures=list(procedures))
 
     def assert_nothing_unexpected(self) -> None:
-        """Asserts that each call was allowed. The fixture does so at the end of a test."""
-        unexpected = [call for call in self.calls() if call.outcome == "unexpected"]
+        """Asserts that each call was allowed, and that an answer to it could be made.
+
+        The fixture does so at the end of a test.
+        """
+        calls = self.calls()
+        unexpected = [call for call in calls if call.outcome == "unexpected"]
         if unexpected:
             raise AssertionError("unexpected calls:" + _listed(unexpected))
+        failed = [call for call in calls if call.outcome.startswith("failed: ")]
+        if failed:
+            raise AssertionError("calls that could not be answered:" + "".join(
+                f"\n  {_shown(call)}\n    {call.outcome}" for call in failed))
 
     def save(self, file: Union[str, Path]) -> None:
         """Writes the installation's state to a file, as JSON that a person can read and change."""
@@ -142,9 +154,12 @@ class Simulator:
     def load(self, file: Union[str, Path]) -> None:
         """Replaces the parts of the state that the file names. What it leaves out stays.
 
-        Raises ValueError for a part that does not exist.
+        Raises ValueError for a part that does not exist or cannot be what the file says.
         """
-        self._ask("load", state=json.loads(Path(file).read_text(encoding="utf-8")))
+        try:
+            self._ask("load", state=json.loads(Path(file).read_text(encoding="utf-8")))
+        except ValueError as error:
+            raise ValueError(f"{file}: {error}") from error
 
     def replay(self, file: Union[str, Path]) -> None:
         """Answers later calls from a recording of `kvrpc trace --record FILE`.
@@ -191,39 +206,6 @@ def start(*arguments: str) -> Iterator[Simulator]:
             simulator.close()
 
 
-def _in_turn(wire: WireType, result: Any) -> List[Any]:
-    if not isinstance(result, list):
-        return [result]
-    if wire.kind == "array" and not (result and all(isinstance(each, list) for each in result)):
-        return [result]
-    if not result:
-        raise ValueError("an empty list answers no call")
-    return result
-
-
-def _must_fit(procedure: str, wire: WireType, value: Any) -> None:
-    if wire.kind == "nothing" and value is not None:
-        raise ValueError(f"{procedure} cannot return this: it returns nothing")
-    compiler, plain = Compiler(own()), _without_empty_lists(value)
-    if wire.kind == "array":  # as no argument is
-        check = compiler.check(WireType("record", record=wire.record))
-        problems = [problem for item in plain for problem in check(item)]
-    else:
-        problems = list(compiler.check(wire)(plain))
-    if problems:
-        raise ValueError(f"{procedure} cannot return this: "
-                         + "; ".join(f"{'.'.join(problem.path) or 'result'}: {problem.reason}"
-                                     for problem in problems))
-
-
-def _without_empty_lists(value: Any) -> Any:
-    """A chain without nodes is null in the text of a call, an empty list in a result."""
-    if isinstance(value, dict):
-        return {key: None if each == [] else _without_empty_lists(each)
-                for key, each in value.items()}
-    return [_without_empty_lists(each) for each in value] if isinstance(value, list) else value
-
-
 def _matches(argument: Any, exactly: Any, members: Dict[str, Any]) -> bool:
     if exactly and argument != exactly[0]:
         return False
@@ -250,7 +232,8 @@ def _not_called(procedure: str, argument: Any, members: Dict[str, Any], times: O
                 calls: List[Call], found: List[Call], everything: List[Call]) -> str:
     wanted = _asked(procedure, argument, members)
     if found:
-        return f"{wanted} was called {len(found)} times, not {times}:{_listed(found)}"
+        number = "once" if len(found) == 1 else f"{len(found)} times"
+        return f"{wanted} was called {number}, not {times} times:{_listed(found)}"
     if not calls:
         return f"{wanted} was not called; these calls came:{_listed(everything) or ' none'}"
     nearest = sorted(calls, key=lambda call: len(_differences(call.argument, members)))[:_NEAREST]
@@ -267,7 +250,8 @@ def _asked(procedure: str, argument: Any, members: Dict[str, Any]) -> str:
 def _differences(argument: Any, members: Dict[str, Any]) -> List[str]:
     found = _members(argument)
     return [f"{key} is {', '.join(map(repr, found[key]))}, not {value!r}" if key in found
-            else f"no {key}" for key, value in members.items() if value not in found.get(key, [])]
+            else f"no {key}{did_you_mean(key, found)}"
+            for key, value in members.items() if value not in found.get(key, [])]
 
 
 def _listed(calls: List[Call]) -> str:
@@ -275,5 +259,13 @@ def _listed(calls: List[Call]) -> str:
 
 
 def _shown(call: Call) -> str:
-    text = json.dumps(call.argument, ensure_ascii=False)
+    """Returns a call as a line. Members that are zero or empty are left out."""
+    text = json.dumps(_without_zeroes(call.argument), ensure_ascii=False)
     return f"{call.procedure}({text if len(text) <= 200 else text[:196] + ' ...'})"
+
+
+def _without_zeroes(value: Any) -> Any:
+    if isinstance(value, dict):
+        shown = {key: _without_zeroes(each) for key, each in value.items()}
+        return {key: each for key, each in shown.items() if each}
+    return [_without_zeroes(each) for each in value] if isinstance(value, list) else value

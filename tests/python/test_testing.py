@@ -59,9 +59,12 @@ def test_a_failed_assertion_shows_the_nearest_calls(kvrpc_simulator):  # noqa: F
     with pytest.raises(AssertionError) as failure:
         kvrpc_simulator.assert_called("a_send_new_1", empfnr="1", userid="meier")
     assert f"empfnr is {NUMBER!r}, not '1'" in str(failure.value)
+    assert '"seitenok"' not in str(failure.value)  # which is 0
+    with pytest.raises(AssertionError, match="no empfnrr, did you mean empfnr?"):
+        kvrpc_simulator.assert_called("a_send_new_1", empfnrr="1")
     with pytest.raises(AssertionError, match=r"was not called; these calls came:\n  a_mk_dok_1"):
         kvrpc_simulator.assert_called("a_logout_1")
-    with pytest.raises(AssertionError, match="was called 1 times, not 2"):
+    with pytest.raises(AssertionError, match="was called once, not 2 times"):
         kvrpc_simulator.assert_called("a_mk_dok_1", "meier", times=2)
 
 
@@ -112,6 +115,26 @@ def test_an_answer_can_be_a_function_of_the_argument(kvrpc_simulator):  # noqa: 
     kvrpc_simulator.answer("a_mk_dok_1", lambda user: len(json.dumps(user)) + offset)
     with Alpha() as alpha:
         assert alpha.a_mk_dok_1("meier") == 47
+
+
+def test_a_function_that_makes_no_answer_is_told(kvrpc_simulator):  # noqa: F811
+    def fails(_):
+        raise LookupError("no such user")
+
+    for function, reason in ((fails, "LookupError: no such user"),
+                             (lambda user: user, "cannot return this: result: an int is")):
+        kvrpc_simulator.reset()
+        kvrpc_simulator.answer("a_mk_dok_1", function)
+        with Alpha() as alpha, pytest.raises(RpcError):
+            alpha.a_mk_dok_1("meier")
+        with pytest.raises(AssertionError, match=f'a_mk_dok_1\\("meier"\\)\n    .*{reason}'):
+            kvrpc_simulator.assert_nothing_unexpected()
+    kvrpc_simulator.reset()
+
+
+def test_the_clock_only_advances(kvrpc_simulator):  # noqa: F811
+    with pytest.raises(ValueError, match="cannot advance by -1 seconds"):
+        kvrpc_simulator.clock.advance(-1)
 
 
 def test_an_answer_that_does_not_fit_is_refused(kvrpc_simulator):  # noqa: F811
@@ -174,8 +197,14 @@ def test_a_state_is_saved_changed_and_loaded(kvrpc_simulator, tmp_path):  # noqa
 
 def test_a_state_with_a_wrong_name_is_refused(kvrpc_simulator, tmp_path):  # noqa: F811
     file = tmp_path / "state.json"
-    for text, answer in (('{"peple": {}}', "there is no peple, but people"),
-                         ('{"people": {"usrs": []}}', "People keeps no usrs, but users")):
+    for text, answer in (('{"peple": {}}', "there is no peple, did you mean people"),
+                         ('{"people": {"usrs": []}}', "People keeps no usrs, did you mean users"),
+                         ('{', "state.json: Expecting property name"),
+                         ('[]', "a state is an object with some of people"),
+                         ('{"people": 1}', "People is an object with some of users"),
+                         ('{"people": {"users": 1}}', "users of People cannot be loaded"),
+                         ('{"people": {"last_login": "x"}}', "str in the place of int"),
+                         ('{"jobs": {"jobs": [[1, {"faxid": 1}]]}}', "does not fit together")):
         file.write_text(text, encoding="utf-8")
         with pytest.raises(ValueError, match=answer):
             kvrpc_simulator.load(file)

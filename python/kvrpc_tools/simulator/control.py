@@ -79,7 +79,7 @@ class Control:
         self._simulation.answers.prepare(request["procedure"], request["values"])
 
     def _make_answer(self, request: Request) -> None:
-        self._simulation.answers[request["procedure"]] = unpacked(request["function"])
+        self._simulation.answers.make(request["procedure"], unpacked(request["function"]))
 
     def _fault(self, request: Request) -> None:
         self._simulation.add_fault(faults.parse(request["text"]))

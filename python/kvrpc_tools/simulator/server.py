@@ -159,7 +159,8 @@ class Dispatcher:
             result = self._simulation.run(route.name, call.argument)
             encode = route.encode if fault is None else self._encoder(route, fault)
             reply = rpc.success(call.xid, encode(result))
-        except Exception:
+        except Exception as error:
+            self._simulation.note_failure(error)
             traceback.print_exc(file=sys.stderr)
             self._tell(call, "failed")
             return Answer(rpc.system_error(call.xid))

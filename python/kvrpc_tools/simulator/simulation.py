@@ -1,25 +1,22 @@
 """One installation with what a test steers: its clock, prepared answers, faults, a list of calls.
 
     Clock        the time of the installation, which a test can advance
-    Answers      results that a test has prepared, by procedure; they replace the installation's own
     Simulation   all of it; `reset` makes everything new but the ports
 """
 
 from __future__ import annotations
 
-import collections
 import time
 from dataclasses import replace
-from typing import Any, Callable, Dict, FrozenSet, Iterable, List, NamedTuple, Optional, Tuple
+from typing import Any, FrozenSet, Iterable, List, NamedTuple, Optional, Tuple
 
 from kvrpc_tools.schema import Schema
+from kvrpc_tools.simulator.answers import Answers
 from kvrpc_tools.simulator.codec import Codec, as_decoded
 from kvrpc_tools.simulator.faults import Fault, Faults, Load
 from kvrpc_tools.simulator.population import populate
 from kvrpc_tools.simulator.replay import Replay
 from kvrpc_tools.simulator.state import Installation
-
-Maker = Callable[[Any], Any]
 
 
 class Clock:
@@ -37,8 +34,8 @@ class Call(NamedTuple):
     """A call that reached the simulator.
 
     `argument` has the shape that the client library takes: dicts, lists, Base64 for bytes. `time`
-    is in seconds since 1970, by the simulator's clock. `outcome` is "answered", "unexpected", or
-    the kind of the fault that struck.
+    is in seconds since 1970, by the simulator's clock. `outcome` is "answered", "unexpected", the
+    kind of the fault that struck, or "failed" with the reason that no answer could be made.
     """
 
     server: str
@@ -47,15 +44,6 @@ class Call(NamedTuple):
     transport: str
     time: float
     outcome: str
-
-
-class Answers(Dict[str, Maker]):
-    """Prepared results: what makes the result of a procedure from the argument, by its name."""
-
-    def prepare(self, procedure: str, values: List[Any]) -> None:
-        """Prepares results. Each one answers one call, the last one all later calls."""
-        left = collections.deque(values)
-        self[procedure] = lambda argument: left.popleft() if len(left) > 1 else left[0]
 
 
 class Simulation:
@@ -116,6 +104,11 @@ class Simulation:
         """
         if self.keeps_calls:
             self._calls.append((server, procedure, argument, protocol, self.clock(), outcome))
+
+    def note_failure(self, error: Exception) -> None:
+        """Notes that the last call could not be answered."""
+        if self._calls:
+            self._calls[-1] = (*self._calls[-1][:5], f"failed: {type(error).__name__}: {error}")
 
     def calls(self) -> List[Call]:
         """Returns the calls that were noted, in their order."""

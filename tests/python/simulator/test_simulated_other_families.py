@@ -134,7 +134,7 @@ def test_each_procedure_is_called_in_these_tests(schema):
     written = set(re.findall(r"(?:[a-z]|{[a-z]+})[\w{}]*_1\b", text))
     # A name with a value in braces, such as l_stop{kind}_1, and one for both servers.
     patterns = [re.sub(r"{[a-z]+}", "[a-z]+", name) for name in written if "{" in name]
-    named |= {name for both in written if re.match("[aost]{2,}_", both) for name in procedures(both)}
+    named.update(*(procedures(name) for name in written if re.match("[aost]{2,}_", name)))
     known = re.compile("|".join(patterns))
     assert [name for name in schema.procedures
             if name not in named | written and not known.fullmatch(name)] == []

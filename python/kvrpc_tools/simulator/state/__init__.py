@@ -10,6 +10,7 @@ from __future__ import annotations
 import time
 from typing import Any, Callable, Dict, Set
 
+from kvrpc_tools.check import did_you_mean
 from kvrpc_tools.schema import Schema
 from kvrpc_tools.simulator.state import keeping
 from kvrpc_tools.simulator.state.addresses import Addresses
@@ -60,13 +61,22 @@ class Installation:
         return {name: keeping.save(family) for name, family in self._kept.items()}
 
     def load(self, state: Dict[str, Any]) -> None:
-        """Replaces what `state` names; the rest stays. Raises ValueError for a wrong name."""
+        """Replaces what `state` names; the rest stays.
+
+        Raises ValueError for a wrong name, and for what cannot be a state.
+        """
+        if not isinstance(state, dict):
+            raise ValueError(f"a state is an object with some of {', '.join(self._kept)}")
         for name, kept in state.items():
             if name not in self._kept:
-                raise ValueError(f"there is no {name}, but {', '.join(self._kept)}")
+                raise ValueError(f"there is no {name}{did_you_mean(name, self._kept)} "
+                                 f"(a state has {', '.join(self._kept)})")
             keeping.load(self._kept[name], kept)
-        for family in self._indexed:
-            family.look_again()
+        try:
+            for family in self._indexed:
+                family.look_again()
+        except (AttributeError, KeyError, TypeError, ValueError) as error:
+            raise ValueError(f"the state does not fit together: {error!r}") from error
 
     @property
     def running(self) -> Set[str]:

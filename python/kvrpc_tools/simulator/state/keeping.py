@@ -16,6 +16,7 @@ import base64
 import dataclasses
 from typing import Any, Dict, Optional, Type
 
+from kvrpc_tools.check import did_you_mean
 from kvrpc_tools.simulator.state.table import Table
 
 Kept = Dict[str, Optional[Type[Any]]]
@@ -31,19 +32,31 @@ def load(family: Any, state: Dict[str, Any]) -> None:
 
     Raises ValueError for a name that the family does not keep.
     """
+    owner = type(family).__name__
     names = {name.lstrip("_"): name for name in family.KEPT}
-    unknown = sorted(set(state) - set(names))
-    if unknown:
-        raise ValueError(f"{type(family).__name__} keeps no {unknown[0]}, but {', '.join(names)}")
+    if not isinstance(state, dict):
+        raise ValueError(f"{owner} is an object with some of {', '.join(names)}")
     for key, value in state.items():
-        current = getattr(family, names[key])
-        loaded = _loaded(value, family.KEPT[names[key]])
-        if isinstance(current, Table):
-            current.replace(loaded)
-        elif isinstance(current, dict) and isinstance(loaded, list):
-            setattr(family, names[key], {_hashable(k): v for k, v in loaded})
-        else:
-            setattr(family, names[key], loaded)
+        if key not in names:
+            raise ValueError(f"{owner} keeps no {key}{did_you_mean(key, names)} "
+                             f"(it keeps {', '.join(names)})")
+        try:
+            _load_one(family, names[key], value)
+        except (AttributeError, KeyError, TypeError, ValueError) as error:
+            raise ValueError(f"{key} of {owner} cannot be loaded: {error!r}") from error
+
+
+def _load_one(family: Any, name: str, value: Any) -> None:
+    current = getattr(family, name)
+    loaded = _loaded(value, family.KEPT[name])
+    if isinstance(current, Table):
+        current.replace(loaded)
+    elif isinstance(current, dict) and isinstance(loaded, list):
+        setattr(family, name, {_hashable(key): item for key, item in loaded})
+    elif isinstance(loaded, type(current)):
+        setattr(family, name, loaded)
+    else:
+        raise TypeError(f"{type(loaded).__name__} in the place of {type(current).__name__}")
 
 
 def _saved(value: Any) -> Any:
