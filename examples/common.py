@@ -1,4 +1,8 @@
-"""What the examples share: calls by name, and an exception for a call that brought no result."""
+"""What the examples share: calls by name, and an exception for a call that brought no result.
+
+The examples use the module alone. With the client library, as in docs/guide/scripts, a script needs
+none of this.
+"""
 
 import json
 import sys

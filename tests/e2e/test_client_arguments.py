@@ -60,7 +60,7 @@ def test_the_constructor_takes(module, frame_client, positional, keywords):
         (("{}",), {"text": 1}, "call() takes exactly 2 positional arguments (1 given)"),
     ],
 )
-def test_call_refuses(frame_client, positional, keywords, text):
+def test_call_refuses_other_arguments(frame_client, positional, keywords, text):
     with pytest.raises(TypeError) as caught:
         frame_client("lambda").call(*positional, **keywords)
     assert str(caught.value) == text

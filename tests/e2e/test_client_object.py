@@ -12,7 +12,7 @@ import pytest
 PICKLING_TEXT = "no default __reduce__ due to non-trivial __cinit__"
 
 
-def test_the_type(module):
+def test_the_class_is_a_static_type_with_this_name(module):
     client_type = module.RpcClient
     assert client_type.__bases__ == (object,)
     assert (client_type.__name__, client_type.__module__) == ("RpcClient", "kvrpc")

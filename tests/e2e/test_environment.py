@@ -37,7 +37,7 @@ def opened(peer):
 
 
 @pytest.mark.parametrize("host", ["", "no host", "no.such.host.invalid", "1.2.3.4.5"])
-def test_an_unknown_host(module, host, monkeypatch):
+def test_a_host_without_an_address_is_unknown(module, host, monkeypatch):
     monkeypatch.setenv("KORVEXRPCPORT", "7000")
     assert reason(module, "lambda", host) == UNKNOWN_HOST
 
@@ -76,7 +76,7 @@ def test_an_unknown_server_keeps_the_last_reason(module, fault_peer, monkeypatch
         assert reason(module, "lambda") == SYSTEM_ERROR + "10046\n"
 
 
-def test_no_reason_yet(run_script):
+def test_before_any_failure_the_reason_is_success(run_script):
     done = run_script("""
         import kvrpc
         try:

@@ -41,7 +41,8 @@ def reason(module, server="lambda"):
 
 @pytest.mark.parametrize(("transport", "asked_over", "protocol"), [
     (None, "udp", TCP), ("tcp", "tcp", TCP), ("udp", "udp", UDP)])
-def test_the_question(module, fault_peer, answers, monkeypatch, transport, asked_over, protocol):
+def test_one_query_with_these_numbers_goes_out(module, fault_peer, answers, monkeypatch, transport,
+                                               asked_over, protocol):
     server = fault_peer(host=HOST)
     monkeypatch.delenv("KORVEXRPCPORT")
     if transport:

@@ -71,7 +71,7 @@ def test_a_connect_to_a_host_that_does_not_answer(listener, ends_at_the_alarm):
     pytest.param("""'{"l_statfile_1":{"filename":"%s"}}' % ("x" * 12_000_000)""", 2,
                  id="send that nobody reads"),  # first the argument is converted
 ])
-def test_a_call(ends_at_the_alarm, call, seconds):
+def test_a_call_ends_at_the_alarm(ends_at_the_alarm, call, seconds):
     ends_at_the_alarm(f"""
     client = kvrpc.RpcClient("lambda")
     text = {call}
