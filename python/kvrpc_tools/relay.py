@@ -28,8 +28,8 @@ Address = Tuple[str, int]
 # Returns where a server listens. Raises OSError if that cannot be found out.
 Find = Callable[[str, str], Address]
 Tell = Callable[[Message], None]
-# Gets what goes wrong: the server, the transport, the reason.
-Complain = Callable[[str, str, str], None]
+# Gets what goes wrong: the server, the transport, the error.
+Complain = Callable[[str, str, OSError], None]
 
 _CONNECT_SECONDS = 20.0
 _LONGEST_DATAGRAM = 65536
@@ -122,7 +122,7 @@ class Relay:
         try:
             far = socket.create_connection(self._find(server.name, "tcp"), _CONNECT_SECONDS)
         except OSError as error:
-            self._complain(server.name, "tcp", str(error))
+            self._complain(server.name, "tcp", error)
             near.close()
             return
         far.settimeout(None)
@@ -151,7 +151,7 @@ class Relay:
                 exchanges.call(data)
                 far.send(data)
             except OSError as error:
-                self._complain(server.name, "udp", str(error))
+                self._complain(server.name, "udp", error)
         for far, _ in peers.values():
             far.close()
 

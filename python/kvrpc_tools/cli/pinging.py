@@ -26,6 +26,7 @@ _ACCEPTED = struct.pack(">5I", 1, 0, 0, 0, 0)
 _PORTMAPPER, _PORTMAPPER_PORT, _GETPORT = 100000, 111, 3
 _PROTOCOLS = {"tcp": 6, "udp": 17}
 _PATIENCE = 3.0
+_NOT_REGISTERED = "Program not registered"
 
 
 class _Answer(NamedTuple):
@@ -33,6 +34,7 @@ class _Answer(NamedTuple):
     place: Place
     milliseconds: Optional[float]
     error: str
+    advice: str = ""
 
 
 @click.command()
@@ -53,7 +55,8 @@ def ping(server: Optional[str], count: int, host: Optional[str], timeout: Option
     if json_wanted:
         write_json([{"server": each.server, "host": each.place.host, "port": each.place.port,
                      "transport": each.place.transport, "milliseconds": each.milliseconds,
-                     **({"error": each.error} if each.error else {})} for each in answers],
+                     **({"error": each.error} if each.error else {}),
+                     **({"advice": each.advice} if each.advice else {})} for each in answers],
                    sys.stdout)
     elif count > 1:
         _summarise(answers)
@@ -61,12 +64,19 @@ def ping(server: Optional[str], count: int, host: Optional[str], timeout: Option
 
 
 def _print(answer: _Answer) -> None:
-    place = f"{answer.server} on {answer.place.host}, port {answer.place.port or 'unknown'}, " \
-            f"{answer.place.transport}"
     if answer.milliseconds is None:
-        click.echo(f"kvrpc: {place}: {answer.error}", err=True)
+        print_failure(answer.place, answer.error, answer.advice)
     else:
-        click.echo(f"{place}: {answer.milliseconds:.2f} ms")
+        click.echo(f"{_where(answer.place)}: {answer.milliseconds:.2f} ms")
+
+
+def print_failure(place: Place, reason: str, advice: str) -> None:
+    """Prints the line of a server that was not reached; `advice` may be empty."""
+    click.echo(f"kvrpc: {_where(place)}: {'; '.join(filter(None, (reason, advice)))}", err=True)
+
+
+def _where(place: Place) -> str:
+    return f"{place.server} on {place.host}, port {place.port or 'unknown'}, {place.transport}"
 
 
 def _summarise(answers: List[_Answer]) -> None:
@@ -88,11 +98,24 @@ def _ping(name: str, host: Optional[str], timeout: float) -> _Answer:
         assert place.port is not None
         call = _null_call(_program(name))
         reply = _exchange(place.transport, (place.host, place.port), call, timeout)
-    except (OSError, struct.error) as error:
-        return _Answer(name, place, None, str(error) or type(error).__name__)
+    except OSError as error:
+        return _Answer(name, place, None, *reason_and_advice(place, error))
     if reply[4:24] != _ACCEPTED:
         return _Answer(name, place, None, "the answer is not that of this server")
     return _Answer(name, place, (time.perf_counter() - start) * 1e3, "")
+
+
+def reason_and_advice(place: Place, error: OSError) -> Tuple[str, str]:
+    """Returns why a server, or the portmapper of a place without a port, was not reached.
+
+    The second text says what to look at.
+    """
+    reason = error.strerror or str(error) or type(error).__name__
+    if isinstance(error, socket.gaierror):
+        return reason, place.advice("Unknown host")
+    if place.port is None and reason != _NOT_REGISTERED:
+        return reason, place.advice("Port mapper failure")
+    return reason, place.advice(reason)
 
 
 def with_port(place: Place, timeout: float) -> Place:
@@ -119,9 +142,9 @@ def _ask_portmapper(place: Place, program: int, timeout: float) -> int:
     call = _null_call(_PORTMAPPER, 2, _GETPORT)
     call += struct.pack(">4I", program & 0xFFFFFFFF, 1, _PROTOCOLS.get(place.transport, 0), 0)
     reply = _exchange("udp", (place.host, _PORTMAPPER_PORT), call, timeout)
-    port = int(struct.unpack(">I", reply[24:28])[0])
+    port = int.from_bytes(reply[24:28], "big")
     if port == 0:
-        raise OSError("the portmapper knows no such server")
+        raise OSError(_NOT_REGISTERED)
     return port
 
 

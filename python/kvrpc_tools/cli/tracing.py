@@ -19,7 +19,7 @@ from ..directory import locate
 from ..relay import Address, Relay, environment
 from ..schema import own
 from . import options
-from .pinging import with_port
+from .pinging import print_failure, reason_and_advice, with_port
 
 _WIDTH = 120  # characters of an argument or a result in a line
 _PATIENCE = 3.0  # seconds for an answer of a portmapper
@@ -60,8 +60,12 @@ def trace(context: click.Context, words: Tuple[str, ...], listen: bool, record: 
         assert place.port is not None
         return place.host, place.port
 
+    def complain(server: str, transport: str, error: OSError) -> None:
+        place = locate(server, host)._replace(transport=transport)
+        print_failure(place, *reason_and_advice(place, error))
+
     with _Trace(recording.Decoder(own(), show_secrets), output, record, show_secrets) as traced:
-        with _relay(find, traced) as relay:
+        with _relay(find, traced, complain) as relay:
             local = all(locate(server.name, host).host in _LOCAL for server in _servers())
             variables = environment(relay.base, local)
             return _listen(variables) if listen else _run(words, variables)
@@ -72,8 +76,8 @@ def _servers() -> Any:
 
 
 @contextlib.contextmanager
-def _relay(find: Any, traced: _Trace) -> Iterator[Relay]:
-    relay = Relay(_servers(), find, traced.take, _complain)
+def _relay(find: Any, traced: _Trace, complain: Any) -> Iterator[Relay]:
+    relay = Relay(_servers(), find, traced.take, complain)
     try:
         yield relay
     finally:
@@ -178,7 +182,3 @@ def _short(value: Any) -> str:
 
 def _print_json(told: Dict[str, Any]) -> None:
     click.echo(recording.line_of(told), err=True, nl=False)
-
-
-def _complain(server: str, transport: str, reason: str) -> None:
-    click.echo(f"kvrpc: {server} over {transport}: {reason}", err=True)

@@ -2,12 +2,14 @@
 
 import json
 import re
+import socket
 from pathlib import Path
 
 import pytest
 from peer import messages
 
 from kvrpc_tools import Omega
+from kvrpc_tools.cli import pinging
 from kvrpc_tools.pytest_plugin import kvrpc_simulator, kvrpc_simulator_process  # noqa: F401
 
 LOGIN = '{"userid":"meier","passwor":"geheim"}'
@@ -192,12 +194,24 @@ def test_with_a_peer_that_misbehaves(kvrpc, fault_peer, action, words, code, err
     ("call l_get_status",
      r"kvrpc: no connection to lambda on 127\.0\.0\.1 \(port \d+, tcp\): .*\n"),
     ("call l_get_status --json", r'{"error": "ConnectError", .*"server": "lambda", "host": .*}\n'),
-    ("ping lambda", r"kvrpc: lambda on .*refused.*\n"),
+    ("ping lambda", r"kvrpc: lambda on .*refused.*; does lambda listen there, .*\n"),
     ("export l_ps", r"kvrpc: no connection to lambda on 127\.0\.0\.1 .*\n"),
 ])
 def test_with_no_peer_at_all(kvrpc, fault_peer, words, err):
     fault_peer().stop()
     check(kvrpc(*words.split()), 3, "", err)
+
+
+def test_ping_without_a_portmapper_says_what_to_set(kvrpc, monkeypatch):
+    for name in ("KORVEXRPCPORT", "KORVEXRPCMAP"):
+        monkeypatch.delenv(name, raising=False)
+    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as free:
+        free.bind(("127.0.0.1", 0))
+        monkeypatch.setattr(pinging, "_PORTMAPPER_PORT", free.getsockname()[1])
+    done = kvrpc("ping", "nue", "--host", "127.0.0.1", "--timeout", "0.5")
+    assert (done.code, done.out) == (3, "")
+    assert re.fullmatch(r"kvrpc: nue on 127\.0\.0\.1, port unknown, tcp: .*; the portmapper of the "
+                        r"host does not answer: set KORVEXRPCPORT .*\n", done.err)
 
 
 def test_watch_tells_that_nobody_answers(kvrpc, fault_peer):

@@ -133,7 +133,8 @@ def test_a_server_that_is_not_there_is_told(fault_peer):
     fault_peer().stop()
     traced = trace(ROOT / "examples" / "status.py")
     assert traced.returncode == 1
-    assert re.search(r"kvrpc: lambda over tcp: .*refused", traced.stderr)
+    assert re.search(r"kvrpc: lambda on \S+, port \d+, tcp: .*refused.*; does lambda listen",
+                     traced.stderr)
 
 
 def test_the_exit_code_is_that_of_the_script(kvrpc):
