@@ -121,18 +121,17 @@ def page():
 TEXT = """\
 # Faults of the simulator
 
-This page is written by `tests/python/fault_table.py`; a test reaches each row of the second table.
-
-A fault is written `KIND[=VALUE][:PROCEDURE[:COUNT]]`. A test sets it with `sim.fault(...)` at any
-time, the command with `--fault` when it starts:
+The simulator can make a server go wrong in these ways. A fault is written
+`KIND[=VALUE][:PROCEDURE[:COUNT]]`. A test sets it with the fixture at any time, the command with
+`--fault` when it starts:
 
     kvrpc_simulator.fault("cut:a_send_new_1:2")      # two calls of this procedure
     kvrpc_simulator.fault("delay=0.5")               # every call, from now on
     kvrpc_simulator.fault("drop:portmapper")         # a question for a port
 
-`PROCEDURE` is a name, `portmapper`, or `*` for every procedure, which is what counts when it is
-left out. `COUNT` says how many calls the fault strikes, `*` or nothing for all of them.
-`sim.reset()` ends all faults. A misspelt kind or procedure is refused, with the nearest name.
+`PROCEDURE` is a name, `portmapper`, or `*` for every procedure, which is the default. `COUNT` says
+how many calls the fault strikes, `*` or nothing for all of them. `kvrpc_simulator.reset()` ends all
+faults. A misspelt kind or procedure is refused, with the nearest name.
 
 The client makes two attempts of each call. A fault that strikes once, such as `cut:l_ps_1:1`, is
 therefore made good by the second attempt.
@@ -156,6 +155,8 @@ Each fault strikes both attempts here. A client needs 50 seconds for a call that
 
 `re_status` 1 and the statuses 1 and 4 to 9 are the client's own: no server causes them. A byte that
 is inverted within a number, as `garble=24` does, is not noticed: the protocol has no checksums.
+
+`tests/python/fault_table.py` writes this page, and a test reaches each row of the second table.
 """
 
 if __name__ == "__main__":
