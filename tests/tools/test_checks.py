@@ -196,6 +196,16 @@ def test_an_object_without_a_source_does_not_count(build, tmp_path):
                            str(tmp_path / "src")]).returncode == 0
 
 
+def test_an_object_of_a_test_does_not_count(build, tmp_path):
+    """As those of a target that has got another name since stay in the build."""
+    write(tmp_path, "tests/t.cpp", "int helper() { return 1; }\n")
+    objects = tmp_path / "build" / "CMakeFiles" / "kvrpc_old.dir" / "tests"
+    objects.mkdir(parents=True)
+    subprocess.run(["g++", "-c", tmp_path / "tests" / "t.cpp", "-o", objects / "t.cpp.o"],
+                   check=True)
+    assert build("// Surface: why.\nint alone();\n", "int alone() { return 1; }\n") == (0, "")
+
+
 def test_a_function_in_a_table_has_a_caller(build):
     assert build("int alone();\n", "int alone() { return 1; }\nint (*table[])() = {alone};\n") == (
         0, "")
