@@ -27,6 +27,8 @@ class Place(NamedTuple):
 
     def advice(self, message: str) -> str:
         """Returns what to look at, given the module's message of a failed connection."""
+        if "Unknown host" in message and ":" in self.host:
+            return "a host is a name or an IPv4 address; KORVEXRPCPORT has the base port"
         for part, advice in _ADVICE.items():
             if part in message:
                 return advice

@@ -110,6 +110,11 @@ def test_an_exception_crosses_processes(error):
     assert (type(again), str(again), vars(again)) == (type(error), str(error), vars(error))
 
 
+def test_a_host_with_a_port_is_told_where_the_port_belongs():
+    with pytest.raises(ConnectError, match="Unknown host; a host is a name .* KORVEXRPCPORT"):
+        Lambda("127.0.0.1:7000")
+
+
 def test_no_connection_says_where_it_was_looked_for(monkeypatch):
     monkeypatch.setenv("KORVEXRPCMAP", "elsewhere:9; no.such.host.invalid : 7000")
     monkeypatch.setenv("RPCTRANSPORT", "udp")
