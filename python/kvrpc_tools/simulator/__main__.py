@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import argparse
+import contextlib
 import gc
 import math
 import signal
@@ -26,24 +27,34 @@ OBJECTS_BEFORE_COLLECTION = 50_000  # 700 is Python's own, and costs a tenth of 
 def main(arguments: Optional[List[str]] = None,
          program: str = "python -m kvrpc_tools.simulator") -> int:
     """Runs the command. Returns its exit code."""
-    options = option_parser(program).parse_args(arguments)
-    try:
-        interface = schema.load(options.schema)
-        loop = Loop()
-        base = _serve(loop, interface, options)
-    except (schema.SchemaError, ValueError, OSError) as error:
-        print(f"simulator: {error}", file=sys.stderr)
-        return 1
-    # What is there now stays, so that no collection has to look at it again.
-    gc.freeze()
-    gc.set_threshold(OBJECTS_BEFORE_COLLECTION)
+    parser = option_parser(program)
+    options = parser.parse_args(arguments)
+    if options.run == []:
+        parser.error("argument --run: a script is expected")
     # Both, because a process that a script starts with `&` inherits SIGINT as ignored.
     for number in (signal.SIGINT, signal.SIGTERM):
         signal.signal(number, signal.default_int_handler)
     try:
-        return _run_script(loop, base, options.run) if options.run else _run(loop)
-    finally:
-        loop.close()
+        return _run(options)
+    except KeyboardInterrupt:  # which is how it is meant to end
+        return 0
+
+
+def _run(options: argparse.Namespace) -> int:
+    """Serves until a signal comes, or until the script ends. Returns the exit code."""
+    with contextlib.closing(Loop()) as loop:
+        try:
+            base = _serve(loop, schema.load(options.schema), options)
+        except (schema.SchemaError, ValueError, OSError) as error:
+            print(f"simulator: {error}", file=sys.stderr)
+            return 1
+        # What is there now stays, so that no collection has to look at it again.
+        gc.freeze()
+        gc.set_threshold(OBJECTS_BEFORE_COLLECTION)
+        if options.run:
+            return _run_script(loop, base, options.run)
+        loop.run()
+    return 0
 
 
 def option_parser(program: str) -> argparse.ArgumentParser:
@@ -93,7 +104,8 @@ def _number(kind: Callable[[str], float], most: float = math.inf) -> Callable[[s
         except ValueError:
             number = -1
         if not 0 <= number <= most or number == math.inf:
-            raise argparse.ArgumentTypeError(f"{text!r} is no number from 0 to {most:g}")
+            end = "on" if most == math.inf else f"to {most:g}"
+            raise argparse.ArgumentTypeError(f"{text!r} is no number from 0 {end}")
         return number
     return read
 
@@ -132,15 +144,6 @@ def _serve_portmapper(loop: Loop, portmapper: Portmapper, port: int) -> None:
 
 def _tell(line: str) -> None:
     print(line, file=sys.stderr, flush=True)
-
-
-def _run(loop: Loop) -> int:
-    """Serves until Ctrl-C or SIGTERM, which is how it is meant to end."""
-    try:
-        loop.run()
-    except KeyboardInterrupt:
-        pass
-    return 0
 
 
 def _run_script(loop: Loop, base: int, command: List[str]) -> int:

@@ -63,6 +63,22 @@ def test_it_stops_cleanly_when_it_is_told_to(schema, number):
         assert "Traceback" not in simulator.log()
 
 
+@pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM])
+def test_it_stops_cleanly_while_it_starts(number):
+    with subprocess.Popen([sys.executable, "-u", "-m", "kvrpc_tools.simulator"], encoding="utf-8",
+                          stdout=subprocess.PIPE, stderr=subprocess.PIPE) as process:
+        assert process.stdout.readline().startswith("serving on")
+        process.send_signal(number)
+        assert "Traceback" not in process.communicate(timeout=10)[1]
+        assert process.returncode == 0
+
+
+def test_a_script_must_be_named():
+    refused = command("--run")
+    assert refused.returncode == 2
+    assert "argument --run: a script is expected" in refused.stderr
+
+
 def test_it_stops_at_sigint_when_it_was_started_with_sigint_ignored(schema):
     before = signal.signal(signal.SIGINT, signal.SIG_IGN)  # as a script's `&` and nohup start it
     try:
