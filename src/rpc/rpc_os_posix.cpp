@@ -81,6 +81,9 @@ int initialise(rpc_lock_record* lock) {
 
 // ---- the stack
 
+thread_local bool stack_is_known = false;
+thread_local rpc_stack_bounds stack;
+
 rpc_stack_bounds stack_of_this_thread() {
   pthread_attr_t attributes;
   void* low = nullptr;
@@ -189,11 +192,9 @@ void rpc_write_error(const char* text) {
 // The bounds are asked for once a thread, because the main thread's are read from a file. They are
 // asked for again before the stack is called low, because a script may have raised its limit.
 bool rpc_stack_is_low() {
-  thread_local bool asked = false;
-  thread_local rpc_stack_bounds stack;
   const auto here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
-  if (asked && !rpc_is_low_in(stack, here)) return false;
-  asked = true;
+  if (stack_is_known && !rpc_is_low_in(stack, here)) return false;
+  stack_is_known = true;
   stack = stack_of_this_thread();
   return rpc_is_low_in(stack, here);
 }
