@@ -28,6 +28,7 @@ def steps(action):
         return trace
 
     before = sys.gettrace()
+    sys._getframe().f_trace_opcodes = True  # before, because CPython 3.12 looks only then
     sys.settrace(trace)
     try:
         action()
