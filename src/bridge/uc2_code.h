@@ -1,5 +1,4 @@
-// The two tables of uc2.h and the steps of one character, for the sources of uc2 and
-// json_forms.cpp.
+// The two tables of uc2.h and the steps of one character, for the sources of uc2 and json_forms.h.
 //
 // Arguments are never null here, so no step can fail: uc2.cpp adds the null checks of the
 // interface, and uc2_text.cpp loops over these steps.

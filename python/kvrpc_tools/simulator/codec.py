@@ -31,7 +31,7 @@ from kvrpc_tools.simulator.characters import (
     filled,
     text_of,
     text_of_units,
-    )
+)
 from kvrpc_tools.simulator.runs import (
     Encode,
     Fields,
