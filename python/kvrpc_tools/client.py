@@ -49,6 +49,8 @@ class Client:
     def __init__(self, host: Optional[str] = None, *, verifier: Optional[Verifier] = None,
                  check: bool = True, timeout: Optional[float] = None,
                  transport: Optional[Transport] = None) -> None:
+        if not (host is None or isinstance(host, str)):
+            raise TypeError(f"host must be a str or None, not {type(host).__name__}")
         self.host = host
         self.timeout = timeout
         self._verifier: Verifier = verifier or Allow()

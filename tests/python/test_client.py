@@ -115,6 +115,11 @@ def test_a_host_with_a_port_is_told_where_the_port_belongs():
         Lambda("127.0.0.1:7000")
 
 
+def test_a_host_that_is_no_text_is_refused_by_its_type():
+    with pytest.raises(TypeError, match="host must be a str or None, not int"):
+        Lambda(5)
+
+
 def test_no_connection_says_where_it_was_looked_for(monkeypatch):
     monkeypatch.setenv("KORVEXRPCMAP", "elsewhere:9; no.such.host.invalid : 7000")
     monkeypatch.setenv("RPCTRANSPORT", "udp")
