@@ -68,7 +68,7 @@ PROCEDURE_OR_RECORD = _Name("procedure or record",
                             lambda: [*own().procedures, *own().records], procedure_or_record)
 
 
-class ServerName(click.Choice):
+class ServerName(click.Choice):  # type: ignore[type-arg,unused-ignore]  # generic from 8.2 on
     """A server that has procedures. Reads the interface only when it is asked."""
 
     def __init__(self) -> None:
