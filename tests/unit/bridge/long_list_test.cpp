@@ -108,7 +108,7 @@ TEST(long_list, passes_all_walkers_on_a_small_stack_at_the_same_cost_for_each_no
     double small = 1e9;
     double large = 1e9;
     failing_heap heap(-1);
-    for (int attempt = 0; attempt == 0 || (attempt < 6 && large > 1.3 * small); ++attempt) {
+    for (int attempt = 0; attempt == 0 || (attempt < 30 && large > 1.3 * small); ++attempt) {
       small = std::min(small, time_of(form, few, form.many / few));
       large = std::min(large, time_of(form, form.many, 1));
       if (quick) break;
