@@ -6,7 +6,8 @@ from servers import Started
 
 # The names that every script of `run_echo` starts with. `connect` returns a client that is closed
 # at the end, `call` the number that came back, `spawn` the id of a child that runs a function, and
-# `wait_for` a child's exit code. It aborts a child that hangs, so that faulthandler says where.
+# `wait_for` a child's exit code. It says where a child that hangs waits in the kernel, and aborts it,
+# so that faulthandler says where in the script.
 HEAD = """
     import atexit, faulthandler, os, signal, sys, threading, time
     import kvrpc
@@ -27,6 +28,16 @@ HEAD = """
         head = b'{"status":0,"message":"ok","result":"'
         return int(reply[len(head):-2]) if reply.startswith(head) else reply
 
+    def where_it_waits(process):
+        said = []
+        for name in ("wchan", "syscall", "stack"):
+            try:
+                with open("/proc/%d/%s" % (process, name)) as file:
+                    said.append(file.read().strip())
+            except OSError as error:
+                said.append(str(error))
+        return "; ".join(said)
+
     def wait_for(child, seconds=20):
         deadline = time.monotonic() + seconds
         while time.monotonic() < deadline:
@@ -34,9 +45,10 @@ HEAD = """
             if done:
                 return -os.WTERMSIG(status) if os.WIFSIGNALED(status) else os.WEXITSTATUS(status)
             time.sleep(0.005)
+        where = where_it_waits(child)
         os.kill(child, signal.SIGABRT)
         os.waitpid(child, 0)
-        return "hangs"
+        return "hangs in " + where
 
     def spawn(function):
         child = os.fork()
