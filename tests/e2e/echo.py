@@ -6,8 +6,8 @@ from servers import Started
 
 # The names that every script of `run_echo` starts with. `connect` returns a client that is closed
 # at the end, `call` the number that came back, `spawn` the id of a child that runs a function, and
-# `wait_for` a child's exit code. It says where a child that hangs waits in the kernel, and aborts it,
-# so that faulthandler says where in the script.
+# `wait_for` a child's exit code. It says where in the kernel a child that hangs waits, and aborts
+# it, so that faulthandler says where in the script.
 HEAD = """
     import atexit, faulthandler, os, signal, sys, threading, time
     import kvrpc
