@@ -115,11 +115,11 @@ else:
             self._handler = signal.getsignal(signal.SIGALRM)
             self._has_handler = True
             signal.signal(signal.SIGALRM, self._on_alarm)
-            now = time.monotonic()
-            left, self._interval = signal.setitimer(signal.ITIMER_REAL, max(self._end - now, _SOON))
+            limit = max(self._end - time.monotonic(), _SOON)
+            left, self._interval = signal.setitimer(signal.ITIMER_REAL, limit)
             self._has_timer = True
             if left or self._interval:  # 0 and an interval: Linux has the signal on its way
-                self._due = now + left
+                self._due = time.monotonic() + left  # read afterwards, or it could be too early
             if self._due < self._end:
                 signal.setitimer(signal.ITIMER_REAL, max(left, _SOON))
             self._is_changing = False
