@@ -135,7 +135,8 @@ def filled(schema):
 
 
 def cost(at, procedure):
-    """Returns the steps of the second search. The first one may make an order for the others."""
+    """Returns the steps of a second search, because the first one may make the order for all later
+    ones."""
     at.run(procedure, SEARCHES[procedure](at))
     return steps(lambda: at.run(procedure, SEARCHES[procedure](at)))
 
