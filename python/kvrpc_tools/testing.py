@@ -165,9 +165,9 @@ class Simulator:
         """Answers later calls from a recording of `kvrpc trace --record FILE`.
 
         The installation changes no more. Prepared answers and faults still count. Raises ValueError
-        if the file is no recording.
+        if the file is no recording, and OSError if there is none.
         """
-        self._ask("replay", file=str(Path(file).resolve()))
+        self._ask("replay", file=str(Path(file).resolve(strict=True)))
 
     def close(self) -> None:
         """Ends the simulator."""

@@ -72,8 +72,8 @@ def test_faults_and_prepared_answers_come_before_a_recording(
 
 def test_a_file_that_is_no_recording_is_refused(kvrpc_simulator, tmp_path):  # noqa: F811
     (tmp_path / "empty").write_text("")
-    for name in ("empty", "missing"):
-        with pytest.raises(ValueError, match=name):
+    for name, error in (("empty", ValueError), ("missing", FileNotFoundError)):
+        with pytest.raises(error, match=name):
             kvrpc_simulator.replay(tmp_path / name)
     with pytest.raises(RuntimeError, match="empty is no recording"):
         with start("--replay", str(tmp_path / "empty")):
