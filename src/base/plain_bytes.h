@@ -85,14 +85,31 @@ struct plain_set {
     return hits & each * 0x80;
   }
 #ifdef __SSE2__
-  // Returns 0xFF for each byte that is not in the set. SSE2 compares only signed bytes. So a byte
-  // above 0x7F is less than 0x20; where these are plain, the unsigned minimum is compared.
+  // Return a block with the top bit of a byte set where the byte is none of the set: because it is
+  // below 0x20 (or above 0x7F, if `ascii_only`), because it is one of the two, or for any reason.
+  // SSE2 has no signed minimum and no unsigned comparison, so each kind of set has its own way.
+  static __m128i out_of_range(__m128i block) {
+    return ascii_only ? _mm_subs_epi8(block, _mm_set1_epi8(0x20))
+                      : _mm_cmpeq_epi8(_mm_min_epu8(block, _mm_set1_epi8(0x1F)), block);
+  }
+  static __m128i one_of_two(__m128i block) {
+    return _mm_or_si128(_mm_cmpeq_epi8(block, _mm_set1_epi8(not_this)),
+                        _mm_cmpeq_epi8(block, _mm_set1_epi8(not_that)));
+  }
   static __m128i special_bytes(__m128i block) {
-    const __m128i small = ascii_only
-                              ? _mm_cmplt_epi8(block, _mm_set1_epi8(0x20))
-                              : _mm_cmpeq_epi8(_mm_min_epu8(block, _mm_set1_epi8(0x1F)), block);
-    return _mm_or_si128(small, _mm_or_si128(_mm_cmpeq_epi8(block, _mm_set1_epi8(not_this)),
-                                            _mm_cmpeq_epi8(block, _mm_set1_epi8(not_that))));
+    return _mm_or_si128(out_of_range(block), one_of_two(block));
+  }
+
+  // Returns true if a byte of four blocks is not in the set. If no byte is too large, the smallest
+  // bytes stand for all.
+  static bool any_special(__m128i a, __m128i b, __m128i c, __m128i d) {
+    const __m128i range = ascii_only
+                              ? _mm_or_si128(_mm_or_si128(out_of_range(a), out_of_range(b)),
+                                             _mm_or_si128(out_of_range(c), out_of_range(d)))
+                              : out_of_range(_mm_min_epu8(_mm_min_epu8(a, b), _mm_min_epu8(c, d)));
+    const __m128i two = _mm_or_si128(_mm_or_si128(one_of_two(a), one_of_two(b)),
+                                     _mm_or_si128(one_of_two(c), one_of_two(d)));
+    return _mm_movemask_epi8(_mm_or_si128(range, two)) != 0;
   }
 #endif
 
@@ -117,10 +134,7 @@ struct plain_set {
       visit(at - start + 16, b);
       visit(at - start + 32, c);
       visit(at - start + 48, d);
-      if (_mm_movemask_epi8(_mm_or_si128(_mm_or_si128(special_bytes(a), special_bytes(b)),
-                                         _mm_or_si128(special_bytes(c), special_bytes(d)))) != 0) {
-        break;
-      }
+      if (any_special(a, b, c, d)) break;
     }
     for (; end - at >= 16; at += 16) {
       const __m128i block = load_block(at);

@@ -64,6 +64,9 @@ class result_reader {
   bool base64(std::uint32_t size);
 
   bool literal(const char* text, std::size_t size) { return out_.append(text, size), true; }
+  bool brackets(std::uint64_t count) {
+    return out_.append(static_cast<std::size_t>(count), '}'), true;
+  }
   bool no_text() { return out_.fail(), true; }
 
   // Begins the text of `size` taken bytes. Returns the position for it, or null.
@@ -147,18 +150,15 @@ always_inline cursor result_reader::value(cursor at, const wire_type& type, Trai
 
 // ---- values of fixed size
 
-// Writes the fields from `field` up to `end`, at least one. Overwrites the comma of the record's
-// first label with the bracket.
+// Writes the fields from `field` up to `end`, at least one.
 cursor result_reader::fixed_fields(cursor at, const record_type& record, const record_field* field,
                                    const record_field* end, const trail* outer) {
-  std::memcpy(at.place, field->reply.label, reply_room::label);
-  if (field == record.fields) *at.place = '{';
-  for (;;) {
+  do {
+    std::memcpy(at.place, field->reply.label, reply_room::label);
     at.place += field->reply.label_size;
     at = value(at, field->type, [&] { return trail{&record, field, nullptr, 0, outer}; });
-    if (++field == end || at.place == nullptr) return at;
-    std::memcpy(at.place, field->reply.label, reply_room::label);
-  }
+  } while (++field != end && at.place != nullptr);
+  return at;
 }
 
 cursor result_reader::structure(cursor at, const record_type& record, trail after) {
@@ -211,7 +211,6 @@ always_inline bool result_reader::run(const record_type& record, const record_fi
     *at.place++ = '}';
   } else {
     std::memcpy(at.place, last->reply.label, reply_room::label);
-    if (last == record.fields) *at.place = '{';
     at.place += last->reply.label_size;
   }
   return end(at);
@@ -249,8 +248,10 @@ bool result_reader::record(const record_type& record, const trail& after) {
     ++open_nodes;
   } while (xdr_load_unit(taken_end_ - 4) != 0);
   literal("null", 4);
+  const record_field* const behind_link = record.fields + record.next_field + 1;
+  if (behind_link == record.fields + record.field_count) return brackets(open_nodes);
   for (; open_nodes > 0; --open_nodes) {
-    const record_field* field = record.fields + record.next_field + 1;
+    const record_field* field = behind_link;
     if (!fields(record, field, open_nodes == 1 ? after : trail{})) return false;
   }
   return true;
@@ -260,8 +261,7 @@ bool result_reader::arm(const record_type& record, std::uint32_t discriminant, c
   const auto selected = static_cast<std::int32_t>(discriminant);
   const record_field* const arm = arm_of(record, selected);
   if (arm == nullptr) return false;
-  out_.append('{');
-  out_.append(record.selector->reply.label + 1, record.selector->reply.label_size - 1u);
+  out_.append(record.selector->reply.label, record.selector->reply.label_size);
   json_write_integer(out_, selected);
   out_.append(arm->reply.label, arm->reply.label_size);
   return open(arm->type, {&record, arm, nullptr, 0, &after}) && literal("}", 1);

@@ -59,6 +59,13 @@ class text_buffer {
     return true;
   }
   bool append(char byte) { return append(&byte, 1); }
+  bool append(std::size_t count, char byte) {
+    char* place = reserve(count);
+    if (place == nullptr) return false;
+    std::memset(place, byte, count);
+    commit(count);
+    return true;
+  }
 
   std::size_t size() const { return static_cast<std::size_t>(end_ - begin_); }
   const char* data() const { return begin_; }

@@ -38,14 +38,15 @@ struct reply_plan {
   std::uint16_t label_size = 0;
   std::uint32_t run_wire = 0;  // wire bytes from this field up to it, its opening unit included
   std::uint32_t run_room = 0;  // most bytes of text from this field up to it, its label included
-  char label[reply_room::label + 1] = {};  // `,"key":` and a NUL
+  char label[reply_room::label + 1] = {};  // `,"key":`, or `{"key":` of the first field, and a NUL
 };
 
-// Returns a plan with the label of a key, for example `,"anz":` for "anz", and nothing else.
-constexpr reply_plan labelled_plan(const char* key) {
+// Returns a plan with nothing but the label of a key, for example `,"anz":`. `before` is the comma,
+// or the bracket that opens the object.
+constexpr reply_plan labelled_plan(char before, const char* key) {
   reply_plan plan;
   std::uint16_t n = 0;
-  plan.label[n++] = ',';
+  plan.label[n++] = before;
   plan.label[n++] = '"';
   for (; *key != '\0'; ++key) {
     if (n + 2 == reply_room::label) bad_table("the key is too long");

@@ -242,7 +242,7 @@ struct structure : record_type {
  private:
   constexpr void add(std::size_t i, const record_field& row) {
     table[i] = row;
-    table[i].reply = labelled_plan(row.key);
+    table[i].reply = labelled_plan(i == 0 ? '{' : ',', row.key);
     table[i].offset = align_up(size, row.type.align);
     size = table[i].offset + row.type.size;
     if (row.type.align > align) align = row.type.align;
@@ -292,14 +292,14 @@ struct choice : record_type {
       table[i].type = rows[i].type;
       table[i].value = rows[i].value;
       table[i].offset = 4;
-      table[i].reply = labelled_plan(rows[i].key);
+      table[i].reply = labelled_plan(',', rows[i].key);
       if (4 + rows[i].type.size > size) size = 4 + rows[i].type.size;
     }
     size = align_up(size, 4);
     fields = table;
     discriminant_field.key = key;
     discriminant_field.type = wire::int_;
-    discriminant_field.reply = labelled_plan(key);
+    discriminant_field.reply = labelled_plan('{', key);
     selector = &discriminant_field;
   }
   choice(const choice&) = delete;

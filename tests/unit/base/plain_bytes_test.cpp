@@ -73,6 +73,18 @@ TYPED_TEST(plain_bytes, end_at_each_position_of_a_long_text) {
   }
 }
 
+TYPED_TEST(plain_bytes, end_at_each_byte_of_a_long_text) {
+  for (const char filler : {'~', '\xF0'}) {
+    for (const std::size_t position : {0u, 15u, 16u, 40u, 63u, 64u, 100u}) {
+      for (int byte = 0; byte < 256; ++byte) {
+        std::string text(130, filler);
+        text[position] = static_cast<char>(byte);
+        this->compare(text);
+      }
+    }
+  }
+}
+
 TYPED_TEST(plain_bytes, end_at_the_first_of_two_bytes) {
   for (int first = 0; first < 256; ++first) {
     for (int second = 0; second < 256; ++second) {

@@ -48,6 +48,14 @@ TEST(text_buffer, leaves_room_for_the_nul_at_every_length) {
   }
 }
 
+TEST(text_buffer, appends_a_byte_many_times) {
+  text_buffer out;
+  EXPECT_TRUE(out.append("ab", 2));
+  EXPECT_TRUE(out.append(std::size_t{3000}, '}'));
+  EXPECT_TRUE(out.append(std::size_t{0}, 'x'));
+  EXPECT_EQ(released(out), "ab" + repeated("}", 3000));
+}
+
 TEST(text_buffer, grows_geometrically) {
   const failing_heap heap(-1);
   {

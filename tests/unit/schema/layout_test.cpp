@@ -141,9 +141,10 @@ TEST(labels, are_the_key_as_json_writes_it) {
   std::size_t longest = 0;
   for (const record_type* record : reachable_records()) {
     for (const record_field* field : fields_of(*record)) {
-      const std::string expected = ",\"" + std::string(field->key) + "\":";
+      const bool opens = field == record->fields && !record->is_union;
+      const std::string expected = (opens ? "{\"" : ",\"") + std::string(field->key) + "\":";
       EXPECT_EQ(std::string(field->reply.label, field->reply.label_size), expected) << record->name;
-      EXPECT_EQ(expected.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789_,\":"),
+      EXPECT_EQ(expected.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789_{,\":"),
                 std::string::npos)
           << expected;
       longest = std::max(longest, expected.size());
@@ -151,7 +152,7 @@ TEST(labels, are_the_key_as_json_writes_it) {
     if (record->is_union) {
       const reply_plan& reply = record->selector->reply;
       EXPECT_EQ(std::string(reply.label, reply.label_size),
-                ",\"" + std::string(record->selector->key) + "\":");
+                "{\"" + std::string(record->selector->key) + "\":");
     }
   }
   EXPECT_EQ(longest, 28u);
