@@ -2,8 +2,9 @@
 
     from kvrpc_tools import Alpha
 
-All public names can be imported from here. Each is loaded when it is first used, so that importing
-this package costs next to nothing.
+Clients, exceptions and the names that go with them can be imported from here. Each is loaded when
+it is first used, so that importing this package costs next to nothing. `fleet`, `testing`,
+`arguments` and `results` are modules of their own.
 """
 
 from __future__ import annotations

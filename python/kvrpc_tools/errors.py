@@ -6,8 +6,11 @@
         ResultError        2: the server's result does not convert
         RpcError           3: the remote call failed, twice
         UnknownProcedure   4: the server has no procedure of this name; nothing was sent
-        Refused            9: the verifier refused the call; nothing was sent
+        Refused            9: the verifier refused the call
       ConnectError         there is no connection to the server
+
+The module makes two attempts of a call. If the first one is lost, the second one may still end with
+Refused or ConnectError, although the server may have run the procedure.
 
 All of them can be pickled, so they cross from one process to another. None holds a value of the
 argument.
@@ -19,12 +22,15 @@ import errno
 import os
 from typing import Any, Dict, NamedTuple, Optional, Tuple, Type
 
-# Winsock's numbers: the module reports the number of the platform that it runs on.
+# The module reports the numbers of Windows sockets on every platform. A name is that of POSIX with
+# "WSA" before it.
 WINSOCK_NAMES = {
-    10004: "WSAEINTR", 10013: "WSAEACCES", 10048: "WSAEADDRINUSE", 10049: "WSAEADDRNOTAVAIL",
-    10050: "WSAENETDOWN", 10051: "WSAENETUNREACH", 10052: "WSAENETRESET",
-    10053: "WSAECONNABORTED", 10054: "WSAECONNRESET", 10055: "WSAENOBUFS",
-    10057: "WSAENOTCONN", 10058: "WSAESHUTDOWN", 10060: "WSAETIMEDOUT",
+    10004: "WSAEINTR", 10013: "WSAEACCES", 10014: "WSAEFAULT", 10022: "WSAEINVAL",
+    10024: "WSAEMFILE", 10035: "WSAEWOULDBLOCK", 10036: "WSAEINPROGRESS", 10037: "WSAEALREADY",
+    10038: "WSAENOTSOCK", 10039: "WSAEDESTADDRREQ", 10040: "WSAEMSGSIZE", 10048: "WSAEADDRINUSE",
+    10049: "WSAEADDRNOTAVAIL", 10050: "WSAENETDOWN", 10051: "WSAENETUNREACH",
+    10052: "WSAENETRESET", 10053: "WSAECONNABORTED", 10054: "WSAECONNRESET", 10055: "WSAENOBUFS",
+    10056: "WSAEISCONN", 10057: "WSAENOTCONN", 10058: "WSAESHUTDOWN", 10060: "WSAETIMEDOUT",
     10061: "WSAECONNREFUSED", 10064: "WSAEHOSTDOWN", 10065: "WSAEHOSTUNREACH",
 }
 
@@ -32,8 +38,14 @@ TOLD = 10  # problems in the message of an ArgumentError; all are in its attribu
 
 
 def system_error_name(number: int) -> str:
-    """Returns the name of a system error number. For example, 104 gives "ECONNRESET" on Linux."""
+    """Returns the name of a system error number. For example, 10054 gives "WSAECONNRESET"."""
     return WINSOCK_NAMES.get(number) or errno.errorcode.get(number, "")
+
+
+def _system_error_text(number: int) -> str:
+    """Returns the system's text for an error number. POSIX has other numbers than Windows."""
+    name = system_error_name(number).removeprefix("WSA")
+    return os.strerror(getattr(errno, name, number))
 
 
 class Problem(NamedTuple):
@@ -114,7 +126,7 @@ class RpcError(CallError):
         text = f"{super().__str__()} (re_status {self.re_status})"
         if self.re_errno is None:
             return text
-        return f"{text}: {self.errno_name or self.re_errno}, {os.strerror(self.re_errno)}"
+        return f"{text}: {self.errno_name or self.re_errno}, {_system_error_text(self.re_errno)}"
 
 
 class UnknownProcedure(CallError):
@@ -122,7 +134,10 @@ class UnknownProcedure(CallError):
 
 
 class Refused(CallError):
-    """The verifier refused the call. Nothing was sent."""
+    """The verifier refused the call. Nothing was sent, unless it had allowed a first attempt.
+
+    If that attempt failed, the verifier was asked again, and the server may have run the procedure.
+    """
 
 
 class ConnectError(KvrpcError, ConnectionError):
@@ -131,6 +146,9 @@ class ConnectError(KvrpcError, ConnectionError):
     `message` is the module's text. `server`, `host` and `transport` say where it was looked for,
     `port` is the port that the environment gives, None if the portmapper was asked, and `advice`
     says what to look at.
+
+    A call raises it if it cannot connect anew. That may be after its first attempt, so the server
+    may have run the procedure.
     """
 
     def __init__(self, message: str, server: str, host: str, port: Optional[int], transport: str,

@@ -1,6 +1,8 @@
 """The clients over a transport that keeps each call and answers as the test has set."""
 
+import errno
 import json
+import os
 import pickle
 
 import pytest
@@ -16,6 +18,7 @@ from kvrpc_tools import (
     RpcError,
     UnknownProcedure,
 )
+from kvrpc_tools.errors import WINSOCK_NAMES
 from kvrpc_tools.schema import own
 
 OK = '{"status":0,"message":"ok","result":%s}'
@@ -98,6 +101,14 @@ def test_a_failed_call_has_the_name_of_the_system_error():
     assert (caught.value.re_status, caught.value.re_errno) == (4, 104)
     assert caught.value.errno_name == "ECONNRESET"
     assert "ECONNRESET" in str(caught.value)
+
+
+def test_a_number_of_windows_sockets_has_a_name_and_a_text():
+    error = RpcError("p", 3, "m", {"re_status": 4, "re_errno": 10054})
+    assert error.errno_name == "WSAECONNRESET"
+    assert str(error).endswith(f": WSAECONNRESET, {os.strerror(errno.ECONNRESET)}")
+    for name in WINSOCK_NAMES.values():
+        assert hasattr(errno, name.removeprefix("WSA")), name
 
 
 @pytest.mark.parametrize("error", [
