@@ -80,10 +80,13 @@ def main(number: str, file: str) -> int:
                 print(f"{file} is through to {number}")
             finally:
                 alpha.a_logout_1({"userid": USER, "loginid": login})
+    except (NotSent, ValueError) as error:  # a ValueError is a character that cannot be sent
+        print(error, file=sys.stderr)
+        return 1
     except (KvrpcError, TimeoutError) as error:
         print(error, file=sys.stderr)
         return 2
-    except (NotSent, OSError) as error:  # an OSError is one of the file
+    except OSError as error:  # that of the file
         print(error, file=sys.stderr)
         return 1
     return 0
