@@ -19,7 +19,8 @@ FAILED, USAGE, NO_ANSWER, BY_STATUS, CTRL_C, CLOSED_PIPE = 1, 2, 3, 64, 130, 141
 
 EXIT_CODES = {
     "0": "All is well.",
-    str(FAILED): "The output cannot be written, or a list in blocks does not come to an end.",
+    str(FAILED): "The output cannot be written, a list in blocks does not come to an end, or the "
+                 "simulator cannot start.",
     str(USAGE): "The words or the argument are wrong; nothing was sent.",
     str(NO_ANSWER): "There is no connection, or no answer in time.",
     f"{BY_STATUS} + N": "The reply has status N.",
@@ -56,6 +57,13 @@ class _Commands(click.Group):
         found: click.Command = getattr(import_module(f".{module}", __package__), name)
         return found
 
+    def format_commands(self, ctx: click.Context, formatter: click.HelpFormatter) -> None:
+        """Writes the commands with their meaning. Wraps a line that click would cut."""
+        commands = ((name, self.get_command(ctx, name)) for name in self.list_commands(ctx))
+        with formatter.section("Commands"):
+            formatter.write_dl([(name, command.get_short_help_str(_LONGEST_LINE))
+                                for name, command in commands if command is not None])
+
     def resolve_command(self, ctx: click.Context, args: List[str]
                         ) -> Tuple[Optional[str], Optional[click.Command], List[str]]:
         """Returns the command that the first word names. Fails with the nearest one."""
@@ -65,6 +73,7 @@ class _Commands(click.Group):
         return super().resolve_command(ctx, args)
 
 
+_LONGEST_LINE = 1000  # characters of the meaning of a command
 _SETTINGS = {"help_option_names": ["-h", "--help"], "max_content_width": 100}
 
 
@@ -74,8 +83,9 @@ _SETTINGS = {"help_option_names": ["-h", "--help"], "max_content_width": 100}
 def kvrpc(context: click.Context) -> None:
     """Talk to the servers of a fax server.
 
-    Options may be anywhere. The exit code is 2 for wrong words or a wrong argument, 3 for no
-    connection or no answer in time, 64 + N for a reply with status N.
+    Options may be anywhere, but those of trace and simulate must come before a script. The exit
+    code is 2 for wrong words or a wrong argument, 3 for no connection or no answer in time, 64 + N
+    for a reply with status N.
     """
     if os.environ.get("NO_COLOR"):
         context.color = False

@@ -36,7 +36,7 @@ class _Attempts:
 @click.argument("argument", required=False, metavar="[JSON|@FILE|-]")
 @click.option("-s", "--set", "members", multiple=True, metavar="PATH=VALUE",
               help="Set one member of the argument, for example -s s_record.empfnr=040.")
-@options.connection
+@options.connection()
 @click.option("--raw", is_flag=True, help="Print the module's reply text as it is.")
 @click.option("--no-check", is_flag=True, help="Leave the check of the argument to the module.")
 @click.option("--dry-run", is_flag=True,

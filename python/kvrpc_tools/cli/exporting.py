@@ -36,7 +36,7 @@ _encode = json.JSONEncoder(ensure_ascii=False, separators=(",", ":")).encode
               metavar="FILE", help="The file to write; else the standard output.")
 @click.option("--step", type=click.IntRange(min=1), metavar="N",
               help="Entries or bytes in a block, where a list is read in blocks.")
-@options.connection
+@options.connection()
 @options.as_json
 def export(procedure: Procedure, argument: Optional[str], members: Tuple[str, ...], kind: str,
            output: TextIO, step: Optional[int], host: Optional[str], timeout: Optional[float],

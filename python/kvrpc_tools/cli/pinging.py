@@ -41,15 +41,15 @@ class _Answer(NamedTuple):
 @click.argument("server", type=ServerName(), required=False)
 @click.option("--count", type=click.IntRange(1, 1000), default=1, show_default=True,
               metavar="N", help="So many times.")
-@options.connection
+@options.connection(_PATIENCE)
 @options.as_json
-def ping(server: Optional[str], count: int, host: Optional[str], timeout: Optional[float],
+def ping(server: Optional[str], count: int, host: Optional[str], timeout: float,
          json_wanted: bool) -> int:
     """Ask a server, or each of them, whether it is there. Exit code 3 if one is not."""
     answers: List[_Answer] = []
     for name in [server] if server else servers():
         for _ in range(count):
-            answers.append(_ping(name, host, timeout or _PATIENCE))
+            answers.append(_ping(name, host, timeout))
             if not json_wanted:
                 _print(answers[-1])
     if json_wanted:
@@ -139,9 +139,11 @@ def _null_call(program: int, version: int = 1, procedure: int = 0) -> bytes:
 
 
 def _ask_portmapper(place: Place, program: int, timeout: float) -> int:
+    """Returns the port of a program. Like the module, asks over TCP only if RPCTRANSPORT is tcp."""
+    is_tcp = os.environ.get("RPCTRANSPORT", "").lower() == "tcp"
     call = _null_call(_PORTMAPPER, 2, _GETPORT)
     call += struct.pack(">4I", program & 0xFFFFFFFF, 1, _PROTOCOLS.get(place.transport, 0), 0)
-    reply = _exchange("udp", (place.host, _PORTMAPPER_PORT), call, timeout)
+    reply = _exchange("tcp" if is_tcp else "udp", (place.host, _PORTMAPPER_PORT), call, timeout)
     port = int.from_bytes(reply[24:28], "big")
     if port == 0:
         raise OSError(_NOT_REGISTERED)
@@ -149,7 +151,7 @@ def _ask_portmapper(place: Place, program: int, timeout: float) -> int:
 
 
 def _exchange(transport: str, address: Tuple[str, int], message: bytes, timeout: float) -> bytes:
-    """Returns the answer to a message; both are short."""
+    """Returns the answer to a message; both are short, and the answer comes in one piece."""
     if transport == "udp":
         with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as sock:
             sock.settimeout(timeout)

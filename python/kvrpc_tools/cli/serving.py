@@ -8,18 +8,22 @@ import webbrowser
 from typing import Iterator, Optional
 
 import click
+from click.core import ParameterSource
 
 from . import options
+
+_PATIENCE = 30.0  # seconds for each call
 
 
 @click.command()
 @click.option("--simulator", is_flag=True, help="Call a simulator that is started for it.")
-@options.connection
+@options.connection(_PATIENCE)
 @click.option("--listen", type=click.IntRange(0, 65535), default=0, metavar="PORT",
               help="The console's port on loopback; a free one when it is left out.")
 @click.option("--no-browser", is_flag=True, help="Only print the address.")
-def console(simulator: bool, host: Optional[str], timeout: Optional[float], listen: int,
-            no_browser: bool) -> None:
+@click.pass_context
+def console(context: click.Context, simulator: bool, host: Optional[str], timeout: float,
+            listen: int, no_browser: bool) -> None:
     """Serve the reference with a form on every procedure.
 
     Only this machine can reach it. The address that is printed has a token. Without it, nobody on
@@ -28,10 +32,11 @@ def console(simulator: bool, host: Optional[str], timeout: Optional[float], list
     from ..console.calls import Calls
     from ..console.server import Console
 
-    if simulator and host is not None:
-        raise click.UsageError("--simulator and --host exclude each other")
+    for name in ("host", "port"):
+        if simulator and context.get_parameter_source(name) is ParameterSource.COMMANDLINE:
+            raise click.UsageError(f"--simulator and --{name} exclude each other")
     with _target(simulator, host) as target:
-        calls = Calls(host, timeout or 30.0)
+        calls = Calls(host, timeout)
         try:
             server = Console(calls, target, listen)
         except OSError as error:

@@ -7,7 +7,7 @@ from typing import Tuple
 import click
 
 
-@click.command(add_help_option=False,
+@click.command(add_help_option=False, options_metavar="",
                context_settings={"ignore_unknown_options": True, "allow_interspersed_args": False})
 @click.argument("words", nargs=-1, type=click.UNPROCESSED, metavar="[OPTIONS]")
 def simulate(words: Tuple[str, ...]) -> int:

@@ -36,11 +36,11 @@ _GOODBYE = 5.0  # seconds that a script has after Ctrl-C
 @click.option("--quiet", is_flag=True, help="Print no calls.")
 @click.option("--show-secrets", is_flag=True,
               help="Do not mask passwords, in the recording either.")
-@options.connection
+@options.connection(_PATIENCE, "Give up on a portmapper after so many seconds.")
 @options.as_json
 @click.pass_context
 def trace(context: click.Context, words: Tuple[str, ...], listen: bool, record: Optional[str],
-          quiet: bool, show_secrets: bool, host: Optional[str], timeout: Optional[float],
+          quiet: bool, show_secrets: bool, host: Optional[str], timeout: float,
           json_wanted: bool) -> int:
     """Run a Python script and print each of its calls.
 
@@ -56,7 +56,7 @@ def trace(context: click.Context, words: Tuple[str, ...], listen: bool, record: 
     output = None if quiet else (_print_json if json_wanted else _Lines(context.color).print)
 
     def find(server: str, transport: str) -> Address:
-        place = with_port(locate(server, host)._replace(transport=transport), timeout or _PATIENCE)
+        place = with_port(locate(server, host)._replace(transport=transport), timeout)
         assert place.port is not None
         return place.host, place.port
 

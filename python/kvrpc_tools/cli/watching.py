@@ -50,10 +50,10 @@ class Look(NamedTuple):
               metavar="SECONDS", help="Look so often.")
 @click.option("--count", type=click.IntRange(min=1), metavar="N",
               help="End after so many looks; else Ctrl-C ends it.")
-@options.connection
+@options.connection(_PATIENCE, "Give up a call after so many seconds.")
 @options.as_json
 def watch(server: str, interval: float, count: Optional[int], host: Optional[str],
-          timeout: Optional[float], json_wanted: bool) -> int:
+          timeout: float, json_wanted: bool) -> int:
     """Watch an installation: states, processes and last log records.
 
     A server that does not answer is asked again. The exit code is 3 if it does not answer the last
@@ -61,7 +61,7 @@ def watch(server: str, interval: float, count: Optional[int], host: Optional[str
     """
     place = locate(server, host)
     title = f"{server} on {place.host}, port {place.port or 'unknown'}, {place.transport}"
-    looks = _looks(host, timeout or _PATIENCE)
+    looks = _looks(host, timeout)
     with _display(title, json_wanted) as show:
         for number in itertools.count(1):
             look = next(looks)

@@ -82,10 +82,11 @@ def option_parser(program: str) -> argparse.ArgumentParser:
     parser.add_argument("--replay", metavar="FILE",
                         help="answer from a recording of `kvrpc trace --record FILE`")
     parser.add_argument("--log", action="store_true",
-                        help="tell of each call on standard error")
+                        help="print each call on standard error")
     parser.add_argument("--control", metavar="TOKEN", help=argparse.SUPPRESS)
     parser.add_argument("--run", nargs=argparse.REMAINDER, metavar="SCRIPT",
-                        help="run a Python script against the servers, then stop with its code")
+                        help="run a Python script against the servers, then stop with its exit "
+                             "code; what follows SCRIPT is for the script")
     return parser
 
 

@@ -9,6 +9,7 @@ from __future__ import annotations
 
 import math
 import random
+import textwrap
 from dataclasses import dataclass
 from typing import Dict, Iterable, List, NamedTuple, Optional
 
@@ -17,6 +18,7 @@ from kvrpc_tools.schema import own
 
 EVERY = "*"
 PORTMAPPER = "portmapper"  # in the place of a procedure: the questions for a port
+_WIDTH = 78  # characters of a line of the help
 
 
 class Kind(NamedTuple):
@@ -137,8 +139,11 @@ def _procedure(kind: str, name: str) -> str:
 
 def described() -> str:
     """Returns the kinds as a text of lines, for the help of the command."""
-    lines = [f"  {form(name):20} {kind.meaning}" for name, kind in KINDS.items()]
-    return (__doc__ or "").rpartition("`KINDS`")[0] + "The kinds:\n\n" + "\n".join(lines) + "\n"
+    introduction = (__doc__ or "").rpartition("`KINDS`")[0] + "The kinds:"
+    lines = [textwrap.fill(each, _WIDTH) for each in introduction.split("\n\n")]
+    kinds = [textwrap.fill(f"  {form(name):24} {kind.meaning}", _WIDTH, subsequent_indent=" " * 27)
+             for name, kind in KINDS.items()]
+    return "\n\n".join([*lines, "\n".join(kinds)]) + "\n"
 
 
 def form(name: str) -> str:

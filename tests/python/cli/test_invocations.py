@@ -59,6 +59,7 @@ ALONE = [
     line("describe logn_arg", 2, err=r"kvrpc: .*'logn_arg', did you mean .*\?\n"),
     line("describe", 2, err=r"kvrpc: Missing argument 'NAME'\.\n"),
     line("console --simulator --host x", 2, err=r"kvrpc: --simulator and --host exclude .*\n"),
+    line("console --simulator --port 8642", 2, err=r"kvrpc: --simulator and --port exclude .*\n"),
     line("docs --path", 0, r".*kvrpc_tools[/\\]reference\.html\n"),
     line("docs a_logn_1", 2, err=r"kvrpc: .*no procedure or record 'a_logn_1', did you mean .*\n"),
     line("call", 2, err=r"kvrpc: Missing argument 'PROCEDURE'\.\n"),
@@ -221,9 +222,34 @@ def test_watch_tells_that_nobody_answers(kvrpc, fault_peer):
     assert re.fullmatch(r"\S+ no answer: no connection to lambda on 127\.0\.0\.1 .*\n", done.out)
 
 
-def test_no_line_of_the_help_is_cut(kvrpc, monkeypatch):
-    monkeypatch.setenv("COLUMNS", "80")
-    assert "..." not in kvrpc("--help").out.partition("Commands:")[2]
+@pytest.mark.parametrize("columns", ["40", "60", "80"])
+def test_no_line_of_the_help_is_cut(kvrpc, monkeypatch, columns):
+    monkeypatch.setenv("COLUMNS", columns)
+    commands = kvrpc("--help").out.partition("Commands:")[2]
+    assert "..." not in commands
+    assert "Serve the reference with a form on every procedure" in " ".join(commands.split())
+
+
+@pytest.mark.parametrize("words, default", [
+    ("ping", r"so many seconds\. \[default: 3\.0; x>0\]"), ("watch", r"\[default: 5\.0; x>0\]"),
+    ("trace", r"on a portmapper after so many seconds\. \[default: 3\.0; x>0\]"),
+    ("console", r"\[default: 30\.0; x>0\]"), ("call", "else after 25 without a byte"),
+    ("export", "else after 25 without a byte")])
+def test_the_help_says_how_long_a_command_waits(kvrpc, words, default):
+    told = " ".join(kvrpc(words, "--help").out.partition("--timeout")[2].split())
+    assert re.search(default, told.partition("--listen")[0]), told
+
+
+@pytest.mark.parametrize("transport", ["tcp", "udp"])
+def test_ping_asks_the_portmapper_over_the_transport_that_a_script_would_use(
+        kvrpc, monkeypatch, transport):
+    for name in ("KORVEXRPCPORT", "KORVEXRPCMAP", "RPCTRANSPORT"):
+        monkeypatch.delenv(name, raising=False)
+    ways = []
+    monkeypatch.setattr(pinging, "_exchange", lambda way, *_: ways.append(way) or bytes(28))
+    assert kvrpc("ping", "nue", "--transport", transport).code == 3
+    assert kvrpc("ping", "nue").code == 3
+    assert ways == [transport, "udp"]
 
 
 def test_the_table_is_long_enough():
