@@ -1,4 +1,4 @@
-"""Shows how to test a script without a server. `pip install kvrpc pytest` is enough to run it.
+"""Shows how to test a script without a server. It needs kvrpc and pytest, and nothing else.
 
 The fixture `kvrpc_simulator` comes with the package. Each test finds a new installation in which
 meier and schulz may log in.

@@ -119,7 +119,7 @@ class Simulator:
         self._ask("answer", procedure=procedure, values=values)
 
     def fault(self, text: str) -> None:
-        """Lets later calls fail: KIND[=SECONDS][:PROCEDURE[:COUNT]], for example "cut:l_ps_1:2".
+        """Lets later calls fail: KIND[=VALUE][:PROCEDURE[:COUNT]], for example "cut:l_ps_1:2".
 
         Raises ValueError for a kind or procedure that does not exist, with the nearest name.
         """
