@@ -48,6 +48,16 @@ def test_a_records_own_note_of_a_key_wins():
     assert notes.field("login_arg", "userid").text == "Identifier of a user."
 
 
+def test_a_selection_is_a_version_an_event_or_a_plain_number():
+    notes = meanings()
+    for record in own().records.values():
+        if record.discriminant == "selection" and record.name != "subscribe_arg_trigger":
+            assert notes.field(record.name, "selection").text.startswith("Version of a union")
+        if any(field.key == "selection" for field in record.fields):
+            assert notes.field(record.name, "selection").basis == "unknown"
+    assert notes.field("subscribe_arg_trigger", "selection").text.startswith("Kind of the event")
+
+
 def test_forms_point_at_each_other():
     notes = meanings()
     pair = notes.later_form("a_sende_1")
