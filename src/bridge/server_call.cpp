@@ -37,6 +37,7 @@ bool close_envelope(CLIENT* clnt, int status, text_buffer& reply) {
 // reply.
 bool dispatch(const program_table& program, CLIENT* clnt, const char* text, int* status,
               verify_function verify, void* context, text_buffer& reply) {
+  *status = CALL_OK;
   if (fill_envelope(clnt, CALL_OK, reply)) {
     *status = run_call(program, clnt, text, verify, context, reply);
     if (close_envelope(clnt, *status, reply)) return true;

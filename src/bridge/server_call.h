@@ -30,7 +30,7 @@ using verify_function = int (*)(const char* name, void* context);
 
 // Runs the call `text` on the server `which`. Returns the reply text, or null if memory is out
 // (status 7) or no program has that name (`status` is left unchanged). `verify` may be null, which
-// allows every call.
+// allows every call. While it runs, the status is 0.
 // Surface: the module passes a buffer of its own.
 char* server_call(CLIENT* clnt, const char* which, const char* text, int* status,
                   verify_function verify, void* context);

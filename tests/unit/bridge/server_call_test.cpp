@@ -88,6 +88,16 @@ TEST_F(frame, any_other_answer_of_vetting_lets_the_call_through) {
   EXPECT_EQ(client.calls, 4);
 }
 
+TEST_F(frame, the_status_is_0_while_vetting) {
+  int status = 3;  // of an earlier call
+  const auto status_is_0 = [](const char*, void* context) {
+    return *static_cast<int*>(context) == 0 ? 1 : 0;
+  };
+  std::free(
+      server_call(client.handle(), "lambda", R"({"nonsense":1})", &status, status_is_0, &status));
+  EXPECT_EQ(status, 4);
+}
+
 TEST_F(frame, vetting_sees_the_name_cut_at_its_nul) {
   reply_without_traffic("lambda", "{\"l_\\u0000exit_1\":1}", 4);
   EXPECT_EQ(vet.name, "l_");
