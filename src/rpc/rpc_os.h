@@ -166,8 +166,9 @@ class environment_text {
   bool failed_;
 };
 
-// Returns true if the caller's thread has little stack left: 64 KiB, or a quarter of a smaller
-// stack. Returns false on a stack that the system does not know, such as a coroutine's.
+// Returns true if the caller's thread has little stack left: less than a quarter of it, but 16 KiB
+// at least and 64 KiB at most. Returns false on a stack that the system does not know, such as a
+// coroutine's.
 bool rpc_stack_is_low();
 
 std::uint32_t rpc_process_id();

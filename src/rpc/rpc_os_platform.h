@@ -2,6 +2,7 @@
 // includes this.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -75,9 +76,10 @@ struct rpc_stack_bounds {
 
 // Returns true if `here` is in the part of the stack that rpc_stack_is_low keeps free.
 inline bool rpc_is_low_in(const rpc_stack_bounds& stack, std::uintptr_t here) {
+  constexpr std::uintptr_t least_kept_free = 16384;
   constexpr std::uintptr_t most_kept_free = 65536;
   const std::uintptr_t quarter = (stack.high - stack.low) / 4;
-  return here - stack.low < (quarter < most_kept_free ? quarter : most_kept_free);
+  return here - stack.low < std::clamp(quarter, least_kept_free, most_kept_free);
 }
 
 // ---- POSIX alone
