@@ -81,7 +81,6 @@ int initialise(rpc_lock_record* lock) {
 
 // ---- the stack
 
-thread_local bool stack_is_known = false;
 thread_local rpc_stack_bounds stack;
 
 rpc_stack_bounds stack_of_this_thread() {
@@ -189,12 +188,12 @@ void rpc_write_error(const char* text) {
   errno = number;
 }
 
-// The bounds are asked for once a thread, because the main thread's are read from a file. They are
-// asked for again before the stack is called low, because a script may have raised its limit.
+// The bounds are kept for the thread once they are found, because those of the main thread are read
+// from a file, for which there may be no descriptor. They are asked for again before the stack is
+// called low, because a script may have raised its limit.
 bool rpc_stack_is_low() {
   const auto here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
-  if (stack_is_known && !rpc_is_low_in(stack, here)) return false;
-  stack_is_known = true;
+  if (stack.high != 0 && !rpc_is_low_in(stack, here)) return false;
   stack = stack_of_this_thread();
   return rpc_is_low_in(stack, here);
 }
