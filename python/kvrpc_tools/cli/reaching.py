@@ -10,7 +10,10 @@ from ..errors import RpcError
 
 _ATTRIBUTE = "kvrpc_place"
 _SILENT = "is it busy, or does a firewall drop the answers? --timeout sets how long to wait"
+_TOO_LONG = "at most 8,800 bytes fit over UDP: use --transport tcp"
+_MESSAGE_SIZE = 10040  # the error number of a datagram that is too long
 _BY_STATUS = {
+    1: _TOO_LONG,
     2: "the reply has another form: has the server another version?",
     3: "the connection is lost: does the server still run?",
     4: "the server closed the connection, or crashed in this call: look at its log",
@@ -38,6 +41,12 @@ def place_of(error: Exception) -> Dict[str, Any]:
     place = getattr(error, _ATTRIBUTE, None)
     if place is None:
         return {}
-    advice = (_BY_STATUS.get(error.re_status, "look at the log of the server")
-              if isinstance(error, RpcError) else _SILENT)
-    return {**place._asdict(), "advice": advice}
+    return {**place._asdict(), "advice": _advice(error)}
+
+
+def _advice(error: Exception) -> str:
+    if not isinstance(error, RpcError):
+        return _SILENT
+    if error.re_errno == _MESSAGE_SIZE:
+        return _TOO_LONG
+    return _BY_STATUS.get(error.re_status, "look at the log of the server")

@@ -148,7 +148,7 @@ def _tell(line: str) -> None:
 
 
 def _run_script(loop: Loop, base: int, command: List[str]) -> int:
-    """Serves while the script runs. Returns its exit code."""
+    """Serves while the script runs. Returns its exit code, 128 + N if signal N ended it."""
     script = subprocess.Popen([sys.executable, *command], env=environment(base))
 
     def look() -> None:
@@ -162,7 +162,8 @@ def _run_script(loop: Loop, base: int, command: List[str]) -> int:
         loop.run()
     except KeyboardInterrupt:
         script.terminate()
-    return script.wait()
+    code = script.wait()
+    return code if code >= 0 else 128 - code
 
 
 if __name__ == "__main__":

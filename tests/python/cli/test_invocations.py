@@ -191,6 +191,14 @@ def test_with_a_peer_that_misbehaves(kvrpc, fault_peer, action, words, code, err
     check(kvrpc(*words.split()), code, "", err)
 
 
+def test_what_is_too_long_for_a_datagram_is_told(kvrpc, kvrpc_simulator):  # noqa: F811
+    page = json.dumps({"userid": "meier", "data": "x" * 9000})
+    kvrpc_simulator.fault("pad:l_version_1")
+    for words in (["a_put_page", page], ["l_version"]):
+        check(kvrpc("call", "--transport", "udp", *words), 67, "",
+              r"kvrpc: .*, udp\): at most 8,800 bytes fit over UDP: use --transport tcp\n")
+
+
 @pytest.mark.parametrize(("words", "err"), [
     ("call l_get_status",
      r"kvrpc: no connection to lambda on 127\.0\.0\.1 \(port \d+, tcp\): .*\n"),

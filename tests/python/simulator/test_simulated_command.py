@@ -54,6 +54,10 @@ def test_a_script_is_run_with_the_variable_set_and_its_code_is_returned(script):
     assert "arguments ['a', '--log']" in done.stdout
 
 
+def test_a_script_that_a_signal_ends_has_the_code_that_shells_give_it(script):
+    assert command("--run", script("import os; os.kill(os.getpid(), 15)")).returncode == 128 + 15
+
+
 @pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM])
 def test_it_stops_cleanly_when_it_is_told_to(schema, number):
     with running() as simulator:
