@@ -89,8 +89,8 @@ std::int32_t rpc_socket_set_nonblocking(rpc_socket sock);  // 0 or -1
 std::int32_t rpc_socket_close(rpc_socket sock);            // 0 or -1; closed in any case
 
 // Every wait below asks the interrupt hook before it begins and twenty times a second while it
-// lasts, and so does a connect or a send. A function that does not mention RPC_EINTR goes on after
-// a signal.
+// lasts, also the wait of a connect or a send. A function that does not mention RPC_EINTR goes on
+// after a signal.
 
 // Connects, without a time limit of its own. Returns 0 or -1.
 std::int32_t rpc_socket_connect(rpc_socket sock, const rpc_address* address);

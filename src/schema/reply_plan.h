@@ -19,7 +19,8 @@ namespace kvrpc {
 [[noreturn]] inline void bad_table(const char* /*reason*/) { std::abort(); }
 
 // The most bytes that a writer may touch for one value, from the value's first byte. Each bound is
-// derived and asserted beside its writer, in bridge/value_text.h and bridge/result_reader.cpp.
+// derived and asserted beside its writer in bridge/value_text.h, but for the last three: those are
+// the numbers of bytes that bridge/result_reader.cpp writes.
 namespace reply_room {
 
 constexpr std::uint32_t null = 4;
