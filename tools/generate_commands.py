@@ -63,7 +63,6 @@ def commands():
                     options = [(spelling, " ".join(meaning.split()))
                                for spelling, meaning in filter(None, records)]
                 usage = " ".join(["kvrpc", name, *command.collect_usage_pieces(context)])
-                usage = re.sub(r"\[\[(\S+)\]\]", r"[\1]", usage)
                 yield Command(name, usage, paragraphs(command.help), options, notes)
 
 

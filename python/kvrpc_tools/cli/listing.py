@@ -10,12 +10,12 @@ import click
 from ..meanings import Group, meanings
 from ..schema import Procedure, own
 from . import options
-from .names import ServerName
+from .names import SERVER_METAVAR, ServerName
 from .values import write_json
 
 
 @click.command("list")
-@click.argument("server", type=ServerName(), required=False)
+@click.argument("server", type=ServerName(), required=False, metavar=SERVER_METAVAR)
 @click.option("--grep", metavar="WORD", help="Only those whose name or meaning has this word.")
 @options.as_json
 def list_procedures(server: Optional[str], grep: Optional[str], json_wanted: bool) -> None:

@@ -68,9 +68,14 @@ PROCEDURE_OR_RECORD = _Name("procedure or record",
                             lambda: [*own().procedures, *own().records], procedure_or_record)
 
 
+_SERVERS = ("alpha", "theta", "lambda", "nue", "omega", "sigma")
+
+
 class ServerName(click.Choice):  # type: ignore[type-arg,unused-ignore]  # generic from 8.2 on
     """A server that has procedures. Reads the interface only when it is asked."""
 
     def __init__(self) -> None:
-        super().__init__(["alpha", "theta", "lambda", "nue", "omega", "sigma"],
-                         case_sensitive=False)
+        super().__init__(_SERVERS, case_sensitive=False)
+
+
+SERVER_METAVAR = f"[{'|'.join(_SERVERS)}]"  # click would write a second pair of brackets

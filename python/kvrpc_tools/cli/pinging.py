@@ -18,7 +18,7 @@ import click
 from ..directory import Place, locate
 from ..schema import own
 from . import options
-from .names import ServerName, servers
+from .names import SERVER_METAVAR, ServerName, servers
 from .values import write_json
 
 _CALL = struct.Struct(">10I")  # id, call, RPC version, program, version, procedure, no credentials
@@ -38,9 +38,9 @@ class _Answer(NamedTuple):
 
 
 @click.command()
-@click.argument("server", type=ServerName(), required=False)
+@click.argument("server", type=ServerName(), required=False, metavar=SERVER_METAVAR)
 @click.option("--count", type=click.IntRange(1, 1000), default=1, show_default=True,
-              metavar="N", help="So many times.")
+              metavar="N", help="Ask each so many times.")
 @options.connection(_PATIENCE)
 @options.as_json
 def ping(server: Optional[str], count: int, host: Optional[str], timeout: float,

@@ -45,7 +45,7 @@ class Look(NamedTuple):
 
 
 @click.command()
-@click.argument("server", type=click.Choice(["lambda"]), default="lambda")
+@click.argument("server", type=click.Choice(["lambda"]), default="lambda", metavar="[lambda]")
 @click.option("--interval", type=click.FloatRange(min=0.1), default=2.0, show_default=True,
               metavar="SECONDS", help="Look so often.")
 @click.option("--count", type=click.IntRange(min=1), metavar="N",

@@ -43,7 +43,7 @@ ALONE = [
     line("--grep list list lambda", 0, r"lambda: Process control\n  l_ps_1 +Lists.*"),
     line("--json list nue", 0, r'\[{"server":"nue",.*}\]\n'),
     line("list nue --json", 0, r'\[{"server":"nue",.*}\]\n'),
-    line("list --help", 0, r"Usage: kvrpc list .*--grep WORD.*"),
+    line("list --help", 0, r"Usage: kvrpc list \[OPTIONS\] \[alpha\|.*\|sigma\]\n.*--grep WORD.*"),
     line("describe a_login", 0, r"a_login_1\n.*userid: text, at most 10 bytes\..*login_res.*"),
     line("describe a_login_1 --template", 0, r'{\n  "userid": "",\n  "passwor": ""\n}\n'),
     line("describe --template l_get_status", 0, r"null\n"),
