@@ -56,7 +56,8 @@ class AsyncTransport:
         self._server = server
         self._host = host
         self._worker: Optional[Worker] = None
-        self._is_ready = self._is_connected = False
+        self._ready = bytearray(wire.HEADER)  # the frame of a worker that has started
+        self._is_connected = False
         self._lock: Optional[asyncio.Lock] = None
         self._loop: Optional[asyncio.AbstractEventLoop] = None
 
@@ -91,10 +92,8 @@ class AsyncTransport:
         if self._worker is None:
             await self._start()
         assert self._worker is not None
-        if not self._is_ready:
-            # If this is cancelled the worker goes on starting, for the next call.
-            await _receive(self._worker)
-            self._is_ready = True
+        if not any(self._ready):
+            await self._wait_for_start(self._worker)
         now = _exchange.settings()
         if now != self._worker.settings:
             await self._run(_exchange.tell_settings(now))
@@ -104,9 +103,24 @@ class AsyncTransport:
             self._is_connected = True
 
     async def _start(self) -> None:
-        self._is_ready = self._is_connected = False
+        self._ready = bytearray(wire.HEADER)
+        self._is_connected = False
         self._worker = await asyncio.get_running_loop().run_in_executor(None, Worker)
         self._worker.socket.setblocking(False)
+
+    async def _wait_for_start(self, worker: Worker) -> None:
+        """Waits until the worker has started. After a cancellation, the next call can wait for it.
+
+        A receive that is cancelled may have taken the frame already. So the frame goes to a buffer
+        that outlives the call.
+        """
+        try:
+            length = await asyncio.get_running_loop().sock_recv_into(worker.socket, self._ready)
+        except OSError:
+            length = 0
+        if not length:
+            self._worker = None
+            raise await _failure(worker)
 
     def _discard(self) -> None:
         """Ends the worker on another thread, because its last moments may take some."""
@@ -232,8 +246,8 @@ async def _within(waiting: Coroutine[Any, Any, T], timeout: Optional[float]) -> 
     """Awaits. Raises TimeoutError after `timeout` seconds."""
     if timeout is None:
         return await waiting
-    limit = TimeLimit(timeout)
     try:
+        limit = TimeLimit(timeout)
         return await asyncio.wait_for(waiting, max(timeout, 0))
     except asyncio.TimeoutError:
         raise limit.error() from None
