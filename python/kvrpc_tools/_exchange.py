@@ -28,6 +28,8 @@ Frame = Tuple[bytes, bytes]
 Exchange = Generator[Frame, Frame, Frame]
 Settings = Tuple[Optional[str], ...]
 
+_INT = 1 << 31
+
 
 def settings() -> Settings:
     """Returns the variables that lead to a server, as this process has them now."""
@@ -65,7 +67,10 @@ def call(text: str, verifier: Optional[Verifier]) -> Exchange:
 def _verdict(verifier: Verifier, name: str) -> bool:
     """Returns the verifier's answer as the module reads it: an exception is printed and refuses."""
     try:
-        return int(verifier.verify_call(name).__int__()) != 0
+        verdict = int(verifier.verify_call(name).__int__())
+        if not -_INT <= verdict < _INT:
+            raise OverflowError("value too large to convert to int")
+        return verdict != 0
     except Exception:
         traceback.print_exc()
         return False
