@@ -29,6 +29,7 @@ T = TypeVar("T")
 
 _SOON = 1e-6  # the timer's resolution; 0 would turn it off
 _AGAIN = 1e-3
+_IF_CAUGHT = 0.05  # code of the script may catch what ends it, and go on
 
 
 class Over(BaseException):
@@ -155,7 +156,8 @@ else:
             elif frame is not None and frame.f_code is Guarded.verify_call.__code__:
                 signal.setitimer(signal.ITIMER_REAL, _AGAIN)  # the exception might leave it
             elif self.is_armed:
-                self.is_armed, self.has_raised = False, True
+                self.has_raised = True
+                signal.setitimer(signal.ITIMER_REAL, _IF_CAUGHT)
                 raise Over(self)
 
         def _pass_on(self, number: int, frame: Optional[FrameType]) -> None:
