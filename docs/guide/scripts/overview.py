@@ -51,12 +51,15 @@ def main() -> int:
     try:
         with Alpha(timeout=10) as alpha, Omega(timeout=10) as omega:
             session = alpha.a_login_1({"userid": USER, "passwor": PASSWORD})
-            print_sessions(alpha)
-            print_users(omega)
-            print_queue(alpha)
-            if session["err"] == 0:
-                print_own_jobs(alpha, session["loginid"])
-                alpha.a_logout_1({"userid": USER, "loginid": session["loginid"]})
+            try:
+                print_sessions(alpha)
+                print_users(omega)
+                print_queue(alpha)
+                if session["err"] == 0:
+                    print_own_jobs(alpha, session["loginid"])
+            finally:
+                if session["err"] == 0:
+                    alpha.a_logout_1({"userid": USER, "loginid": session["loginid"]})
     except (KvrpcError, TimeoutError) as error:
         print(error, file=sys.stderr)
         return 2

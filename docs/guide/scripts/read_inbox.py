@@ -1,6 +1,9 @@
 """Lists the received faxes of a user and writes their pages to files.
 
     python read_inbox.py DIRECTORY
+
+Exit codes: 0 all is written, 1 no login or a file that cannot be written, 2 no answer from the
+server.
 """
 
 import os
@@ -20,6 +23,17 @@ def page_text(alpha: Alpha, fax: int, page: int) -> str:
     return "".join(alpha.blocks("a_get_pageb_1", asked))
 
 
+def save_faxes(alpha: Alpha, login: int, directory: Path) -> None:
+    """Prints a line for each received fax, and writes its pages to the directory."""
+    for node in alpha.blocks("a_get_e_rec_new_ll_1", {"loginid": login}):
+        fax = node["data"]["v1"]
+        came = time.strftime("%Y-%m-%d", time.localtime(fax["empfzeit"]))
+        print(f"{fax['faxid']}: {fax['seiten']} pages from {fax['absender']}, {came}")
+        for page in range(1, fax["seiten"] + 1):
+            path = directory / f"fax{fax['faxid']}-{page}.txt"
+            path.write_text(page_text(alpha, fax["faxid"], page), encoding="utf-8")
+
+
 def main(directory: str) -> int:
     try:
         with Alpha(timeout=30) as alpha:
@@ -28,17 +42,16 @@ def main(directory: str) -> int:
                 print(f"{USER} may not log in: err {session['err']}", file=sys.stderr)
                 return 1
             login = session["loginid"]
-            for node in alpha.blocks("a_get_e_rec_new_ll_1", {"loginid": login}):
-                fax = node["data"]["v1"]
-                came = time.strftime("%Y-%m-%d", time.localtime(fax["empfzeit"]))
-                print(f"{fax['faxid']}: {fax['seiten']} pages from {fax['absender']}, {came}")
-                for page in range(1, fax["seiten"] + 1):
-                    path = Path(directory) / f"fax{fax['faxid']}-{page}.txt"
-                    path.write_text(page_text(alpha, fax["faxid"], page), encoding="utf-8")
-            alpha.a_logout_1({"userid": USER, "loginid": login})
+            try:
+                save_faxes(alpha, login, Path(directory))
+            finally:
+                alpha.a_logout_1({"userid": USER, "loginid": login})
     except (KvrpcError, TimeoutError) as error:
         print(error, file=sys.stderr)
         return 2
+    except OSError as error:  # that of a file
+        print(error, file=sys.stderr)
+        return 1
     return 0
 
 
