@@ -1,5 +1,5 @@
-"""A timeout that is no number raised TypeError or ValueError from a client for asyncio, and then the
-interpreter warned of a coroutine that was never awaited."""
+"""A timeout that is no number raised TypeError or ValueError from a client for asyncio, and the
+interpreter then warned of a coroutine that was never awaited."""
 
 import asyncio
 
