@@ -14,7 +14,7 @@ from ..schema import Procedure, WireType, own
 from ..simulator.codec import Codec
 from ..simulator.xdr import XdrError
 from .names import PROCEDURE
-from .values import write_json
+from .values import standard_input, write_json
 
 _CALL_HEADER = 40
 _REPLY_HEADER = 24
@@ -31,7 +31,7 @@ def decode(procedure: Procedure, hexadecimal: str, show_secrets: bool) -> None:
     colons are ignored.
     """
     if hexadecimal == "-":
-        hexadecimal = sys.stdin.read()
+        hexadecimal = standard_input().decode("utf-8", "replace")
     try:
         data = bytes.fromhex("".join(hexadecimal.replace(":", " ").split()))
     except ValueError as error:

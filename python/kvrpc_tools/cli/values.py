@@ -46,7 +46,7 @@ def _read(text: str, wire: WireType) -> Any:
     try:
         if text == "-":
             place = " on the standard input"
-            text = sys.stdin.buffer.read().decode("utf-8")
+            text = standard_input().decode("utf-8")
         elif text.startswith("@"):
             place = f" in {text[1:]}"
             text = Path(text[1:]).read_text(encoding="utf-8")
@@ -56,6 +56,13 @@ def _read(text: str, wire: WireType) -> Any:
     except (ValueError, RecursionError) as error:
         advice = "" if place or not _is_text(wire) else f"; write a text as {_quoted(text)}"
         raise click.UsageError(f"the argument{place} is no JSON: {error}{advice}") from error
+
+
+def standard_input() -> bytes:
+    """Returns all bytes of the standard input."""
+    if sys.stdin is None:  # closed by the caller, as with <&- in a shell
+        raise click.UsageError("the standard input is closed")
+    return sys.stdin.buffer.read()
 
 
 def _quoted(text: str) -> str:

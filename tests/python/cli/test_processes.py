@@ -30,13 +30,15 @@ def test_a_full_disk_is_told_in_one_line():
 
 
 @pytest.mark.skipif(sys.platform == "win32", reason="needs a POSIX shell")
-@pytest.mark.parametrize(("closed", "code", "out", "err"), [
-    (">&-", 1, b"", b"kvrpc: the output is closed\n"),
-    ("2>&-", 2, b"", b""),
+@pytest.mark.parametrize(("words", "closed", "code", "out", "err"), [
+    ("list", ">&-", 1, b"", b"kvrpc: the output is closed\n"),
+    ("list nonsense", "2>&-", 2, b"", b""),
+    ("call a_login -", "<&-", 2, b"", b"kvrpc: the standard input is closed\n"),
+    ("decode a_login -", "<&-", 2, b"", b"kvrpc: the standard input is closed\n"),
 ])
-def test_a_closed_stream_is_no_traceback(closed, code, out, err):
+def test_a_closed_stream_is_no_traceback(words, closed, code, out, err):
     script = f'"$@" {closed}'
-    words = ["list", "nonsense"] if code == 2 else ["list"]
+    words = words.split()
     done = subprocess.run(["sh", "-c", script, "sh", *COMMAND, *words], capture_output=True)
     assert (done.returncode, done.stdout, done.stderr) == (code, out, err)
 
