@@ -40,6 +40,7 @@ class Place(NamedTuple):
 _ADVICE = {
     "Unknown host": "the name does not resolve to an IPv4 address: look at the spelling and at DNS",
     "Unknown protocol": "RPCTRANSPORT is neither tcp nor udp",
+    "Error 10046": "RPCTRANSPORT is neither tcp nor udp",
     "Port mapper failure": "the portmapper of the host does not answer: set KORVEXRPCPORT to the "
                            "base port of the servers, or let UDP and TCP port 111 through",
     "Program not registered": "the portmapper knows no such server: is it running, and does "

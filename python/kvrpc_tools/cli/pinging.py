@@ -92,6 +92,8 @@ def _ping(name: str, host: Optional[str], timeout: float) -> _Answer:
     place = locate(name, host)
     start = time.perf_counter()
     try:
+        if place.transport.lower() not in _PROTOCOLS:
+            raise OSError("Unknown protocol")
         if place.port is None:
             place = with_port(place, timeout)
             start = time.perf_counter()
@@ -142,7 +144,7 @@ def _ask_portmapper(place: Place, program: int, timeout: float) -> int:
     """Returns the port of a program. Like the module, asks over TCP only if RPCTRANSPORT is tcp."""
     is_tcp = os.environ.get("RPCTRANSPORT", "").lower() == "tcp"
     call = _null_call(_PORTMAPPER, 2, _GETPORT)
-    call += struct.pack(">4I", program & 0xFFFFFFFF, 1, _PROTOCOLS.get(place.transport, 0), 0)
+    call += struct.pack(">4I", program & 0xFFFFFFFF, 1, _PROTOCOLS[place.transport.lower()], 0)
     reply = _exchange("tcp" if is_tcp else "udp", (place.host, _PORTMAPPER_PORT), call, timeout)
     port = int.from_bytes(reply[24:28], "big")
     if port == 0:
@@ -152,7 +154,7 @@ def _ask_portmapper(place: Place, program: int, timeout: float) -> int:
 
 def _exchange(transport: str, address: Tuple[str, int], message: bytes, timeout: float) -> bytes:
     """Returns the answer to a message; both are short, and the answer comes in one piece."""
-    if transport == "udp":
+    if transport.lower() == "udp":
         with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as sock:
             sock.settimeout(timeout)
             sock.connect(address)

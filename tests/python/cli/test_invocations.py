@@ -223,6 +223,13 @@ def test_ping_without_a_portmapper_says_what_to_set(kvrpc, monkeypatch):
                         r"host does not answer: set KORVEXRPCPORT .*\n", done.err)
 
 
+@pytest.mark.parametrize("words", ["ping lambda", "call l_version"])
+@pytest.mark.parametrize("transport", ["icmp", "pigeon", ""])
+def test_another_transport_is_told(kvrpc, simulator, monkeypatch, words, transport):
+    monkeypatch.setenv("RPCTRANSPORT", transport)
+    check(kvrpc(*words.split()), 3, "", r"kvrpc: .*; RPCTRANSPORT is neither tcp nor udp\n")
+
+
 def test_watch_tells_that_nobody_answers(kvrpc, fault_peer):
     fault_peer().stop()
     done = kvrpc("watch", "--count", "2", "--interval", "0.1")
