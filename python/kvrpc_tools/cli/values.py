@@ -16,6 +16,7 @@ from ..docstrings import type_text
 from ..schema import Record, WireType, own
 
 _NUMBERS = ("long", "int", "u_long", "short")
+_BOOL = "true or false"
 _encode = json.JSONEncoder(ensure_ascii=False, separators=(",", ":")).encode
 
 
@@ -25,7 +26,8 @@ def argument_of(text: Optional[str], members: Tuple[str, ...], wire: WireType) -
     `text` is JSON, @FILE or "-" for the standard input. Each member is PATH=VALUE.
     """
     if text is None and not members and (wire.kind in (*_NUMBERS, "bool") or _is_text(wire)):
-        raise click.UsageError(f"an argument is needed: {type_text(own(), wire)}")
+        needed = _BOOL if wire.kind == "bool" else type_text(own(), wire)
+        raise click.UsageError(f"an argument is needed: {needed}")
     value = None if text is None else _read(text, wire)
     for member in members:
         path, is_set, told = member.partition("=")
@@ -54,8 +56,15 @@ def _read(text: str, wire: WireType) -> Any:
     except OSError as error:
         raise click.UsageError(f"{text[1:]}: {error.strerror}") from error
     except (ValueError, RecursionError) as error:
-        advice = "" if place or not _is_text(wire) else f"; write a text as {_quoted(text)}"
+        advice = "" if place else _advice(text, wire)
         raise click.UsageError(f"the argument{place} is no JSON: {error}{advice}") from error
+
+
+def _advice(text: str, wire: WireType) -> str:
+    """Returns how an argument of this type is written, if that is not obvious."""
+    if wire.kind == "bool":
+        return f"; write {_BOOL}"
+    return f"; write a text as {_quoted(text)}" if _is_text(wire) else ""
 
 
 def standard_input() -> bytes:

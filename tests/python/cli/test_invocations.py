@@ -82,6 +82,8 @@ ALONE = [
     line("call l_stopgateway mail", 2,
          err=r"kvrpc: the argument is no JSON: .*; write a text as ('\"mail\"'|\\\"mail\\\")\n"),
     line("call l_stopgateway", 2, err=r"kvrpc: an argument is needed: text, at most 10 bytes\n"),
+    line("call a_get_configdata_new", 2, err=r"kvrpc: an argument is needed: true or false\n"),
+    line("call a_get_configdata_new True", 2, err=r"kvrpc: .* no JSON: .*; write true or false\n"),
     line("call l_kill", 2, err=r"kvrpc: an argument is needed: number of 32 bits\n"),
     line("call a_login -", 2, err=r"kvrpc: the argument on the standard input is no JSON: .*\n",
          stdin="{"),
