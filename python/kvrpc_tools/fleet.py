@@ -231,7 +231,8 @@ def _by_processes(work: List[H], function: Callable[[H], T], limit: int
                     continue
                 process = _given(idle, function, place, data)
                 busy[process.pipe] = process
-            for pipe in connection.wait(list(busy)):
+            # A wait for nothing never ends.
+            for pipe in connection.wait(list(busy)) if busy else ():
                 process = busy.pop(pipe)
                 answer = process.take()
                 if isinstance(answer[1], ProcessDied):
