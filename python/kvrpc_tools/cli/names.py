@@ -68,6 +68,12 @@ PROCEDURE_OR_RECORD = _Name("procedure or record",
                             lambda: [*own().procedures, *own().records], procedure_or_record)
 
 
+def files(context: click.Context, parameter: click.Parameter, incomplete: str
+          ) -> List[CompletionItem]:
+    """Lets the shell complete a word with the names of files, as it does without completion."""
+    return [CompletionItem(incomplete, type="file")]
+
+
 _SERVERS = ("alpha", "theta", "lambda", "nue", "omega", "sigma")
 
 

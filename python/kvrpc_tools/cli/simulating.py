@@ -6,10 +6,13 @@ from typing import Tuple
 
 import click
 
+from .names import files
+
 
 @click.command(add_help_option=False, options_metavar="",
                context_settings={"ignore_unknown_options": True, "allow_interspersed_args": False})
-@click.argument("words", nargs=-1, type=click.UNPROCESSED, metavar="[OPTIONS]")
+@click.argument("words", nargs=-1, type=click.UNPROCESSED, metavar="[OPTIONS]",
+                shell_complete=files)
 def simulate(words: Tuple[str, ...]) -> int:
     """Simulate the servers on loopback until Ctrl-C.
 

@@ -19,6 +19,7 @@ from ..directory import locate
 from ..relay import Address, Relay, environment
 from ..schema import own
 from . import options
+from .names import files
 from .pinging import print_failure, reason_and_advice, with_port
 
 _WIDTH = 120  # characters of an argument or a result in a line
@@ -28,7 +29,8 @@ _GOODBYE = 5.0  # seconds that a script has after Ctrl-C
 
 
 @click.command(context_settings={"ignore_unknown_options": True, "allow_interspersed_args": False})
-@click.argument("words", nargs=-1, type=click.UNPROCESSED, metavar="[SCRIPT [ARGS]...]")
+@click.argument("words", nargs=-1, type=click.UNPROCESSED, metavar="[SCRIPT [ARGS]...]",
+                shell_complete=files)
 @click.option("--listen", is_flag=True,
               help="Run no script; print the environment for one, and its calls until Ctrl-C.")
 @click.option("--record", metavar="FILE", type=click.Path(dir_okay=False),

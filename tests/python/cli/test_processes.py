@@ -64,6 +64,14 @@ def test_a_shell_completes_procedures():
     assert all(name.startswith("a_send") for name in names)
 
 
+@pytest.mark.parametrize("words", ["kvrpc trace ver", "kvrpc simulate --run ver"])
+def test_a_shell_completes_the_name_of_a_script(words):
+    environment = dict(os.environ, _KVRPC_COMPLETE="bash_complete", COMP_WORDS=words,
+                       COMP_CWORD=str(len(words.split()) - 1))
+    done = subprocess.run(COMMAND, env=environment, capture_output=True, encoding="utf-8")
+    assert done.stdout.splitlines() == ["file,ver"], done.stderr
+
+
 def test_the_list_starts_soon():
     """Processor time, because the machine has more to do than this."""
     best = min(_seconds() for _ in range(3))
