@@ -21,6 +21,7 @@ more in a process. A script for Windows, or for Python 3.14 and later, must call
 from __future__ import annotations
 
 import concurrent.futures
+import contextlib
 import multiprocessing
 import pickle
 import signal
@@ -257,5 +258,6 @@ def _given(idle: List[_Process], function: Callable[[Any], Any], place: int, dat
         else:
             return process
     process = _Process(function)
-    process.give(place, data)
+    with contextlib.suppress(OSError):  # it has died already, as its answer will say
+        process.give(place, data)
     return process
