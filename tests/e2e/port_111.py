@@ -6,12 +6,12 @@ import shutil
 import socket
 import subprocess
 import tempfile
-import time
 from pathlib import Path
 
 from needs import missing
 from peer import messages
 from settings import plain_environment
+from waiting import wait_until
 
 PORT = 111
 JARS = [Path("/usr/share/java") / name for name in ("portmap.jar", "oncrpc.jar")]
@@ -36,20 +36,13 @@ def is_free():
     return True
 
 
-def wait_until(condition, what):
-    end = time.monotonic() + SECONDS
-    while not condition():
-        assert time.monotonic() < end, what
-        time.sleep(0.05)
-
-
 @contextlib.contextmanager
 def taken():
     """Waits until port 111 is free, and keeps it from all other users of this function."""
     with open(Path(tempfile.gettempdir()) / "kvrpc-port-111", "a") as lock:
         fcntl.flock(lock, fcntl.LOCK_EX)
         try:
-            wait_until(is_free, "port 111 stays in use")
+            wait_until(is_free, "port 111 stays in use", SECONDS)
         except PermissionError:
             missing("only root may serve on port 111")
         yield
@@ -85,7 +78,7 @@ def remote_tea():
             ["java", "-cp", ":".join(map(str, JARS)), PORTMAPPER], env=plain_environment(),
             stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         try:
-            wait_until(lambda: ask(NULL) is not None, "the portmapper does not answer")
+            wait_until(lambda: ask(NULL) is not None, "the portmapper does not answer", SECONDS)
             yield
         finally:
             process.kill()

@@ -22,6 +22,13 @@ def nap(seconds):
     return seconds
 
 
+def wait_for(file):
+    end = time.monotonic() + 60
+    while not file.exists():
+        assert time.monotonic() < end
+        time.sleep(0.01)
+
+
 def die_at_3(number):
     if number == 3:
         os.kill(os.getpid(), signal.SIGKILL)

@@ -86,11 +86,20 @@ def test_any_executor_will_do_and_stays_open(make):
         assert executor.submit(fleet_work.double, 4).result() == 8
 
 
+def test_outcomes_come_as_they_are_ready(tmp_path):
+    """Each host is ready when the outcome of the one before it has come."""
+    files = [tmp_path / str(number) for number in range(4)]
+    first, second, third, _ = files
+    first.touch()
+    outcomes = fleet.map([third, first, second], fleet_work.wait_for,
+                         progress=lambda done, number: files[done].touch())
+    assert [outcome.host for outcome in outcomes] == [first, second, third]
+
+
 def test_the_order_of_the_hosts_is_kept_on_request():
-    naps = [1.6, 0.0, 0.8]
-    for ordered, expected in ((False, sorted(naps)), (True, naps)):
-        outcomes = fleet.map(naps, fleet_work.nap, ordered=ordered)
-        assert [outcome.value for outcome in outcomes] == expected
+    naps = [0.8, 0.0, 0.4]
+    outcomes = fleet.map(naps, fleet_work.nap, ordered=True)
+    assert [outcome.value for outcome in outcomes] == naps
 
 
 def test_progress_counts_each_outcome():
