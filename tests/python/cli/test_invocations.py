@@ -59,7 +59,6 @@ ALONE = [
     line("describe logn_arg", 2, err=r"kvrpc: .*'logn_arg', did you mean .*\?\n"),
     line("describe", 2, err=r"kvrpc: Missing argument 'NAME'\.\n"),
     line("console --simulator --host x", 2, err=r"kvrpc: --simulator and --host exclude .*\n"),
-    line("console --simulator --port 8642", 2, err=r"kvrpc: --simulator and --port exclude .*\n"),
     line("docs --path", 0, r".*kvrpc_tools[/\\]reference\.html\n"),
     line("docs a_logn_1", 2, err=r"kvrpc: .*no procedure or record 'a_logn_1', did you mean .*\n"),
     line("call", 2, err=r"kvrpc: Missing argument 'PROCEDURE'\.\n"),
@@ -82,8 +81,6 @@ ALONE = [
     line("call l_stopgateway mail", 2,
          err=r"kvrpc: the argument is no JSON: .*; write a text as ('\"mail\"'|\\\"mail\\\")\n"),
     line("call l_stopgateway", 2, err=r"kvrpc: an argument is needed: text, at most 10 bytes\n"),
-    line("call a_get_configdata_new", 2, err=r"kvrpc: an argument is needed: true or false\n"),
-    line("call a_get_configdata_new True", 2, err=r"kvrpc: .* no JSON: .*; write true or false\n"),
     line("call l_kill", 2, err=r"kvrpc: an argument is needed: number of 32 bits\n"),
     line("call a_login -", 2, err=r"kvrpc: the argument on the standard input is no JSON: .*\n",
          stdin="{"),
@@ -113,6 +110,9 @@ ALONE = [
     line("completion zsh", 0, r"#compdef kvrpc.*"),
     line("completion fish", 0, r".*_KVRPC_COMPLETE=fish_complete.*"),
     line("completion tcsh", 2, err=r"kvrpc: .*'tcsh' is not one of.*\n"),
+    line("console --simulator --port 8642", 2, err=r"kvrpc: --simulator and --port exclude .*\n"),
+    line("call a_get_configdata_new", 2, err=r"kvrpc: an argument is needed: true or false\n"),
+    line("call a_get_configdata_new True", 2, err=r"kvrpc: .* no JSON: .*; write true or false\n"),
 ]
 
 # A simulator is there.
