@@ -142,13 +142,13 @@ def read(file: Union[str, Path]) -> Tuple[bool, Iterator[Dict[str, Any]]]:
 
     Raises ValueError, which names the line, if the file is no recording.
     """
-    lines = Path(file).read_text(encoding="utf-8").splitlines()
     objects = []
-    for number, line in enumerate(lines, 1):
-        try:
-            objects.append(json.loads(line))
-        except ValueError as error:
-            raise ValueError(f"{file}, line {number}: {error}") from error
+    with Path(file).open("rb") as lines:  # as text, a line would also end at U+0085
+        for number, line in enumerate(lines, 1):
+            try:
+                objects.append(json.loads(line.decode("utf-8")))
+            except (ValueError, RecursionError) as error:
+                raise ValueError(f"{file}, line {number}: {error}") from error
     if not objects or not isinstance(objects[0], dict) or objects[0].get("recording") != VERSION:
         raise ValueError(f"{file} is no recording of version {VERSION}")
     for number, each in enumerate(objects[1:], 2):
