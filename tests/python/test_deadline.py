@@ -299,8 +299,9 @@ def test_ends_at_any_moment_leave_everything_in_order(fault_peer, alarms):
     ended = 0
     with Lambda(HOST) as client:
         for step in range(1000):
-            try:
-                assert client.l_get_status_1(timeout=1e-5 * (step % 400 + 1)) == GOOD
+            short = 1e-5 * (step % 400 + 1)
+            try:  # a loaded machine may make no call within the short times
+                assert client.l_get_status_1(timeout=5 if step % 100 == 99 else short) == GOOD
             except TimeoutError:
                 ended += 1
             assert signal.getsignal(signal.SIGALRM) is alarms
