@@ -6,6 +6,7 @@ that Windows cannot have are named in tests/win32/excluded.txt, each with its re
 fits no test is an error.
 """
 
+import asyncio  # noqa: F401  (it makes a class of subprocess.Popen, which is replaced below)
 import json
 import os
 import socket
