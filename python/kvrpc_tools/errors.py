@@ -42,6 +42,13 @@ def system_error_name(number: int) -> str:
     return WINSOCK_NAMES.get(number) or errno.errorcode.get(number, "")
 
 
+def _with_name(text: str) -> str:
+    """Adds the name of the error number that ends a text, as in "Error 10061 (WSAECONNREFUSED)"."""
+    number = text.rpartition("Error ")[2]
+    name = system_error_name(int(number)) if number.isdecimal() else ""
+    return f"{text} ({name})" if name else text
+
+
 def _system_error_text(number: int) -> str:
     """Returns the system's text for an error number. POSIX has other numbers than Windows."""
     name = system_error_name(number).removeprefix("WSA")
@@ -168,7 +175,7 @@ class ConnectError(KvrpcError, ConnectionError):
     def __str__(self) -> str:
         where = "portmapper, port 111" if self.port is None else f"port {self.port}"
         return (f"no connection to {self.server} on {self.host} ({where}, {self.transport}): "
-                f"{self.message.strip()}; {self.advice}")
+                f"{_with_name(self.message.strip())}; {self.advice}")
 
 
 BY_STATUS: Dict[int, Type[CallError]] = {

@@ -93,7 +93,11 @@ def map(hosts: Iterable[H], function: Callable[[H], T],
     `function` and its results must be picklable. It runs in `processes` processes at most, or in an
     executor: any of concurrent.futures, or that of a Dask client, `client.get_executor()`, which
     uses the processors of many machines. An executor is left open.
+
+    Raises TypeError if `hosts` is one text.
     """
+    if isinstance(hosts, str):
+        raise TypeError(f"hosts must be several, such as [{hosts!r}]")
     work = list(hosts)
     if processes < 1:
         raise ValueError("there must be a process at least")

@@ -4,6 +4,7 @@ import errno
 import json
 import os
 import pickle
+import socket
 
 import pytest
 
@@ -129,6 +130,14 @@ def test_a_host_with_a_port_is_told_where_the_port_belongs():
 def test_a_host_that_is_no_text_is_refused_by_its_type():
     with pytest.raises(TypeError, match="host must be a str or None, not int"):
         Lambda(5)
+
+
+def test_a_refused_connection_has_a_name(monkeypatch):
+    with socket.socket() as sock:
+        sock.bind(("127.0.0.1", 0))  # and nobody listens
+        monkeypatch.setenv("KORVEXRPCPORT", str(sock.getsockname()[1] - 3))
+        with pytest.raises(ConnectError, match=r"Error 10061 \(WSAECONNREFUSED\); does lambda"):
+            Lambda("127.0.0.1")
 
 
 def test_no_connection_says_where_it_was_looked_for(monkeypatch):

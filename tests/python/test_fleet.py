@@ -104,11 +104,16 @@ def test_the_order_of_the_hosts_is_kept_on_request():
 
 def test_progress_counts_each_outcome():
     told = []
-    list(fleet.map("abc", fleet_work.double, progress=lambda *each: told.append(each)))
+    list(fleet.map([*"abc"], fleet_work.double, progress=lambda *each: told.append(each)))
     assert told == [(1, 3), (2, 3), (3, 3)]
     assert list(fleet.map([], fleet_work.double)) == []
     with pytest.raises(ValueError):
-        fleet.map("abc", fleet_work.double, processes=0)
+        fleet.map([*"abc"], fleet_work.double, processes=0)
+
+
+def test_one_text_is_not_taken_for_its_letters():
+    with pytest.raises(TypeError, match=r"such as \['fax1'\]"):
+        fleet.map("fax1", fleet_work.double)
 
 
 def test_failures_are_values():
