@@ -85,9 +85,10 @@ struct plain_set {
     return hits & each * 0x80;
   }
 #ifdef __SSE2__
-  // Return a block with the top bit of a byte set where the byte is none of the set: because it is
-  // below 0x20 (or above 0x7F, if `ascii_only`), because it is one of the two, or for any reason.
-  // SSE2 has no signed minimum and no unsigned comparison, so each kind of set has its own way.
+  // These three set the top bit of each byte that is not in the set: the first because it is below
+  // 0x20, or above 0x7F if `ascii_only`; the second because it is one of the two; the third for
+  // either reason. The other bits mean nothing. For ASCII sets a signed subtraction does both
+  // comparisons, because a byte above 0x7F is negative.
   static __m128i out_of_range(__m128i block) {
     return ascii_only ? _mm_subs_epi8(block, _mm_set1_epi8(0x20))
                       : _mm_cmpeq_epi8(_mm_min_epu8(block, _mm_set1_epi8(0x1F)), block);
@@ -100,8 +101,9 @@ struct plain_set {
     return _mm_or_si128(out_of_range(block), one_of_two(block));
   }
 
-  // Returns true if a byte of four blocks is not in the set. If no byte is too large, the smallest
-  // bytes stand for all.
+  // Returns true if any byte of the four blocks is not in the set. If bytes above 0x7F are plain,
+  // only the least byte at each position is compared with 0x20. ASCII sets compare all bytes,
+  // because SSE2 has no signed minimum.
   static bool any_special(__m128i a, __m128i b, __m128i c, __m128i d) {
     const __m128i range = ascii_only
                               ? _mm_or_si128(_mm_or_si128(out_of_range(a), out_of_range(b)),

@@ -64,6 +64,7 @@ class result_reader {
   bool base64(std::uint32_t size);
 
   bool literal(const char* text, std::size_t size) { return out_.append(text, size), true; }
+  // The count fits, unless the buffer has failed, because the text of each open node is in memory.
   bool brackets(std::uint64_t count) {
     return out_.append(static_cast<std::size_t>(count), '}'), true;
   }

@@ -13,6 +13,7 @@ from kvrpc_tools.testing import start
 
 LOGIN = {"userid": "meier", "passwor": "geheim"}
 NUMBER = "040 5550300"
+ATTEMPTS = 10
 
 
 def submit(alpha):
@@ -41,12 +42,16 @@ def test_calls_are_told_with_their_arguments(kvrpc_simulator):  # noqa: F811
 
 def test_each_test_finds_a_new_installation(kvrpc_simulator):  # noqa: F811
     assert kvrpc_simulator.calls() == []
-    times = []
-    for _ in range(20):
-        began = time.perf_counter()
-        kvrpc_simulator.reset()
-        times.append(time.perf_counter() - began)
-    assert min(times) < (0.05 if "KVRPC_SANITIZED" in os.environ else 0.02)
+    limit = 0.05 if "KVRPC_SANITIZED" in os.environ else 0.02
+    assert any(mean_of_resets(kvrpc_simulator) < limit for _ in range(ATTEMPTS))
+
+
+def mean_of_resets(simulator, count=20):
+    """Returns the seconds of one. Other work of the machine can only add to it."""
+    began = time.perf_counter()
+    for _ in range(count):
+        simulator.reset()
+    return (time.perf_counter() - began) / count
 
 
 def test_members_are_found_however_deep(kvrpc_simulator):  # noqa: F811
